@@ -1,0 +1,49 @@
+// No call writes the floating-point control register: rounding, traps and the treatment of denormals stay the caller's.
+#include <gtest/gtest.h>
+
+#include <cfenv>
+#include <cstdint>
+
+#if defined(__SSE__)
+#include <xmmintrin.h>
+#endif
+
+#include "support/every_export.hpp"
+
+namespace {
+
+#if defined(__SSE__)
+uint32_t controlRegister() {
+  constexpr uint32_t exceptionFlags = 0x3F;  // set by arithmetic
+  return _mm_getcsr() & ~exceptionFlags;
+}
+void setFlushingOfDenormals(bool on) {
+  _MM_SET_FLUSH_ZERO_MODE(on ? _MM_FLUSH_ZERO_ON : _MM_FLUSH_ZERO_OFF);
+}
+#else
+uint32_t controlRegister() {
+  return static_cast<uint32_t>(std::fegetround());
+}
+void setFlushingOfDenormals(bool) {}
+#endif
+
+TEST(FloatingPointControl, NoExportChangesIt) {
+  for (const int rounding : {FE_TONEAREST, FE_UPWARD, FE_TOWARDZERO}) {
+    for (const bool flushes : {false, true}) {
+      for (const support::ExportCall& call : support::everyExport()) {
+        std::fesetround(rounding);
+        setFlushingOfDenormals(flushes);
+        const uint32_t before = controlRegister();
+        call.results();
+        const uint32_t after = controlRegister();
+        const int roundingAfter = std::fegetround();
+        setFlushingOfDenormals(false);
+        std::fesetround(FE_TONEAREST);
+        EXPECT_EQ(after, before) << call.name;
+        EXPECT_EQ(roundingAfter, rounding) << call.name;
+      }
+    }
+  }
+}
+
+}  // namespace

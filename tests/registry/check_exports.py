@@ -1,0 +1,86 @@
+"""Walks the public header: every function must be in the registry, have each argument documented, a plain model, tests and a
+benchmark, and every row of the registry must be in the header.
+
+usage: check_exports.py <source directory> <test executable> [<benchmark executable>]
+The benchmark executable is left out where benchmarks are not built. With --self-test, plants a gap of each kind.
+"""
+
+import re
+import subprocess
+import sys
+from pathlib import Path
+
+DECLARATION = re.compile(r"/\*\*(?P<comment>(?:[^*]|\*(?!/))*)\*/\s*KXCALC_API (?P<returns>\w+) (?P<name>\w+)\((?P<arguments>[^)]*)\);")
+
+
+def gaps(header, registry, models, tests, benchmarks):
+    """The texts of header, registry and models; the listings of tests and benchmarks, the latter None where not built."""
+    promised = [line.split()[1] for line in registry.splitlines() if line and not line.startswith("#")]
+    declared = []
+    for match in DECLARATION.finditer(header):
+        name, comment = match["name"], match["comment"]
+        declared.append(name)
+        for argument in match["arguments"].split(","):
+            argument = re.search(r"(\w+)\s*$", argument)[1]
+            if not re.search(rf"@param {argument}\s+\S", comment):
+                yield f"{name}: argument {argument} is not documented"
+        if match["returns"] != "void" and "@return" not in comment:
+            yield f"{name}: the result is not documented"
+        if not re.search(r"@param count .*\b0\b", comment, re.DOTALL) and "@param count" in comment:
+            yield f"{name}: what count 0 does is not documented"
+        if not re.search(rf"\b{name}\(", models):
+            yield f"{name}: has no model"
+        if not re.search(rf"\b{name.removeprefix('kxcalc').removeprefix('kxCalc')}\b", tests):
+            yield f"{name}: has no test"
+        if benchmarks is not None and not re.search(rf"^{name}\b", benchmarks, re.MULTILINE):
+            yield f"{name}: has no benchmark"
+    if len(re.findall(r"^KXCALC_API ", header, re.MULTILINE)) != len(declared):
+        yield "a declaration stands without a comment of its own"
+    if declared != promised:
+        yield "header and registry differ"
+    if not declared:
+        yield "the header declares nothing"
+
+
+def self_test():
+    header = "/** Doubles.\n * @param count  0 returns.\n * @return  it. */\nKXCALC_API int kxcalcTwice(int count);\n"
+    whole = [header, "stats kxcalcTwice", "int kxcalcTwice(int count) {}", "Twice.\n  Works\n", "kxcalcTwice/1000\n"]
+    planted = [
+        (None, whole, None),
+        ("an argument", [header.replace("@param count", "count"), *whole[1:]], "argument count"),
+        ("count 0", [header.replace("0 returns", "number"), *whole[1:]], "count 0"),
+        ("a result", [header.replace("@return", ""), *whole[1:]], "the result"),
+        ("a comment", ["KXCALC_API int kxcalcBare(int a);\n" + header, *whole[1:]], "without a comment"),
+        ("a row", [whole[0], "stats kxcalcTwice\nstats kxcalcThrice", *whole[2:]], "differ"),
+        ("a model", [*whole[:2], "", *whole[3:]], "has no model"),
+        ("a test", [*whole[:3], "Thrice.\n", whole[4]], "has no test"),
+        ("a benchmark", [*whole[:4], "kxcalcTwiceOver/1000\n"], "has no benchmark"),
+    ]
+    failures = 0
+    for what, inputs, expected in planted:
+        found = list(gaps(*inputs))
+        if (expected is None and found) or (expected and not any(expected in line for line in found)):
+            print(f"without {what}: found {found}")
+            failures += 1
+    return failures
+
+
+def main():
+    if sys.argv[1:] == ["--self-test"]:
+        return 1 if self_test() else 0
+    source = Path(sys.argv[1])
+    listing = lambda *command: subprocess.run(command, check=True, capture_output=True, text=True).stdout
+    found = list(gaps(
+        (source / "include/kxcalc.h").read_text(),
+        (source / "src/frame/exports.txt").read_text(),
+        "".join(path.read_text() for path in sorted((source / "tests/reference").glob("*.hpp"))),
+        listing(sys.argv[2], "--gtest_list_tests"),
+        listing(sys.argv[3], "--benchmark_list_tests") if len(sys.argv) > 3 else None,
+    ))
+    for line in found:
+        print(line)
+    return 1 if found else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
