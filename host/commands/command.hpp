@@ -1,0 +1,21 @@
+// Subcommands: each adds itself to the program's command line and tells what is to be done when the user chooses it.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <functional>
+
+#include "library.hpp"
+#include "recording.hpp"
+
+namespace kxhost {
+
+/// What the chosen subcommand does with the library. Returns the program's exit code.
+using Action = std::function<int(const Library&)>;
+
+/// Adds the options about input files, which all subcommands share.
+void addInputOptions(CLI::App& command, InputOptions& options);
+
+/// Each of these adds a subcommand, which sets `chosen` when it is the one.
+void addStatsCommand(CLI::App& program, Action& chosen);
+
+}  // namespace kxhost

@@ -1,0 +1,51 @@
+// The kernel library, opened by name at run time: which build suits the processor is the host's decision.
+#pragma once
+
+#include <string>
+
+#include "kxcalc.h"
+
+namespace kxhost {
+
+/// A shared library, open as long as this object lives.
+class SharedObject {
+public:
+  /// A file name without a slash is looked up as the system's loader does, along the program's run path among others.
+  explicit SharedObject(const std::string& file);
+  ~SharedObject();
+  SharedObject(const SharedObject&) = delete;
+  SharedObject& operator=(const SharedObject&) = delete;
+
+  template <class Function>
+  Function function(const char* name) const {
+    return reinterpret_cast<Function>(address(name));
+  }
+
+private:
+  void* address(const char* name) const;
+
+  std::string file_;
+  void* handle_;
+};
+
+/// The functions of the library that this program calls, under their own names and with the types of their
+/// declarations. Throws if the file does not load, lacks one of them or has another interface.
+class Library {
+public:
+  explicit Library(const std::string& file);
+
+private:
+  SharedObject object_;
+
+public:
+#define KXHOST_FUNCTION(name) decltype(&::name) const name = object_.function<decltype(&::name)>(#name)
+  KXHOST_FUNCTION(kxcalcGetVersion);
+  KXHOST_FUNCTION(kxcalcGetMinMaxAveRMS_float);
+  KXHOST_FUNCTION(kxcalcGetMinMaxAveRMS_double);
+  KXHOST_FUNCTION(kxcalcGetMinMaxAveRMS_int16_t);
+  KXHOST_FUNCTION(kxcalcGetMinMaxAveRMS_int32_t);
+  KXHOST_FUNCTION(kxcalcMoveAndGetMinMaxAveRMS_int16_t);
+#undef KXHOST_FUNCTION
+};
+
+}  // namespace kxhost

@@ -1,0 +1,69 @@
+// kxhost: measures recordings with the kernel library.
+#include <algorithm>
+#include <exception>
+#include <filesystem>
+#include <iostream>
+#include <string>
+
+#include "commands/command.hpp"
+#include "library.hpp"
+
+namespace {
+
+constexpr int failed = 1;
+constexpr int misused = 2;
+
+/// The option takes any path to a file; a bare name only says the same to the system's loader if it names no file here.
+std::string libraryPath(const std::string& file) {
+  return std::filesystem::exists(file) ? std::filesystem::absolute(file).string() : file;
+}
+
+int run(int argumentCount, char** arguments) {
+  CLI::App program("Measures recordings with the kernels of the kxcalc library.", "kxhost");
+  std::string library = KXHOST_DEFAULT_LIBRARY;
+  kxhost::Action chosen;
+  program.set_version_flag("--version", "kxhost " KXHOST_VERSION);
+  program.add_option("--library", library, "The library to use: a file, or a name that the system's loader knows")
+      ->type_name("FILE")
+      ->capture_default_str();
+  program.require_subcommand(0, 1);
+  program.fallthrough();
+  kxhost::addStatsCommand(program, chosen);
+  program.footer(
+      "Exit code: 0 if all went well, 1 if an input could not be used, 2 if the command line is wrong.\n"
+      "\n"
+      "Examples:\n"
+      "  kxhost stats recording.wav\n"
+      "  kxhost stats --plot overview.png recording.wav\n"
+      "  kxhost stats --help");
+
+  try {
+    program.parse(argumentCount, arguments);
+    if (!chosen) {
+      throw CLI::RequiredError("A subcommand");
+    }
+  } catch (const CLI::Success& success) {
+    return program.exit(success);
+  } catch (const CLI::ParseError& error) {
+    std::string message = error.what();
+    std::replace(message.begin(), message.end(), '\n', ' ');
+    std::cerr << "kxhost: " << message << " (kxhost --help tells more)\n";
+    return misused;
+  }
+  const int code = chosen(kxhost::Library(libraryPath(library)));
+  if (!std::cout.flush()) {
+    throw std::runtime_error("standard output cannot be written");
+  }
+  return code;
+}
+
+}  // namespace
+
+int main(int argumentCount, char** arguments) {
+  try {
+    return run(argumentCount, arguments);
+  } catch (const std::exception& error) {
+    std::cerr << "kxhost: " << error.what() << '\n';
+    return failed;
+  }
+}

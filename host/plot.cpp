@@ -1,0 +1,185 @@
+#include "plot.hpp"
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <stdlib.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cmath>
+#include <cstring>
+#include <fstream>
+#include <limits>
+#include <sstream>
+#include <system_error>
+#include <utility>
+
+#include "recording.hpp"
+
+namespace kxhost {
+namespace {
+
+/// Text as gnuplot takes it literally, without control characters.
+std::string quoted(const std::string& text) {
+  std::string result = "'";
+  for (const char c : text) {
+    if (c == '\'') {
+      result += "''";
+    } else {
+      result += static_cast<unsigned char>(c) < ' ' ? '?' : c;
+    }
+  }
+  return result + '\'';
+}
+
+/// Runs gnuplot on a script file. Returns what it had to say if it failed, else nothing.
+std::string runGnuplot(const std::filesystem::path& script, const std::filesystem::path& messages) {
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+  posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+  posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, messages.c_str(), O_WRONLY | O_CREAT, 0600);
+  std::string program = "gnuplot", argument = script.string();
+  std::array<char*, 3> arguments{program.data(), argument.data(), nullptr};
+  pid_t process = 0;
+  const int error = posix_spawnp(&process, program.c_str(), &actions, nullptr, arguments.data(), environ);
+  posix_spawn_file_actions_destroy(&actions);
+  if (error != 0) {
+    return "gnuplot cannot be started (is it installed?): " + std::generic_category().message(error);
+  }
+  int status = 0;
+  while (waitpid(process, &status, 0) < 0 && errno == EINTR) {
+  }
+  if (WIFEXITED(status) && WEXITSTATUS(status) == 0) {
+    return "";
+  }
+  std::ifstream said(messages);
+  std::string line, last = "no message";
+  while (std::getline(said, line)) {
+    last = line.find_first_not_of(' ') != std::string::npos ? line : last;
+  }
+  return "gnuplot failed: " + last;
+}
+
+/// The Y range of a pane, with some air; [-1, 1] where nothing can be drawn.
+std::pair<double, double> yRange(const std::vector<EnvelopeColumn>& columns) {
+  double low = std::numeric_limits<double>::infinity(), high = -low;
+  for (const EnvelopeColumn& column : columns) {
+    for (const double y : {column.minimum, column.maximum, column.rms}) {
+      if (std::isfinite(y)) {
+        low = std::min(low, y);
+        high = std::max(high, y);
+      }
+    }
+  }
+  if (!(low <= high)) {
+    return {-1, 1};
+  }
+  const double air = high > low ? 0.06 * (high - low) : std::max(std::abs(high), 1.0);
+  return {low - air, high + air};
+}
+
+}  // namespace
+
+Picture::Picture(std::string file) : file_(std::move(file)) {
+  if (std::filesystem::is_directory(file_)) {
+    throw FileError(file_, "is a directory");
+  }
+  const std::filesystem::path folder = std::filesystem::path(file_).parent_path();
+  std::string pattern = ((folder.empty() ? "." : folder) / ".kxhost-XXXXXX").string();
+  if (mkdtemp(pattern.data()) == nullptr) {
+    throw FileError(file_, std::string("cannot be written: ") + std::strerror(errno));
+  }
+  workplace_ = pattern;
+}
+
+Picture::~Picture() {
+  std::error_code ignored;
+  std::filesystem::remove_all(workplace_, ignored);
+}
+
+bool Picture::canDraw(const std::string& file) {
+  const auto extension = std::filesystem::path(file).extension();
+  return extension == ".png" || extension == ".svg";
+}
+
+void Picture::draw(const std::string& script, int width, int height) {
+  const auto drawn = workplace_ / "picture", scriptFile = workplace_ / "script";
+  std::ofstream out(scriptFile);
+  const bool isSvg = std::filesystem::path(file_).extension() == ".svg";
+  out << "set terminal " << (isSvg ? "svg" : "pngcairo") << " size " << width << ',' << height
+      << " noenhanced font ',11' background rgb 'white'\n"
+      << "set encoding utf8\nset output " << quoted(drawn.string()) << '\n'
+      << script << "set output\n";
+  out.close();
+  if (!out) {
+    throw FileError(file_, "cannot be written: no room for the gnuplot script");
+  }
+  const std::string failure = runGnuplot(scriptFile, workplace_ / "messages");
+  if (!failure.empty()) {
+    throw FileError(file_, "cannot be drawn: " + failure);
+  }
+  std::error_code error;
+  std::filesystem::rename(drawn, file_, error);
+  if (error) {
+    throw FileError(file_, "cannot be written: " + error.message());
+  }
+}
+
+void drawEnvelopes(Picture& picture, const std::string& title, const std::vector<Pane>& panes, uint64_t frames,
+                   const std::string& timeUnit, double framesAUnit) {
+  // All in pixels.
+  constexpr int width = 1200, left = 110, right = 30, top = 84, bottom = 60, gap = 30;
+  const int count = static_cast<int>(panes.size());
+  const int paneHeight = count == 1 ? 360 : count <= 12 ? 180 : 130;
+  const int height = top + count * paneHeight + (count - 1) * gap + bottom;
+
+  std::ostringstream script;
+  script.precision(9);
+  for (size_t i = 0; i < panes.size(); ++i) {
+    script << "$pane" << i << " << END\n";
+    for (const EnvelopeColumn& column : panes[i].columns) {
+      script << column.position / framesAUnit << ' ' << column.minimum << ' ' << column.maximum << ' ' << column.rms
+             << '\n';
+    }
+    script << "END\n";
+  }
+  script << "set multiplot\n"
+            "set datafile missing 'nan'\n"
+            "set style fill solid noborder\n"
+            "set grid back linetype 1 linecolor rgb '#dddddd' linewidth 0.7\n"
+            "set tics nomirror out\n"
+            "set border 3\n"
+            "set label 1 "
+         << quoted(title) << " at screen 0.5, screen " << 1 - 22.0 / height << " center font ',13'\n"
+         << "set key at screen " << 1 - static_cast<double>(right) / width << ", screen " << 1 - 48.0 / height
+         << " right center horizontal samplen 3\n"
+         << "set xrange [0:" << static_cast<double>(frames) / framesAUnit << "]\n"
+         << "set lmargin at screen " << static_cast<double>(left) / width << '\n'
+         << "set rmargin at screen " << 1 - static_cast<double>(right) / width << '\n'
+         << "set format x ''\n";
+  for (size_t i = 0; i < panes.size(); ++i) {
+    const auto [low, high] = yRange(panes[i].columns);
+    const int paneTop = top + static_cast<int>(i) * (paneHeight + gap);
+    if (i + 1 == panes.size()) {
+      script << "set format x '%h'\nset xlabel " << quoted(timeUnit) << '\n';
+    }
+    script << "set tmargin at screen " << 1 - static_cast<double>(paneTop) / height << '\n'
+           << "set bmargin at screen " << 1 - static_cast<double>(paneTop + paneHeight) / height << '\n'
+           << "set yrange [" << low << ':' << high << "]\n"
+           << "set ylabel " << quoted(panes[i].unit) << '\n'
+           << "set label 2 " << quoted(panes[i].title) << " at graph 0, graph 1 left offset 0, character 0.7\n"
+           << "plot $pane" << i << " using 1:2:3 with filledcurves linecolor rgb '#9ec5e8' title 'minimum to maximum', "
+           << "'' using 1:2 with lines linecolor rgb '#4a86c0' linewidth 0.6 notitle, "
+           << "'' using 1:3 with lines linecolor rgb '#4a86c0' linewidth 0.6 notitle, "
+           << "'' using 1:4 with lines linecolor rgb '#c03020' linewidth 1.4 title 'RMS'\n"
+           << "unset key\nunset label 1\n";
+  }
+  script << "unset multiplot\n";
+  picture.draw(script.str(), width, height);
+}
+
+}  // namespace kxhost

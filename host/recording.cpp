@@ -1,0 +1,60 @@
+#include "recording.hpp"
+
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+#include <cmath>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+
+#include "audio_recording.hpp"
+#include "csv_recording.hpp"
+
+namespace kxhost {
+namespace {
+
+/// Everything here reads its file more than once, which a pipe cannot do.
+void requireReadableFile(const std::string& file) {
+  std::error_code error;
+  const auto status = std::filesystem::status(file, error);
+  if (status.type() == std::filesystem::file_type::not_found) {
+    throw FileError(file, "no such file");
+  }
+  if (std::filesystem::is_directory(status)) {
+    throw FileError(file, "is a directory");
+  }
+  if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
+    throw FileError(file, "is not a regular file, and only those can be read more than once");
+  }
+  errno = 0;
+  if (!std::ifstream(file)) {
+    throw FileError(file, errno != 0 ? std::strerror(errno) : "cannot be opened");
+  }
+}
+
+std::string lowerCaseExtension(const std::string& file) {
+  std::string extension = std::filesystem::path(file).extension().string();
+  std::transform(extension.begin(), extension.end(), extension.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  return extension;
+}
+
+}  // namespace
+
+std::unique_ptr<Recording> openRecording(const std::string& file, const InputOptions& options) {
+  requireReadableFile(file);
+  if (options.rate && !(*options.rate > 0 && std::isfinite(*options.rate))) {
+    throw FileError(file, "the sample rate must be above 0");
+  }
+  const std::string extension = lowerCaseExtension(file);
+  if (!options.raw && (extension == ".csv" || extension == ".tsv")) {
+    return openCsv(file, options);
+  }
+  if (!options.columns.empty()) {
+    throw FileError(file, "has no named columns: --column is for CSV files");
+  }
+  return options.raw ? openRaw(file, options) : openAudio(file, options);
+}
+
+}  // namespace kxhost

@@ -1,0 +1,130 @@
+// Input that cannot be used: one clear line on standard error, and exit code 1.
+#include "host/kxhost_test.hpp"
+
+namespace kxhost_test {
+namespace {
+
+class InputTest : public KxhostTest {
+protected:
+  void expectStatsRefused(const std::string& file, const std::string& reason,
+                          std::vector<std::string> options = {}) const {
+    options.insert(options.begin(), "stats");
+    options.push_back(file);
+    expectRefused(options, file, reason);
+  }
+};
+
+TEST_F(InputTest, AMissingFileIsNamed) {
+  expectStatsRefused(path("none.wav"), "no such file");
+}
+
+TEST_F(InputTest, ADirectoryIsRefused) {
+  expectStatsRefused(path(""), "is a directory");
+}
+
+TEST_F(InputTest, ADeviceIsRefused) {
+  expectStatsRefused("/dev/null", "is not a regular file");
+}
+
+TEST_F(InputTest, AFileThatIsNoRecordingIsRefused) {
+  expectStatsRefused(writeText("letter.wav", "Dear Sir or Madam,\n"), "is not a recording");
+  expectStatsRefused(writeText("empty.wav", ""), "is not a recording");
+}
+
+TEST_F(InputTest, ACutFileIsNoticedInEveryContainer) {
+  const auto samples = as<int16_t>(noise(20000, 16));
+  for (const int container :
+       std::initializer_list<int>{SF_FORMAT_WAV, SF_FORMAT_WAV | SF_ENDIAN_BIG, SF_FORMAT_WAVEX, SF_FORMAT_RF64,
+                                  SF_FORMAT_W64, SF_FORMAT_AIFF, SF_FORMAT_AU, SF_FORMAT_CAF, SF_FORMAT_FLAC}) {
+    const std::string name = std::to_string(container);
+    const std::string file = writeAudio(name, container | SF_FORMAT_PCM_16, 2, samples);
+    ASSERT_EQ(run({"stats", file}).code, 0) << name;
+    for (const uintmax_t bytes : {1U, 3U, 4U, 4000U}) {
+      SCOPED_TRACE("container " + name + ", " + std::to_string(bytes) + " bytes less");
+      expectStatsRefused(cut(file, name + "-" + std::to_string(bytes), bytes), "is truncated");
+    }
+  }
+}
+
+TEST_F(InputTest, ACutOggFileIsNoticed) {
+  const auto samples = as<float>(noise(96000, 16), 0x1p-17);
+  const std::string file = writeAudio("a.ogg", SF_FORMAT_OGG | SF_FORMAT_VORBIS, 2, samples);
+  expectStatsRefused(cut(file, "cut.ogg", 5), "is truncated");
+}
+
+TEST_F(InputTest, ACutMp3FileIsNoticed) {
+  SF_INFO mp3{};
+  mp3.format = SF_FORMAT_MPEG | SF_FORMAT_MPEG_LAYER_III;
+  mp3.channels = 1;
+  mp3.samplerate = 48000;
+  if (sf_format_check(&mp3) == 0) {
+    GTEST_SKIP() << "libsndfile was built without MP3";
+  }
+  const std::string file = writeAudio("a.mp3", mp3.format, 1, as<float>(noise(96000, 16), 0x1p-17));
+  ASSERT_EQ(stats({file}).at(0).at("container"), "mp3");
+  expectStatsRefused(cut(file, "cut.mp3", 100), "is truncated");
+}
+
+TEST_F(InputTest, AFlacFileOfOpenLengthIsReadToItsEndAndACutOneIsNoticed) {
+  const std::string file = writeAudio("a.flac", SF_FORMAT_FLAC | SF_FORMAT_PCM_16, 1, as<int16_t>(noise(20000, 16)));
+  std::string bytes = read(file);
+  bytes[21] = static_cast<char>(bytes[21] & 0xF0);  // the number of samples: the last 36 of these 40 bits
+  bytes.replace(22, 4, 4, '\0');
+  const std::string streamed = writeText("streamed.flac", bytes);
+  EXPECT_EQ(stats({streamed}).at(0).at("samples"), 20000);
+  expectStatsRefused(cut(streamed, "cut.flac", 3), "is truncated");
+}
+
+TEST_F(InputTest, AStreamedWavFileOfOpenLengthIsNotTakenForACutOne) {
+  const std::string file = writeAudio("a.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_16, 1, std::vector<int16_t>(1000, 7));
+  std::string bytes = read(file);
+  const size_t size = bytes.find("data") + 4;
+  bytes.replace(4, 4, "\xFF\xFF\xFF\xFF");
+  bytes.replace(size, 4, "\xFF\xFF\xFF\xFF");
+  EXPECT_EQ(stats({writeText("streamed.wav", bytes)}).at(0).at("samples"), 1000);
+}
+
+TEST_F(InputTest, ARawFileThatEndsWithinAFrameIsRefused) {
+  const std::string file = writeRaw("a.raw", std::vector<int16_t>(12, 1));
+  expectStatsRefused(cut(file, "cut.raw", 2), "22 bytes are not a multiple of the frame's 8",
+                     {"--raw", "int16", "--channels", "4"});
+}
+
+TEST_F(InputTest, ARateMustBePositive) {
+  const std::string file = writeAudio("a.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_16, 1, std::vector<int16_t>(12, 1));
+  for (const char* rate : {"0", "-48000", "nan", "inf"}) {
+    expectStatsRefused(file, "the sample rate must be above 0", {"--rate", rate});
+  }
+}
+
+TEST_F(InputTest, RawFilesHaveOneChannelOrMoreButNotTooMany) {
+  const std::string file = writeRaw("a.raw", std::vector<int16_t>(5000, 1));
+  for (const char* channels : {"0", "-1", "1025"}) {
+    expectStatsRefused(file, "the number of channels must be 1 to 1024", {"--raw", "int16", "--channels", channels});
+  }
+}
+
+TEST_F(InputTest, ACsvFaultIsNamedWithItsLine) {
+  expectStatsRefused(writeText("a.csv", "a,b\n1,2\n3,four\n"), "line 3, column b: not a number: four");
+  expectStatsRefused(writeText("b.csv", "a,b\n1,2\n3,4 V\n"), "line 3, column b: not a number: 4 V");
+  expectStatsRefused(writeText("c.csv", "a,b\n1,2\n\n3,\n"), "line 4, column b: empty");
+  expectStatsRefused(writeText("d.csv", "a,b\n1,2\n3\n"), "line 3 has 1 fields, the header row has 2");
+  expectStatsRefused(writeText("e.csv", "a,b\n1,2\n3,4,5\n"), "line 3 has 3 fields, the header row has 2");
+  expectStatsRefused(writeText("f.csv", "a,b\n1,\"2\n"), "line 2: a quote is not closed");
+}
+
+TEST_F(InputTest, ACsvFileNeedsAHeaderRowAndNumbers) {
+  expectStatsRefused(writeText("a.csv", ""), "is empty");
+  expectStatsRefused(writeText("b.csv", "1,2\n3,4\n"), "has no header row");
+  expectStatsRefused(writeText("c.csv", "a,b\nx,y\n"), "no column holds numbers");
+}
+
+TEST_F(InputTest, AMissingColumnIsNamed) {
+  expectStatsRefused(writeText("a.csv", "a,b\n1,2\n"), "has no column c", {"--column", "a", "--column", "c"});
+  expectStatsRefused(writeText("text.csv", "a,b\n1,x\n"), "line 2, column b: not a number: x", {"--column", "b"});
+  expectStatsRefused(writeAudio("a.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_16, 1, std::vector<int16_t>(12, 1)),
+                     "has no named columns", {"--column", "a"});
+}
+
+}  // namespace
+}  // namespace kxhost_test

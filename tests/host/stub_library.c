@@ -1,0 +1,21 @@
+/* A library that loads but cannot be used: of another interface version, or with the version query alone. */
+#include <stdint.h>
+
+void kxcalcGetVersion(uint32_t* major, uint32_t* minor, int32_t value, uint32_t* flag);
+
+void kxcalcGetVersion(uint32_t* major, uint32_t* minor, int32_t value, uint32_t* flag) {
+  *major = STUB_MAJOR;
+  *minor = 1;
+  *flag = value > 9;
+}
+
+#if defined(STUB_COMPLETE)
+#define STUB(name) \
+  void name(void); \
+  void name(void) {}
+STUB(kxcalcGetMinMaxAveRMS_float)
+STUB(kxcalcGetMinMaxAveRMS_double)
+STUB(kxcalcGetMinMaxAveRMS_int16_t)
+STUB(kxcalcGetMinMaxAveRMS_int32_t)
+STUB(kxcalcMoveAndGetMinMaxAveRMS_int16_t)
+#endif
