@@ -253,8 +253,8 @@ KXCALC_API void kxcalcGetMinMaxAveRMS_int32_t(const int32_t* data, uint32_t coun
  * Fastest when rmsOffset is a whole number.
  *
  * @param destination   out, count samples, contiguous, aligned to 2 bytes.
- * @param source        in, aligned to 2 bytes: (count - 1) * stride + 1 samples from the first to the last one read;
- * exactly the samples copied are read.
+ * @param source        in, aligned to 2 bytes: (count - 1) * stride + 1 samples from the first to the last one read.
+ * With a stride of 2 or 4 those between the copied ones may be read too; nothing before or after is.
  * @param count         number of samples to copy. 0 returns at once: nothing is read or written.
  * @param minimum       in/out, one sample: merged or overwritten as above.
  * @param maximum       in/out, one sample: merged or overwritten as above.

@@ -126,12 +126,16 @@ KXCALC_INLINE i64x2 unordered(f64x2 a, f64x2 b) {
 #endif
 }
 
-/// Lanes 0 to 3, or 4 to 7, with their sign: each is doubled up in 32 bits and shifted down arithmetically.
+/// Lanes 0 to 3, or 4 to 7, with their sign.
 KXCALC_INLINE i32x4 widenLow(i16x8 v) {
+#if defined(KXCALC_SSE41)
+  return bitsAs<i32x4>(_mm_cvtepi16_epi32(bitsAs<__m128i>(v)));
+#else  // doubled up in 32 bits and shifted down arithmetically
   return bitsAs<i32x4>(__builtin_shufflevector(v, v, 0, 0, 1, 1, 2, 2, 3, 3)) >> 16;
+#endif
 }
 KXCALC_INLINE i32x4 widenHigh(i16x8 v) {
-  return bitsAs<i32x4>(__builtin_shufflevector(v, v, 4, 4, 5, 5, 6, 6, 7, 7)) >> 16;
+  return widenLow(__builtin_shufflevector(v, v, 4, 5, 6, 7, 4, 5, 6, 7));
 }
 
 /// Two neighbouring samples as doubles (exact; a signalling NaN comes out quiet).

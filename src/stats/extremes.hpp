@@ -68,20 +68,16 @@ KXCALC_INLINE Extremes<T> extremesInStatedOrder(const T* data, size_t count) {
   return lanes.reduce();
 }
 
-/// Whether a block of a vector or more holds both +0 and -0.
+/// Whether a block of a vector or more holds a -0. Its comparisons are counted: at most 2^30 in a lane.
 template <class T>
-KXCALC_INLINE bool holdsBothZeros(const T* data, size_t count) {
+KXCALC_INLINE bool holdsMinusZero(const T* data, size_t count) {
   using Bits = std::conditional_t<sizeof(T) == 4, i32x4, i64x2>;
   const Bits minusZero = bitsAs<Bits>(-Lanes<T>{});
-  Bits sawPlus{}, sawMinus{};
-  const auto block = [&](const T* at) {
-    const Bits bits = bitsAs<Bits>(load(at));
-    sawPlus |= bits == 0;
-    sawMinus |= bits == minusZero;
-  };
+  Bits found{};
+  const auto block = [&](const T* at) { found += bitsAs<Bits>(load(at)) == minusZero; };
   walkBody(data, 0, count, block);
   block(data + count - laneCount<T>);
-  return anyBitSet(sawPlus) && anyBitSet(sawMinus);
+  return anyBitSet(found);
 }
 
 /// The block's extremes as the contract orders them, given those that were found in another order and whether a NaN was
@@ -90,7 +86,7 @@ template <class T>
 KXCALC_INLINE Extremes<T> settleExtremes(Extremes<T> anyOrder, bool sawNaN, const T* data, size_t count) {
   if constexpr (std::is_floating_point_v<T>) {
     const bool zeroWon = anyOrder.minimum == 0 || anyOrder.maximum == 0;
-    if (sawNaN || (zeroWon && holdsBothZeros(data, count))) {
+    if (sawNaN || (zeroWon && holdsMinusZero(data, count))) {
       return extremesInStatedOrder(data, count);
     }
   }

@@ -9,9 +9,29 @@
 namespace kxcalc {
 namespace {
 
+/// Every second sample of 16, every fourth of 32.
+KXCALC_INLINE i16x8 everySecond(const int16_t* from) {
+  return narrow(bitsAs<i32x4>(load(from)), bitsAs<i32x4>(load(from + 8)));
+}
+KXCALC_INLINE i16x8 everyFourth(const int16_t* from) {
+  const auto evenLanes = [](i16x8 low, i16x8 high) {
+    return __builtin_shufflevector(bitsAs<i32x4>(low), bitsAs<i32x4>(high), 0, 2, 4, 6);
+  };
+  return narrow(evenLanes(load(from), load(from + 8)), evenLanes(load(from + 16), load(from + 24)));
+}
+
+/// Copies samples `begin` to `end` of the destination. Two and four channels are taken in whole vectors, but for the
+/// last block, whose vectors would go past the last sample.
 KXCALC_INLINE void gather(int16_t* destination, const int16_t* source, size_t begin, size_t end, ptrdiff_t stride) {
   const int16_t* from = source + static_cast<ptrdiff_t>(begin) * stride;
-  for (size_t i = begin; i < end; ++i) {
+  size_t i = begin;
+  if (stride == 2 || stride == 4) {
+    for (; end - i > 8; i += 8) {
+      store(destination + i, stride == 2 ? everySecond(from) : everyFourth(from));
+      from += 8 * stride;
+    }
+  }
+  for (; i < end; ++i) {
     destination[i] = *from;
     from += stride;
   }

@@ -58,18 +58,19 @@ KXCALC_INLINE bool addSquaresSideBySide(double& sum, const float* data) {
 }
 
 KXCALC_INLINE double sumOfSquares(const float* data, size_t count) {
-  // At first the sum doubles every few terms, and a block that failed is likely to be followed by others: such
-  // stretches are not tried.
-  size_t untried = 16;
+  // At first the sum doubles too often for blocks to pass, and a block that failed is likely to be followed by others.
+  constexpr size_t settling = 16 * blockLength, pause = 8 * blockLength;
   double sum = 0;
-  size_t i = 0;
-  for (; count - i >= blockLength; i += blockLength) {
+  size_t i = std::min(count, settling);
+  addTermByTerm(sum, data, data, i);
+  while (count - i >= blockLength) {
     unrolled<blockLength / 16>([&](size_t k) { prefetchAhead(data + i + 16 * k); });
-    if (untried == 0 && addSquaresSideBySide(sum, data + i)) {
-      continue;
+    size_t done = blockLength;
+    if (!addSquaresSideBySide(sum, data + i)) {
+      done = std::min(count - i, blockLength + pause);
+      addTermByTerm(sum, data + i, data + i, done);
     }
-    untried = untried == 0 ? 8 : untried - 1;
-    addTermByTerm(sum, data + i, data + i, blockLength);
+    i += done;
   }
   addTermByTerm(sum, data + i, data + i, count - i);
   return sum;
