@@ -22,6 +22,7 @@ using std::size_t;
 
 typedef float f32x4 __attribute__((vector_size(16)));
 typedef double f64x2 __attribute__((vector_size(16)));
+typedef int8_t i8x16 __attribute__((vector_size(16)));
 typedef int16_t i16x8 __attribute__((vector_size(16)));
 typedef int32_t i32x4 __attribute__((vector_size(16)));
 typedef uint32_t u32x4 __attribute__((vector_size(16)));
@@ -161,6 +162,37 @@ KXCALC_INLINE f64x2 loadAsDoubles(const int16_t* from) {
   std::memcpy(&both, from, sizeof both);
   const i32x4 pair = widenLow(bitsAs<i16x8>(i32x4{both, 0, 0, 0}));
   return __builtin_convertvector(__builtin_shufflevector(pair, pair, 0, 1), f64x2);
+}
+
+/// Four neighbouring samples of 8 or 16 bits with their value. Each is placed at the top of 32 bits and shifted down,
+/// with its sign or with zeros.
+KXCALC_INLINE i32x4 loadAsInt32(const int16_t* from) {
+  i64x2 four{};
+  std::memcpy(&four, from, 8);
+  return widenLow(bitsAs<i16x8>(four));
+}
+KXCALC_INLINE i32x4 loadAsInt32(const uint16_t* from) {
+  i64x2 four{};
+  std::memcpy(&four, from, 8);
+  return bitsAs<i32x4>(__builtin_shufflevector(bitsAs<i16x8>(four), i16x8{}, 0, 8, 1, 9, 2, 10, 3, 11));
+}
+KXCALC_INLINE i32x4 loadAsInt32(const int8_t* from) {
+  i32x4 four{};
+  std::memcpy(&four, from, 4);
+  const i8x16 v = bitsAs<i8x16>(four);
+  return bitsAs<i32x4>(__builtin_shufflevector(v, v, 0, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3, 3)) >> 24;
+}
+KXCALC_INLINE i32x4 loadAsInt32(const uint8_t* from) {
+  i32x4 four{};
+  std::memcpy(&four, from, 4);
+  return bitsAs<i32x4>(__builtin_shufflevector(bitsAs<i8x16>(four), i8x16{}, 0, 16, 17, 18, 1, 19, 20, 21, 2, 22, 23,
+                                               24, 3, 25, 26, 27));
+}
+
+/// Four doubles as singles, each rounded to the nearest.
+KXCALC_INLINE f32x4 toSingles(f64x2 low, f64x2 high) {
+  return f32x4{static_cast<float>(low[0]), static_cast<float>(low[1]), static_cast<float>(high[0]),
+               static_cast<float>(high[1])};
 }
 
 /// The low 16 bits of eight 32-bit lanes (two's complement wrap-around, no saturation).

@@ -138,6 +138,31 @@ TEST(Lanes, PairsAreLoadedAsTheirExactDoubles) {
   }
 }
 
+template <class Raw>
+void expectFourAsInt32(const std::array<Raw, 5>& from) {
+  for (size_t i = 0; i < 2; ++i) {
+    const i32x4 four = loadAsInt32(&from[i]);
+    for (size_t k = 0; k < 4; ++k) {
+      EXPECT_EQ(four[k], from[i + k]) << "from " << i << ", lane " << k;
+    }
+  }
+}
+
+TEST(Lanes, FourNarrowSamplesAreLoadedWithTheirValue) {
+  expectFourAsInt32<int16_t>({INT16_MIN, INT16_MAX, -1, 0x1234, -2});
+  expectFourAsInt32<uint16_t>({0, UINT16_MAX, 32768, 0x1234, 1});
+  expectFourAsInt32<int8_t>({INT8_MIN, INT8_MAX, -1, 0x12, -2});
+  expectFourAsInt32<uint8_t>({0, UINT8_MAX, 128, 0x12, 1});
+}
+
+TEST(Lanes, FourDoublesAreRoundedToTheNearestSingles) {
+  const f32x4 four = toSingles(f64x2{1.0 + 0x1p-24, 1.0 + 0x1.8p-23}, f64x2{-1e300, -0.0});
+  EXPECT_EQ(four[0], 1.0F);
+  EXPECT_EQ(four[1], 1.0F + 0x1p-22F);
+  EXPECT_EQ(four[2], -kInfinity);
+  EXPECT_EQ(bitsOf(float{four[3]}), bitsOf(-0.0F));
+}
+
 TEST(Lanes, WideningKeepsTheSignAndNarrowingTheLowBits) {
   const i16x8 v{INT16_MIN, -1, 0, 1, INT16_MAX, -2, 255, 256};
   EXPECT_EQ(valuesOf<int32_t>(widenLow(v)), (std::vector<int32_t>{INT16_MIN, -1, 0, 1}));

@@ -1,5 +1,5 @@
 """Walks the public header: every function must be in the registry, have each argument documented, a plain model, tests and a
-benchmark, and every row of the registry must be in the header.
+benchmark, be called by the threads test, and every row of the registry must be in the header.
 
 usage: check_exports.py <source directory> <test executable> [<benchmark executable>]
 The benchmark executable is left out where benchmarks are not built. With --self-test, plants a gap of each kind.
@@ -13,8 +13,9 @@ from pathlib import Path
 DECLARATION = re.compile(r"/\*\*(?P<comment>(?:[^*]|\*(?!/))*)\*/\s*KXCALC_API (?P<returns>\w+) (?P<name>\w+)\((?P<arguments>[^)]*)\);")
 
 
-def gaps(header, registry, models, tests, benchmarks):
-    """The texts of header, registry and models; the listings of tests and benchmarks, the latter None where not built."""
+def gaps(header, registry, models, calls, tests, benchmarks):
+    """The texts of header, registry, models and of the calls that threads make; the listings of tests and benchmarks, the
+    latter None where not built."""
     promised = [line.split()[1] for line in registry.splitlines() if line and not line.startswith("#")]
     declared = []
     for match in DECLARATION.finditer(header):
@@ -26,10 +27,12 @@ def gaps(header, registry, models, tests, benchmarks):
                 yield f"{name}: argument {argument} is not documented"
         if match["returns"] != "void" and "@return" not in comment:
             yield f"{name}: the result is not documented"
-        if not re.search(r"@param count .*\b0\b", comment, re.DOTALL) and "@param count" in comment:
+        if "@param count " in comment and not re.search(r"@param count .*\b0\b", comment, re.DOTALL):
             yield f"{name}: what count 0 does is not documented"
         if not re.search(rf"\b{name}\(", models):
             yield f"{name}: has no model"
+        if not re.search(rf"\"[^\"]*\b{name}\b", calls):
+            yield f"{name}: is not among the calls that threads make"
         if not re.search(rf"\b{name.removeprefix('kxcalc').removeprefix('kxCalc')}\b", tests):
             yield f"{name}: has no test"
         if benchmarks is not None and not re.search(rf"^{name}\b", benchmarks, re.MULTILINE):
@@ -44,7 +47,7 @@ def gaps(header, registry, models, tests, benchmarks):
 
 def self_test():
     header = "/** Doubles.\n * @param count  0 returns.\n * @return  it. */\nKXCALC_API int kxcalcTwice(int count);\n"
-    whole = [header, "stats kxcalcTwice", "int kxcalcTwice(int count) {}", "Twice.\n  Works\n", "kxcalcTwice/1000\n"]
+    whole = [header, "stats kxcalcTwice", "int kxcalcTwice(int count) {}", '{"kxcalcTwice"}', "Twice.\n  Works\n", "kxcalcTwice/1000\n"]
     planted = [
         (None, whole, None),
         ("an argument", [header.replace("@param count", "count"), *whole[1:]], "argument count"),
@@ -53,8 +56,9 @@ def self_test():
         ("a comment", ["KXCALC_API int kxcalcBare(int a);\n" + header, *whole[1:]], "without a comment"),
         ("a row", [whole[0], "stats kxcalcTwice\nstats kxcalcThrice", *whole[2:]], "differ"),
         ("a model", [*whole[:2], "", *whole[3:]], "has no model"),
-        ("a test", [*whole[:3], "Thrice.\n", whole[4]], "has no test"),
-        ("a benchmark", [*whole[:4], "kxcalcTwiceOver/1000\n"], "has no benchmark"),
+        ("a call", [*whole[:3], '{"kxcalcTwiceOver"}', *whole[4:]], "threads"),
+        ("a test", [*whole[:4], "Thrice.\n", whole[5]], "has no test"),
+        ("a benchmark", [*whole[:5], "kxcalcTwiceOver/1000\n"], "has no benchmark"),
     ]
     failures = 0
     for what, inputs, expected in planted:
@@ -74,6 +78,7 @@ def main():
         (source / "include/kxcalc.h").read_text(),
         (source / "src/frame/exports.txt").read_text(),
         "".join(path.read_text() for path in sorted((source / "tests/reference").glob("*.hpp"))),
+        (source / "tests/support/every_export.cpp").read_text(),
         listing(sys.argv[2], "--gtest_list_tests"),
         listing(sys.argv[3], "--benchmark_list_tests") if len(sys.argv) > 3 else None,
     ))

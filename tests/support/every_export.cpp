@@ -99,6 +99,81 @@ ExportCall convert(std::string name, void (*kernel)(const Source*, Destination*,
           }};
 }
 
+template <typename Params, typename Value>
+ExportCall scaledValues(std::string name, void (*kernel)(const Params*), const std::shared_ptr<const Inputs>& inputs,
+                        Value scale) {
+  return {std::move(name), [=] {
+            // The vector's memory is aligned for any of the variants.
+            std::vector<Value> output(count);
+            const Params params{inputs->shorts.data(), output.data(), scale, 1, count, KXCALC_INT16, 2};
+            kernel(&params);
+            return bytesOf(output);
+          }};
+}
+
+ExportCall mapBlock(std::string name, void (*kernel)(const float*, float*, uint32_t),
+                    const std::shared_ptr<const Inputs>& inputs) {
+  return {std::move(name), [=] {
+            std::vector<float> output(count);
+            kernel(inputs->singles.data() + misalignment, output.data(), count);
+            return bytesOf(output);
+          }};
+}
+
+/// A whole stream: created, fed, stopped, reset, fed again, destroyed.
+Bytes interpolatedStream(const Inputs& inputs) {
+  const CHSInterpolatorParams params{3, 4, 512};
+  CHSInterpolator* stream = nullptr;
+  Bytes bytes;
+  const float* values = nullptr;
+  uint32_t produced = 0;
+  const auto take = [&](uint32_t result) {
+    append(bytes, bytesOf(result));
+    append(bytes, std::as_bytes(std::span(values, produced)));
+  };
+  append(bytes, bytesOf(kxcalcCHSInterpolator_Create(&stream, &params)));
+  take(kxcalcCHSInterpolator_InterpolateValues(stream, inputs.singles.data(), count, &values, &produced));
+  take(kxcalcCHSInterpolator_Stop(stream, &values, &produced));
+  append(bytes, bytesOf(kxcalcCHSInterpolator_Reset(stream)));
+  take(kxcalcCHSInterpolator_InterpolateValues(stream, inputs.singles.data(), 2, &values, &produced));
+  append(bytes, bytesOf(kxcalcCHSInterpolator_Destroy(stream)));
+  return bytes;
+}
+
+Bytes graphPoint(const Inputs& inputs) {
+  int32_t pixelX = 0;
+  int32_t pixelY = 0;
+  int32_t valid = 0;
+  XYValGraph2DParams params{};
+  params.xAxisMode = 1;
+  params.xIndex = 77;
+  params.yAxisMode = 2;
+  params.right = 1000;
+  params.bottom = 700;
+  params.yScale = 1;
+  params.xLogMax = 3;
+  params.yMax = 100;
+  params.dbReference = 0.001;
+  params.yValue = inputs.doubles.data();
+  params.pixelX = &pixelX;
+  params.pixelY = &pixelY;
+  params.valid = &valid;
+  kxcalcGetXYValGraph2D(&params);
+  return bytesOf(pixelX, pixelY, valid);
+}
+
+Bytes nearestPixel() {
+  std::vector<uint32_t> image(std::size_t{40} * 30);
+  image[std::size_t{7} * 40 + 3] = 5;
+  image[std::size_t{20} * 40 + 30] = 6;
+  const uint32_t background = 0;
+  uint32_t value = 0;
+  uint32_t x = 0;
+  uint32_t y = 0;
+  kxcalcFindCursorXY(image.data(), -160, 40, 30, 12, 12, &value, &x, &y, &background, 1);
+  return bytesOf(value, x, y);
+}
+
 }  // namespace
 
 std::vector<ExportCall> everyExport() {
@@ -154,6 +229,19 @@ std::vector<ExportCall> everyExport() {
        }},
       convert("kxcalcConvertInt32ToInt16", &kxcalcConvertInt32ToInt16, inputs, &Inputs::ints),
       convert("kxcalcConvertInt16ToInt32", &kxcalcConvertInt16ToInt32, inputs, &Inputs::shorts),
+      scaledValues("kxcalcChannelGetScaledValuesAtPos_float", &kxcalcChannelGetScaledValuesAtPos_float, inputs, 0.3F),
+      scaledValues("kxcalcChannelGetScaledValuesAtPos_float_aligned_output",
+                   &kxcalcChannelGetScaledValuesAtPos_float_aligned_output, inputs, 0.3F),
+      scaledValues("kxcalcChannelGetScaledValuesAtPos_double", &kxcalcChannelGetScaledValuesAtPos_double, inputs, 0.3),
+      scaledValues("kxcalcChannelGetScaledValuesAtPos_double_aligned_output",
+                   &kxcalcChannelGetScaledValuesAtPos_double_aligned_output, inputs, 0.3),
+      {"kxcalcCHSInterpolator_Create, kxcalcCHSInterpolator_InterpolateValues, kxcalcCHSInterpolator_Stop, "
+       "kxcalcCHSInterpolator_Reset, kxcalcCHSInterpolator_Destroy",
+       [inputs] { return interpolatedStream(*inputs); }},
+      {"kxcalcGetXYValGraph2D", [inputs] { return graphPoint(*inputs); }},
+      {"kxcalcFindCursorXY", [] { return nearestPixel(); }},
+      mapBlock("kxcalcSin_float", &kxcalcSin_float, inputs),
+      mapBlock("kxcalcATan_float", &kxcalcATan_float, inputs),
   };
 }
 
