@@ -21,9 +21,9 @@
  *   Calls       C linkage, the platform's C calling convention (cdecl on 32-bit Windows), names undecorated. Nothing is
  *               thrown, and nothing is allocated except by kxcalcCHSInterpolator_Create.
  *
- * Three terms used below. The "head" of a buffer is the 0 to 7 elements before its first 16-byte boundary. The "body" is
- * the whole 16-byte blocks (for 16-bit samples 8 elements, for 32-bit samples 4, for doubles 2) that follow; the "tail" is
- * the rest.
+ * Three terms used below. The "head" of a buffer is the 0 to 7 elements before its first 16-byte boundary. The "body"
+ * is the whole 16-byte blocks (for 16-bit samples 8 elements, for 32-bit samples 4, for doubles 2) that follow; the
+ * "tail" is the rest.
  *
  * "lesser(a, b)" is a if a < b, else b; "greater(a, b)" is a if a > b, else b. The second operand wins ties (+0 equals
  * -0) and wins whenever either operand is a NaN.
