@@ -61,27 +61,27 @@ KXCALC_INLINE float differenceOf(uint32_t cursor, int32_t pixel) {
   return static_cast<float>(static_cast<int32_t>(cursor - static_cast<uint32_t>(pixel)));
 }
 
-/// All bits set in the lanes of `count` blocks whose pixels are to be ignored.
+/// All bits set in the lanes of `count` blocks whose pixels are not to be ignored. Equal values are counted, not ORed: GCC
+/// makes a blend of that.
 template <size_t count>
-KXCALC_INLINE void findIgnored(const Raster& raster, const u32x4 (&pixels)[count], i32x4 (&ignored)[count]) {
-  for (i32x4& block : ignored) {
-    block = i32x4{};
-  }
+KXCALC_INLINE void findCandidates(const Raster& raster, const u32x4 (&pixels)[count], i32x4 (&candidates)[count]) {
+  i32x4 equalValues[count]{};
   for (int32_t i = 0; i < raster.ignoreCount; ++i) {
     const u32x4 value = u32x4{} + raster.ignoreValues[i];
-    unrolled<count>([&](size_t k) { ignored[k] |= pixels[k] == value; });
+    unrolled<count>([&](size_t k) { equalValues[k] += pixels[k] == value; });
   }
+  unrolled<count>([&](size_t k) { candidates[k] = equalValues[k] == 0; });
 }
 
 /// Folds the block of columns x0 to x0 + 3. To the right of the cursor the second and the fourth column count as one
 /// farther away than they are: their differences come out of subtractions of pairs, with a borrow from the first and
 /// the third.
 KXCALC_INLINE void foldBlock(CandidateLanes& lanes, const Raster& raster, uint32_t x0, float dy2, u32x4 pixels,
-                             i32x4 ignored) {
+                             i32x4 candidates) {
   const u32x4 x = x0 + u32x4{0, 1, 2, 3};
   const u32x4 borrow{0, raster.cursorX < x0, 0, raster.cursorX < x0 + 2};
   const f32x4 distance = squared(bitsAs<i32x4>(raster.cursorX - x - borrow)) + dy2;
-  const i32x4 nearer = (distance <= lanes.distance) & ~ignored;
+  const i32x4 nearer = (distance <= lanes.distance) & candidates;
   lanes.distance = nearer ? distance : lanes.distance;
   lanes.value = nearer ? pixels : lanes.value;
   lanes.x = nearer ? x : lanes.x;
@@ -97,15 +97,15 @@ Candidate searchRow(const Raster& raster, int32_t row, int32_t begin, int32_t en
   int32_t x = begin;
   const auto fold = [&]<size_t count>(std::integral_constant<size_t, count>) {
     u32x4 block[count];
-    i32x4 ignored[count];
+    i32x4 candidates[count];
     unrolled<count>(
         [&](size_t k) { block[k] = bitsAs<u32x4>(load(reinterpret_cast<const int32_t*>(pixels) + x + 4 * k)); });
-    findIgnored(raster, block, ignored);
-    i32x4 all = ignored[0];
-    unrolled<count>([&](size_t k) { all &= ignored[k]; });
-    if (anyBitSet(~all)) {
+    findCandidates(raster, block, candidates);
+    i32x4 any{};
+    unrolled<count>([&](size_t k) { any += candidates[k]; });
+    if (anyBitSet(any)) {
       unrolled<count>([&](size_t k) {
-        foldBlock(lanes, raster, static_cast<uint32_t>(x) + static_cast<uint32_t>(4 * k), dy2, block[k], ignored[k]);
+        foldBlock(lanes, raster, static_cast<uint32_t>(x) + static_cast<uint32_t>(4 * k), dy2, block[k], candidates[k]);
       });
     }
     x += static_cast<int32_t>(4 * count);
