@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <filesystem>
 #include <fstream>
 #include <string_view>
@@ -114,6 +115,8 @@ public:
     format_.samples = std::move(encoding.name);
     format_.type = encoding.type;
     const bool isFloat = encoding.type == SampleType::float32 || encoding.type == SampleType::float64;
+    const int bits = encoding.type == SampleType::int16 ? 16 : 32;
+    format_.fullScale = isFloat ? 1 : std::ldexp(1.0, bits - 1 - shift_);
     format_.unit = isFloat ? "full scale = 1" : "steps";
     for (int i = 1; i <= file_.info.channels; ++i) {
       format_.channels.push_back(std::to_string(i));

@@ -40,11 +40,20 @@ private:
 public:
 #define KXHOST_FUNCTION(name) decltype(&::name) const name = object_.function<decltype(&::name)>(#name)
   KXHOST_FUNCTION(kxcalcGetVersion);
+  KXHOST_FUNCTION(kxcalcGetMinMax_double);
   KXHOST_FUNCTION(kxcalcGetMinMaxAveRMS_float);
   KXHOST_FUNCTION(kxcalcGetMinMaxAveRMS_double);
   KXHOST_FUNCTION(kxcalcGetMinMaxAveRMS_int16_t);
   KXHOST_FUNCTION(kxcalcGetMinMaxAveRMS_int32_t);
   KXHOST_FUNCTION(kxcalcMoveAndGetMinMaxAveRMS_int16_t);
+  KXHOST_FUNCTION(kxcalcChannelGetScaledValuesAtPos_float);
+  KXHOST_FUNCTION(kxcalcChannelGetScaledValuesAtPos_double);
+  KXHOST_FUNCTION(kxcalcCHSInterpolator_Create);
+  KXHOST_FUNCTION(kxcalcCHSInterpolator_InterpolateValues);
+  KXHOST_FUNCTION(kxcalcCHSInterpolator_Stop);
+  KXHOST_FUNCTION(kxcalcCHSInterpolator_Destroy);
+  KXHOST_FUNCTION(kxcalcGetXYValGraph2D);
+  KXHOST_FUNCTION(kxcalcFindCursorXY);
 #undef KXHOST_FUNCTION
 };
 

@@ -1,4 +1,4 @@
-// kxhost: measures recordings with the kernel library.
+// kxhost: measures, shows and resamples recordings with the kernel library.
 #include <algorithm>
 #include <exception>
 #include <filesystem>
@@ -19,7 +19,7 @@ std::string libraryPath(const std::string& file) {
 }
 
 int run(int argumentCount, char** arguments) {
-  CLI::App program("Measures recordings with the kernels of the kxcalc library.", "kxhost");
+  CLI::App program("Measures, shows and resamples recordings with the kernels of the kxcalc library.", "kxhost");
   std::string library = KXHOST_DEFAULT_LIBRARY;
   kxhost::Action chosen;
   program.set_version_flag("--version", "kxhost " KXHOST_VERSION);
@@ -29,12 +29,16 @@ int run(int argumentCount, char** arguments) {
   program.require_subcommand(0, 1);
   program.fallthrough();
   kxhost::addStatsCommand(program, chosen);
+  kxhost::addViewCommand(program, chosen);
+  kxhost::addResampleCommand(program, chosen);
   program.footer(
       "Exit code: 0 if all went well, 1 if an input could not be used, 2 if the command line is wrong.\n"
       "\n"
       "Examples:\n"
       "  kxhost stats recording.wav\n"
       "  kxhost stats --plot overview.png recording.wav\n"
+      "  kxhost view recording.wav -o curve.png --cursor 600,200\n"
+      "  kxhost resample recording.wav --rate 48000 -o resampled.wav\n"
       "  kxhost stats --help");
 
   try {

@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <spawn.h>
-#include <stdlib.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -10,7 +9,7 @@
 #include <array>
 #include <cerrno>
 #include <cmath>
-#include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <limits>
 #include <sstream>
@@ -82,54 +81,34 @@ std::pair<double, double> yRange(const std::vector<EnvelopeColumn>& columns) {
   return {low - air, high + air};
 }
 
+/// Runs a gnuplot script that draws on a sheet of that many pixels, and puts the result in place.
+void draw(const OutputFile& picture, const std::string& script, int width, int height) {
+  const auto scriptFile = picture.workplace() / "script";
+  std::ofstream out(scriptFile);
+  const bool isSvg = std::filesystem::path(picture.name()).extension() == ".svg";
+  out << "set terminal " << (isSvg ? "svg" : "pngcairo") << " size " << width << ',' << height
+      << " noenhanced font ',11' background rgb 'white'\n"
+      << "set encoding utf8\nset output " << quoted(picture.draft().string()) << '\n'
+      << script << "set output\n";
+  out.close();
+  if (!out) {
+    throw FileError(picture.name(), "cannot be written: no room for the gnuplot script");
+  }
+  const std::string failure = runGnuplot(scriptFile, picture.workplace() / "messages");
+  if (!failure.empty()) {
+    throw FileError(picture.name(), "cannot be drawn: " + failure);
+  }
+  picture.place();
+}
+
 }  // namespace
 
-Picture::Picture(std::string file) : file_(std::move(file)) {
-  if (std::filesystem::is_directory(file_)) {
-    throw FileError(file_, "is a directory");
-  }
-  const std::filesystem::path folder = std::filesystem::path(file_).parent_path();
-  std::string pattern = ((folder.empty() ? "." : folder) / ".kxhost-XXXXXX").string();
-  if (mkdtemp(pattern.data()) == nullptr) {
-    throw FileError(file_, std::string("cannot be written: ") + std::strerror(errno));
-  }
-  workplace_ = pattern;
-}
-
-Picture::~Picture() {
-  std::error_code ignored;
-  std::filesystem::remove_all(workplace_, ignored);
-}
-
-bool Picture::canDraw(const std::string& file) {
+bool canDraw(const std::string& file) {
   const auto extension = std::filesystem::path(file).extension();
   return extension == ".png" || extension == ".svg";
 }
 
-void Picture::draw(const std::string& script, int width, int height) {
-  const auto drawn = workplace_ / "picture", scriptFile = workplace_ / "script";
-  std::ofstream out(scriptFile);
-  const bool isSvg = std::filesystem::path(file_).extension() == ".svg";
-  out << "set terminal " << (isSvg ? "svg" : "pngcairo") << " size " << width << ',' << height
-      << " noenhanced font ',11' background rgb 'white'\n"
-      << "set encoding utf8\nset output " << quoted(drawn.string()) << '\n'
-      << script << "set output\n";
-  out.close();
-  if (!out) {
-    throw FileError(file_, "cannot be written: no room for the gnuplot script");
-  }
-  const std::string failure = runGnuplot(scriptFile, workplace_ / "messages");
-  if (!failure.empty()) {
-    throw FileError(file_, "cannot be drawn: " + failure);
-  }
-  std::error_code error;
-  std::filesystem::rename(drawn, file_, error);
-  if (error) {
-    throw FileError(file_, "cannot be written: " + error.message());
-  }
-}
-
-void drawEnvelopes(Picture& picture, const std::string& title, const std::vector<Pane>& panes, uint64_t frames,
+void drawEnvelopes(const OutputFile& picture, const std::string& title, const std::vector<Pane>& panes, uint64_t frames,
                    const std::string& timeUnit, double framesAUnit) {
   // All in pixels.
   constexpr int width = 1200, left = 110, right = 30, top = 84, bottom = 60, gap = 30;
@@ -179,7 +158,7 @@ void drawEnvelopes(Picture& picture, const std::string& title, const std::vector
            << "unset key\nunset label 1\n";
   }
   script << "unset multiplot\n";
-  picture.draw(script.str(), width, height);
+  draw(picture, script.str(), width, height);
 }
 
 }  // namespace kxhost

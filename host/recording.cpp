@@ -10,6 +10,7 @@
 
 #include "audio_recording.hpp"
 #include "csv_recording.hpp"
+#include "number_text.hpp"
 
 namespace kxhost {
 namespace {
@@ -55,6 +56,15 @@ std::unique_ptr<Recording> openRecording(const std::string& file, const InputOpt
     throw FileError(file, "has no named columns: --column is for CSV files");
   }
   return options.raw ? openRaw(file, options) : openAudio(file, options);
+}
+
+std::string titleOf(const std::string& file, const Format& format) {
+  const std::string rate = format.rate ? ", " + numberText(*format.rate, 6) + " Hz" : "";
+  return std::filesystem::path(file).filename().string() + " (" + format.container + ", " + format.samples + rate + ')';
+}
+
+std::string timeAxisTitle(const Format& format) {
+  return format.rate ? "time in seconds" : "time in samples";
 }
 
 }  // namespace kxhost

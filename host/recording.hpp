@@ -30,6 +30,7 @@ struct Format {
   std::string samples;                ///< as stored: "int16", "int24", "vorbis", ...
   std::string unit;                   ///< of the values, empty if not known
   SampleType type;                    ///< as read
+  double fullScale = 1;               ///< the magnitude that stands for 1 in other sample formats
   std::vector<std::string> channels;  ///< names; numbers from 1 where the file names none
   std::optional<double> rate;         ///< frames a second
 };
@@ -73,6 +74,12 @@ protected:
 
 /// Opens a file as what its name and the options say. Throws FileError.
 std::unique_ptr<Recording> openRecording(const std::string& file, const InputOptions& options);
+
+/// A heading for pictures: the file's name without folders, and its format.
+std::string titleOf(const std::string& file, const Format& format);
+
+/// What a time axis shows: seconds, or samples of recordings without a rate.
+std::string timeAxisTitle(const Format& format);
 
 /// Calls visitor.operator()<T>() with the C++ type of a sample type.
 template <class Visitor>

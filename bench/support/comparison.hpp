@@ -56,19 +56,21 @@ public:
 
   /// The loop that a user would write, and what it does not promise of what the kernel does.
   template <class Run>
-  void plain([[maybe_unused]] const std::string& waives, [[maybe_unused]] Run run) {
+  void plain([[maybe_unused]] const std::string& waives, [[maybe_unused]] Run run,
+             [[maybe_unused]] double tolerance = sumsInOtherOrder) {
 #if defined(KXCALC_BENCH_BUILD_BASE)
-    addPeer("plain", Role::loop, waives, run, sumsInOtherOrder);
+    addPeer("plain", Role::loop, waives, run, tolerance);
 #elif defined(KXCALC_BENCH_BUILD_NATIVE)
-    addPeer("native", Role::loop, waives, run, sumsInOtherOrder);
+    addPeer("native", Role::loop, waives, run, tolerance);
 #endif
   }
 
   /// The same where operations may be reordered and fused.
   template <class Run>
-  void reordered([[maybe_unused]] const std::string& waives, [[maybe_unused]] Run run) {
+  void reordered([[maybe_unused]] const std::string& waives, [[maybe_unused]] Run run,
+                 [[maybe_unused]] double tolerance = otherRoundings) {
 #if defined(KXCALC_BENCH_BUILD_REORDERED)
-    addPeer("reordered", Role::loop, waives, run, otherRoundings);
+    addPeer("reordered", Role::loop, waives, run, tolerance);
 #endif
   }
 

@@ -10,11 +10,17 @@
 #define HWY_COMPILE_ONLY_STATIC  // for this machine, as everything else in the build
 #include <hwy/highway.h>
 #endif
+#if defined(KXCALC_BENCH_SLEEF)
+#include <sleef.h>
+#endif
 #if defined(KXCALC_BENCH_VOLK)
 #include <volk/volk.h>
 #endif
 #if defined(KXCALC_BENCH_OPENBLAS)
 #include <cblas.h>
+#endif
+#if defined(KXCALC_BENCH_LIBSAMPLERATE)
+#include <samplerate.h>
 #endif
 
 namespace kxcalc::bench {

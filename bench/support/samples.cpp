@@ -43,11 +43,14 @@ Buffer<T> fill(Signal signal) {
   if constexpr (std::is_integral_v<T>) {
     const double scale = signal == Signal::range16   ? 0x1p15
                          : signal == Signal::range24 ? 0x1p23
-                                                     : -static_cast<double>(std::numeric_limits<T>::min());
-    return makeBuffer<T>(largest, [&](size_t) { return static_cast<T>(std::floor(even(random) * scale)); });
+                                                     : std::ldexp(1.0, 8 * sizeof(T) - 1);
+    const double middle = std::is_signed_v<T> ? 0 : scale;
+    return makeBuffer<T>(largest, [&](size_t) { return static_cast<T>(std::floor(even(random) * scale) + middle); });
   } else {
     return makeBuffer<T>(largest, [&](size_t i) -> T {
       switch (signal) {
+        case Signal::angles:
+          return 100 * samples<T>(Signal::noise)[i];
         case Signal::silence:
           return 0;
         case Signal::correlated:
@@ -77,8 +80,13 @@ const T* samples(Signal signal) {
 
 template const float* samples<float>(Signal);
 template const double* samples<double>(Signal);
+template const int8_t* samples<int8_t>(Signal);
 template const int16_t* samples<int16_t>(Signal);
 template const int32_t* samples<int32_t>(Signal);
+template const int64_t* samples<int64_t>(Signal);
+template const uint8_t* samples<uint8_t>(Signal);
+template const uint16_t* samples<uint16_t>(Signal);
+template const uint32_t* samples<uint32_t>(Signal);
 
 const int16_t* interleavedSamples() {
   static const Buffer<int16_t> buffer = makeBuffer<int16_t>(

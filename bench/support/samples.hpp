@@ -17,6 +17,7 @@ enum class Signal {
   noise,       // evenly distributed: singles and doubles in [-1, 1) about 0.25, integers in their whole range
   otherNoise,  // evenly distributed in [-1, 1), independent of noise
   correlated,  // of the same sign as noise
+  angles,      // noise times 100
   silence,     // all +0
   oneNaN,      // noise whose sample 5 is a NaN
   range16,     // 32-bit samples that hold 16 bits

@@ -13,9 +13,12 @@ namespace kxhost {
 using Action = std::function<int(const Library&)>;
 
 /// Adds the options about input files, which all subcommands share.
-void addInputOptions(CLI::App& command, InputOptions& options);
+/// @param rateOption  what the one for the files' sample rate is called.
+void addInputOptions(CLI::App& command, InputOptions& options, const std::string& rateOption = "--rate");
 
 /// Each of these adds a subcommand, which sets `chosen` when it is the one.
 void addStatsCommand(CLI::App& program, Action& chosen);
+void addViewCommand(CLI::App& program, Action& chosen);
+void addResampleCommand(CLI::App& program, Action& chosen);
 
 }  // namespace kxhost

@@ -2,7 +2,7 @@
 
 namespace kxhost {
 
-void addInputOptions(CLI::App& command, InputOptions& options) {
+void addInputOptions(CLI::App& command, InputOptions& options, const std::string& rateOption) {
   auto* raw =
       command.add_option("--raw", options.raw, "Take files as raw interleaved little-endian samples of this type")
           ->type_name("TYPE")
@@ -11,7 +11,7 @@ void addInputOptions(CLI::App& command, InputOptions& options) {
                        ->type_name("NUMBER")
                        ->needs(raw);
   raw->needs(channels);
-  command.add_option("--rate", options.rate, "Sample rate in Hz, for files that carry none, or instead of theirs")
+  command.add_option(rateOption, options.rate, "Sample rate in Hz, for files that carry none, or instead of theirs")
       ->type_name("HZ");
   command
       .add_option("--column", options.columns, "Take this column of CSV files (may be repeated; default: all numeric)")

@@ -1,12 +1,10 @@
 // kxhost stats: minimum, maximum, average, RMS, AC RMS and crest factor of every channel.
-#include <array>
-#include <charconv>
 #include <filesystem>
 #include <iostream>
 #include <nlohmann/json.hpp>
-#include <sstream>
 
 #include "commands/command.hpp"
+#include "number_text.hpp"
 #include "plot.hpp"
 #include "progress.hpp"
 #include "recording.hpp"
@@ -127,19 +125,12 @@ FileResult measure(const Library& library, const std::string& file, Recording& r
   return result;
 }
 
-void plotInto(Picture& picture, const FileResult& result) {
+void plotInto(const OutputFile& picture, const FileResult& result) {
   if (result.samples == 0) {
     throw FileError(result.file, "holds no samples to draw");
   }
-  const Format& format = result.format;
-  std::ostringstream title;
-  title << std::filesystem::path(result.file).filename().string() << " (" << format.container << ", " << format.samples;
-  if (format.rate) {
-    title << ", " << *format.rate << " Hz";
-  }
-  title << ')';
-  drawEnvelopes(picture, title.str(), result.panes, result.samples, format.rate ? "time in seconds" : "time in samples",
-                format.rate.value_or(1));
+  drawEnvelopes(picture, titleOf(result.file, result.format), result.panes, result.samples,
+                timeAxisTitle(result.format), result.format.rate.value_or(1));
 }
 
 /// The picture's file for one of several recordings: out.png becomes out-1.png, out-2.png, ...
@@ -155,7 +146,7 @@ std::string plotFile(const StatsOptions& options, size_t index) {
 FileResult process(const Library& library, const StatsOptions& options, size_t index) {
   const std::string& file = options.files[index];
   const auto recording = openRecording(file, options.input);
-  std::optional<Picture> picture;
+  std::optional<OutputFile> picture;
   if (!options.plot.empty()) {
     if (const size_t channels = recording->format().channels.size(); channels > maximumPanes) {
       throw FileError(file, "has " + std::to_string(channels) + " channels, a picture has room for " +
@@ -174,20 +165,6 @@ FileResult process(const Library& library, const StatsOptions& options, size_t i
   return result;
 }
 
-/// As many digits as it takes to read the same number again.
-constexpr int allDigits = 0;
-
-std::string text(double number, int digits) {
-  if (std::isnan(number)) {
-    return "nan";
-  }
-  std::array<char, 32> buffer{};
-  const auto [end, error] =
-      digits == allDigits ? std::to_chars(buffer.begin(), buffer.end(), number)
-                          : std::to_chars(buffer.begin(), buffer.end(), number, std::chars_format::general, digits);
-  return std::string(buffer.begin(), end);
-}
-
 Table tableOf(const std::vector<FileResult>& results, int digits, const std::string& none) {
   Table table({{"File", false},
                {"Format", false},
@@ -202,7 +179,7 @@ Table tableOf(const std::vector<FileResult>& results, int digits, const std::str
                {"Crest", true},
                {"NaNs", true}});
   const auto cell = [&](std::optional<double> number, int withDigits) {
-    return number ? text(*number, withDigits) : none;
+    return number ? numberText(*number, withDigits) : none;
   };
   for (const FileResult& result : results) {
     const bool isInteger = result.format.type == SampleType::int16 || result.format.type == SampleType::int32;
@@ -293,8 +270,7 @@ void addStatsCommand(CLI::App& program, Action& chosen) {
           "--plot", options->plot,
           "Draw each channel's extremes and RMS over time. Of several files, the pictures are numbered: OUT-1.png")
       ->type_name("OUT.png|OUT.svg")
-      ->check(
-          [](const std::string& file) { return Picture::canDraw(file) ? "" : file + " does not end in .png or .svg"; });
+      ->check([](const std::string& file) { return canDraw(file) ? "" : file + " does not end in .png or .svg"; });
   command.footer(
       "Integer files are measured in their own steps: 16-bit ones from -32768 to 32767, 24-bit ones from -8388608\n"
       "to 8388607, 8-bit ones (unsigned, too) from -128 to 127. Floating-point and compressed files are measured\n"

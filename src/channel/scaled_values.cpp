@@ -21,7 +21,12 @@ KXCALC_INLINE float gatherSingles(One at, const Raw* source, Stride stride) {
 template <class Raw, class Stride>
 KXCALC_INLINE f32x4 gatherSingles(Pack<4> at, const Raw* source, Stride stride) {
   const Raw* from = source + static_cast<ptrdiff_t>(at.index) * stride;
-  if constexpr (std::is_same_v<Raw, int64_t> || std::is_same_v<Raw, float>) {
+  constexpr bool contiguous = std::is_same_v<Stride, Contiguous>;
+  if constexpr (contiguous && std::is_same_v<Raw, float>) {
+    return load(from);
+  } else if constexpr (contiguous && std::is_same_v<Raw, int32_t>) {
+    return __builtin_convertvector(load(from), f32x4);
+  } else if constexpr (std::is_same_v<Raw, int64_t> || std::is_same_v<Raw, float>) {
     return f32x4{static_cast<float>(from[0]), static_cast<float>(from[stride]), static_cast<float>(from[2 * stride]),
                  static_cast<float>(from[3 * stride])};
   } else if constexpr (std::is_same_v<Raw, uint32_t>) {
@@ -30,7 +35,7 @@ KXCALC_INLINE f32x4 gatherSingles(Pack<4> at, const Raw* source, Stride stride) 
     const f32x4 high = __builtin_convertvector(bitsAs<i32x4>(raw >> 16), f32x4);
     const f32x4 low = __builtin_convertvector(bitsAs<i32x4>(raw & 0xFFFFU), f32x4);
     return high * 65536.0F + low;
-  } else if constexpr (sizeof(Raw) < 4 && std::is_same_v<Stride, Contiguous>) {
+  } else if constexpr (contiguous && sizeof(Raw) < 4) {
     return __builtin_convertvector(loadAsInt32(from), f32x4);
   } else {
     return __builtin_convertvector(i32x4{from[0], from[stride], from[2 * stride], from[3 * stride]}, f32x4);

@@ -319,6 +319,20 @@ TEST(GetXYValGraph2D, FarPointsAreLimitedTwice) {
   EXPECT_EQ(graph.x(infinity).pixel().x, 7);
 }
 
+TEST(GetXYValGraph2D, CoordinatesOneBeyond16BitsAreLimited) {
+  Graph graph;
+  graph.params.xAxisMode = 2;  // X is the normalised value
+  graph.params.xSource = 3;
+  graph.params.left = 32766;
+  graph.params.right = 32767;
+  graph.params.xMin = 2;  // 2 + 0.5 past 32766
+  EXPECT_EQ(graph.pixel().x, 32767);
+  graph.params.left = -32768;
+  graph.params.right = -32767;
+  graph.params.xMin = -1.6;  // -1.1 past -32768
+  EXPECT_EQ(graph.pixel().x, -32768);
+}
+
 TEST(GetXYValGraph2D, ProductsBeyond32BitsAndNansGoThroughTheLowestNumber) {
   Graph graph;
   graph.params.left = 0;

@@ -14,7 +14,8 @@ protected:
 };
 
 TEST_F(CommandLineTest, HelpAndVersionAreAnswers) {
-  for (const std::vector<std::string>& arguments : {std::vector<std::string>{"--help"}, {"stats", "--help"}}) {
+  for (const std::vector<std::string>& arguments :
+       {std::vector<std::string>{"--help"}, {"stats", "--help"}, {"view", "--help"}, {"resample", "--help"}}) {
     const Outcome outcome = run(arguments);
     EXPECT_EQ(outcome.code, 0);
     EXPECT_EQ(outcome.err, "");
@@ -38,6 +39,25 @@ TEST_F(CommandLineTest, MisuseIsExplainedInOneLine) {
   expectMisuse({"stats", "--raw", "int16", "--channels", "two", file}, "two");
   expectMisuse({"stats", "--rate", "fast", file}, "fast");
   expectMisuse({"stats", "--plot", path("out.bmp"), file}, ".png");
+  expectMisuse({"view", file}, "--output");
+  expectMisuse({"view", file, "-o", path("out.svg")}, "does not end in .png");
+  expectMisuse({"view", file, "-o", path("out.png"), "--channel", "left"}, "left");
+  expectMisuse({"view", file, "-o", path("out.png"), "--from", "soon"}, "soon");
+  expectMisuse({"view", file, "-o", path("out.png"), "--x-axis", "db"}, "db");
+  expectMisuse({"view", file, "-o", path("out.png"), "--y-axis", "cubic"}, "cubic");
+  expectMisuse({"view", file, "-o", path("out.png"), "--width", "319"}, "319");
+  expectMisuse({"view", file, "-o", path("out.png"), "--height", "16001"}, "16001");
+  for (const char* cursor : {"5", "5,", ",5", "5,x", "5,5,5", "5;5"}) {
+    expectMisuse({"view", file, "-o", path("out.png"), "--cursor", cursor}, "is not two whole numbers X,Y");
+  }
+  for (const char* cursor : {"1200,5", "5,480", "-1,5", "5,-1"}) {
+    expectMisuse({"view", file, "-o", path("out.png"), std::string("--cursor=") + cursor}, "outside of the picture");
+  }
+  expectMisuse({"resample", file, "-o", path("out.wav")}, "--rate");
+  expectMisuse({"resample", file, "--rate", "8000"}, "--output");
+  expectMisuse({"resample", file, "--rate", "fast", "-o", path("out.wav")}, "fast");
+  expectMisuse({"resample", file, "--rate", "8000", "-o", path("out.mp3")}, "does not end in .wav");
+  EXPECT_EQ(filesPresent(), std::vector<std::string>{"a.wav"});
 }
 
 TEST_F(CommandLineTest, ALibraryThatIsNotThereIsNamed) {
@@ -51,7 +71,7 @@ TEST_F(CommandLineTest, ALibraryThatIsNoneIsNamed) {
 
 TEST_F(CommandLineTest, AMissingExportIsNamed) {
   expectRefused({"stats", "--library", KXHOST_STUB_LACKING, recording()}, KXHOST_STUB_LACKING,
-                "lacks the export kxcalcGetMinMaxAveRMS_float");
+                "lacks the export kxcalcGetMinMax_double");
 }
 
 TEST_F(CommandLineTest, AnotherInterfaceVersionIsRefused) {

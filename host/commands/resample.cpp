@@ -1,0 +1,141 @@
+// kxhost resample: a recording at another sample rate.
+#include <algorithm>
+#include <cmath>
+#include <iostream>
+#include <limits>
+
+#include "audio_output.hpp"
+#include "channel_values.hpp"
+#include "commands/command.hpp"
+#include "number_text.hpp"
+#include "progress.hpp"
+#include "recording.hpp"
+#include "resampler.hpp"
+
+namespace kxhost {
+namespace {
+
+struct ResampleOptions {
+  std::string file;
+  std::string output;
+  InputOptions input;
+  double rate = 0;
+};
+
+/// The interpolator counts fractions of samples from a 32-bit number of the sample before: further on they mean
+/// nothing.
+constexpr uint64_t mostFrames = uint64_t{1} << 31;
+
+/// Upsampling further than this needs more memory than blocks of a few samples are worth.
+constexpr double mostOutputsPerInput = 1024;
+
+/// Where the outputs of all channels meet as frames. All channels are fed the same numbers of samples, so they deliver
+/// the same numbers of outputs.
+class FrameWriter {
+public:
+  FrameWriter(AudioOutput& output, size_t channels) : output_(output), channels_(channels) {}
+
+  void add(size_t channel, std::span<const float> values) {
+    frames_.resize(values.size() * channels_);
+    for (size_t i = 0; i < values.size(); ++i) {
+      frames_[i * channels_ + channel] = values[i];
+    }
+    if (channel + 1 == channels_) {
+      output_.write(frames_);
+    }
+  }
+
+private:
+  AudioOutput& output_;
+  size_t channels_;
+  std::vector<float> frames_;
+};
+
+/// Streams a recording into the output; returns its number of frames.
+template <class T>
+uint64_t resample(const Library& library, const std::string& file, Recording& recording, int rate,
+                  AudioOutput& output) {
+  const Format& format = recording.format();
+  const size_t channels = format.channels.size();
+  const Scaling scaling{1 / format.fullScale, 0};
+  const size_t length = Resampler::blockLength(*format.rate, rate);
+  std::vector<Resampler> resamplers;
+  for (size_t i = 0; i < channels; ++i) {
+    resamplers.emplace_back(library, *format.rate, rate);
+  }
+  FrameWriter writer(output, channels);
+  Progress progress(file);
+  std::vector<T> block(length * channels);
+  std::vector<float> values(length);
+  uint64_t total = 0;
+  while (const size_t frames = recording.read(std::span(block))) {
+    total += frames;
+    if (total > mostFrames) {
+      throw FileError(file, "is too long: resampling ends at " + std::to_string(mostFrames) + " frames");
+    }
+    const auto channel = std::span(values).first(frames);
+    for (size_t i = 0; i < channels; ++i) {
+      channelValues(library, block.data() + i, channels, scaling, channel);
+      writer.add(i, resamplers[i].feed(channel));
+    }
+    progress.update(recording.position());
+  }
+  for (size_t i = 0; i < channels; ++i) {
+    writer.add(i, resamplers[i].finish());
+  }
+  return total;
+}
+
+int runResample(const Library& library, const ResampleOptions& options) {
+  const auto recording = openRecording(options.file, options.input);
+  const Format& format = recording->format();
+  if (!format.rate) {
+    throw FileError(options.file, "carries no sample rate: --input-rate is needed");
+  }
+  const int mostHertz = static_cast<int>(std::clamp<double>(mostOutputsPerInput * *format.rate, 1, INT32_MAX));
+  if (!(options.rate >= 1 && options.rate <= mostHertz && options.rate == std::floor(options.rate))) {
+    throw FileError(options.file, "cannot be resampled to " + numberText(options.rate, allDigits) +
+                                      " Hz: the new rate must be a whole number from 1 to " +
+                                      std::to_string(mostHertz));
+  }
+  const int rate = static_cast<int>(options.rate);
+  AudioOutput output(options.output, format.channels.size(), rate);
+  const uint64_t frames = visitSampleType(
+      format.type, [&]<class T>() { return resample<T>(library, options.file, *recording, rate, output); });
+  output.finish();
+  for (const std::string& note : recording->notes()) {
+    std::cerr << "kxhost: " << options.file << ": " << note << '\n';
+  }
+  std::cout << options.output << ": " << output.frames() << " frames at " << rate << " Hz, from " << frames << " at "
+            << numberText(*format.rate, allDigits) << " Hz\n";
+  return 0;
+}
+
+}  // namespace
+
+void addResampleCommand(CLI::App& program, Action& chosen) {
+  const auto options = std::make_shared<ResampleOptions>();
+  CLI::App& command = *program.add_subcommand("resample", "Write a recording at another sample rate");
+  command
+      .add_option("FILE", options->file, "Recording: an audio file, a CSV file with a header row, raw samples (--raw)")
+      ->required()
+      ->type_name("");
+  addInputOptions(command, options->input, "--input-rate");
+  command.add_option("--rate", options->rate, "The new sample rate, a whole number of Hz")->required()->type_name("HZ");
+  command.add_option("-o,--output", options->output, "The file to write, of 32-bit floats")
+      ->required()
+      ->type_name("OUT.wav")
+      ->check([](const std::string& file) { return file.ends_with(".wav") ? "" : file + " does not end in .wav"; });
+  command.footer(
+      "Every channel goes through a cubic spline that meets all its samples; output 0 is sample 0. Integer files\n"
+      "are written with a full scale of 1, others as they are. There is no low-pass filter: what a recording holds\n"
+      "above half of the new rate comes back below it.\n"
+      "\n"
+      "Examples:\n"
+      "  kxhost resample take1.wav --rate 48000 -o take1-48k.wav\n"
+      "  kxhost resample --input-rate 50000 --column Va --column Ia mains.csv --rate 8000 -o mains.wav");
+  command.callback(
+      [options, &chosen] { chosen = [options](const Library& library) { return runResample(library, *options); }; });
+}
+
+}  // namespace kxhost

@@ -1,0 +1,381 @@
+// kxhost view: a picture of one channel's curve, with a cursor on it.
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <iostream>
+#include <limits>
+#include <sstream>
+
+#include "channel_values.hpp"
+#include "commands/command.hpp"
+#include "curve.hpp"
+#include "graph.hpp"
+#include "number_text.hpp"
+#include "output_file.hpp"
+#include "progress.hpp"
+#include "recording.hpp"
+
+namespace kxhost {
+namespace {
+
+constexpr int timeDigits = 10, valueDigits = 9;
+
+struct ViewOptions {
+  std::string file;
+  std::string picture;
+  InputOptions input;
+  int channel = 1;
+  std::optional<double> from, to;
+  std::optional<double> scale, offset;
+  std::string unit;
+  AxisScale xScale = AxisScale::linear;
+  AxisScale yScale = AxisScale::linear;
+  std::optional<Pixel> cursor;
+  int width = 1200;
+  int height = 480;
+};
+
+/// Frames begin to end - 1 of one channel.
+struct Selection {
+  size_t channel;  // from 0
+  uint64_t begin;
+  uint64_t end;
+  Scaling scaling;
+  bool ofMagnitudes;  // logarithms have no place for the sign
+};
+
+/// One sample and its pixel.
+struct Point {
+  uint64_t frame;
+  double value;
+  Pixel pixel;
+};
+
+/// Goes through a recording several times: its length must be known before columns can be laid out, and their extremes
+/// before the curve can be drawn. So only blocks of it are ever in memory.
+template <class T>
+class ChannelReader {
+public:
+  /// @param passes  how often the recording will be gone through.
+  ChannelReader(const Library& library, Recording& recording, const std::string& file, int passes)
+      : library_(library),
+        recording_(recording),
+        file_(file),
+        progress_(file),
+        passes_(passes),
+        block_(blockFrames * recording.format().channels.size()),
+        values_(blockFrames) {}
+
+  uint64_t countFrames() {
+    uint64_t total = 0;
+    while (const size_t frames = recording_.read(std::span(block_))) {
+      total += frames;
+      report();
+    }
+    ++pass_;
+    return total;
+  }
+
+  /// Calls use(values) for the values of the selection, a part after the other.
+  template <class Use>
+  void read(const Selection& selection, Use use) {
+    const size_t channels = recording_.format().channels.size();
+    recording_.rewind();
+    for (uint64_t position = 0; position < selection.end;) {
+      const size_t frames = recording_.read(std::span(block_));
+      if (frames == 0) {
+        throw FileError(file_, "changed while it was read");
+      }
+      const uint64_t end = std::min(position + frames, selection.end);
+      if (const uint64_t begin = std::max(position, selection.begin); begin < end) {
+        const auto part = std::span(values_).first(end - begin);
+        channelValues(library_, block_.data() + (begin - position) * channels + selection.channel, channels,
+                      selection.scaling, part);
+        use(std::span<const double>(part));
+      }
+      position += frames;
+      report();
+    }
+    ++pass_;
+  }
+
+private:
+  void report() { progress_.update((pass_ + recording_.position()) / passes_); }
+
+  const Library& library_;
+  Recording& recording_;
+  const std::string& file_;
+  Progress progress_;
+  int passes_;
+  int pass_ = 0;
+  std::vector<T> block_;
+  std::vector<double> values_;
+};
+
+double drawnValue(const Selection& selection, double value) {
+  return selection.ofMagnitudes ? std::abs(value) : value;
+}
+
+/// The Y axis that a curve needs. Infinite values do not count.
+Axis yAxisFor(const Curve& curve, AxisScale scale) {
+  constexpr double infinity = std::numeric_limits<double>::infinity();
+  double low = infinity, high = -infinity, lowestPositive = infinity;
+  for (const CurveColumn& column : curve.columns()) {
+    for (const double value : {column.minimum, column.maximum}) {
+      if (!column.isEmpty && std::isfinite(value)) {
+        low = std::min(low, value);
+        high = std::max(high, value);
+        lowestPositive = value > 0 ? std::min(lowestPositive, value) : lowestPositive;
+      }
+    }
+  }
+  if (!(low <= high)) {
+    return axisAround(scale, 0, 1, 1);
+  }
+  return axisAround(scale, low, high, std::isfinite(lowestPositive) ? lowestPositive : high);
+}
+
+/// The frame nearest to a time on the axis, if there is one or if it is the end.
+uint64_t frameAt(const std::string& file, const char* option, double time, double rate, uint64_t frames) {
+  const double frame = std::round(time * rate);
+  if (!(frame >= 0 && frame <= static_cast<double>(frames))) {
+    const double end = static_cast<double>(frames) / rate;
+    throw FileError(file, std::string(option) + ' ' + numberText(time, timeDigits) +
+                              " lies outside of the recording, which goes from 0 to " + numberText(end, timeDigits));
+  }
+  return static_cast<uint64_t>(frame);
+}
+
+/// What the options select of a recording of that many frames.
+Selection selectionOf(const ViewOptions& options, const Format& format, uint64_t frames) {
+  const double rate = format.rate.value_or(1);
+  const uint64_t begin = options.from ? frameAt(options.file, "--from", *options.from, rate, frames) : 0;
+  const uint64_t end = options.to ? frameAt(options.file, "--to", *options.to, rate, frames) : frames;
+  const bool isScaled = options.scale || options.offset;
+  Selection selection{static_cast<size_t>(options.channel - 1),
+                      begin,
+                      end,
+                      {options.scale.value_or(isScaled ? 1 : 1 / format.fullScale), options.offset.value_or(0)},
+                      options.yScale != AxisScale::linear};
+  if (options.xScale == AxisScale::logarithmic) {
+    selection.begin = std::max<uint64_t>(begin, 1);  // time 0 is infinitely far to the left
+  }
+  if (selection.begin >= selection.end) {
+    throw FileError(options.file, frames == 0 ? "holds no samples to draw"
+                                  : begin < selection.begin
+                                      ? "nothing is selected: a logarithmic time axis begins after time 0"
+                                      : "nothing is selected: no sample lies between --from and --to");
+  }
+  return selection;
+}
+
+/// Ends at the selection's first frame, and at the end of its last one.
+Axis xAxisFor(const ViewOptions& options, const Selection& selection, double rate) {
+  const Axis axis{options.xScale, static_cast<double>(selection.begin) / rate,
+                  static_cast<double>(selection.end) / rate};
+  if (axis.scale == AxisScale::logarithmic && std::log10(axis.maximum / axis.minimum) < leastDecades) {
+    throw FileError(options.file,
+                    "the selection is too short for a logarithmic time axis: its end must be at least 1.26 "
+                    "times its beginning");
+  }
+  return axis;
+}
+
+/// The sample that a pixel of the curve stands for: the one that lies nearest to it, of those in its column and the
+/// two beside them, whose lines lead there.
+template <class T>
+Point sampleAt(ChannelReader<T>& reader, Selection selection, const std::vector<uint64_t>& borders, const Graph& graph,
+               Pixel found) {
+  const size_t column = graph.columnOf(found);
+  selection.begin = std::max(borders[column], selection.begin + 1) - 1;
+  selection.end = std::min(borders[column + 1] + 1, selection.end);
+  Point nearest{};
+  double least = std::numeric_limits<double>::infinity();
+  uint64_t frame = selection.begin;
+  reader.read(selection, [&](std::span<const double> values) {
+    for (const double value : values) {
+      const Pixel pixel = graph.placeFrame(frame, drawnValue(selection, value));
+      const double distance = std::hypot(pixel.x - found.x, pixel.y - found.y);
+      if (!std::isnan(value) && distance < least) {
+        least = distance;
+        nearest = {frame, value, pixel};
+      }
+      ++frame;
+    }
+  });
+  return nearest;
+}
+
+std::string withUnit(const std::string& text, const std::string& unit) {
+  return unit.empty() ? text : text + " (" + unit + ')';
+}
+
+std::string yAxisTitle(AxisScale scale, const std::string& unit) {
+  switch (scale) {
+    case AxisScale::linear:
+      return withUnit("value", unit);
+    case AxisScale::logarithmic:
+      return withUnit("magnitude", unit);
+    case AxisScale::decibel:
+      return "magnitude in " + withUnit("dB re 1", unit);
+  }
+  return "";
+}
+
+/// A place on the time axis: a time, or a frame's number where no rate is known.
+std::string timeText(const Format& format, uint64_t frame) {
+  return format.rate ? numberText(static_cast<double>(frame) / *format.rate, timeDigits) + " s" : std::to_string(frame);
+}
+
+std::string valueText(const ViewOptions& options, double value) {
+  std::string text = numberText(value, valueDigits) + (options.unit.empty() ? "" : " " + options.unit);
+  if (options.yScale == AxisScale::decibel) {
+    constexpr int levelDigits = 5;
+    text += " (" + numberText(20 * std::log10(std::abs(value)), levelDigits) + " dB)";
+  }
+  return text;
+}
+
+/// What the picture calls the values' unit: the file's own is that of unscaled samples.
+std::string unitOf(const ViewOptions& options, const Format& format) {
+  const bool isFullScaleOne = !options.scale && !options.offset && !format.unit.empty();
+  return options.unit.empty() && isFullScaleOne ? "full scale = 1" : options.unit;
+}
+
+template <class T>
+void view(const Library& library, const ViewOptions& options, Recording& recording, const OutputFile& picture) {
+  const Format& format = recording.format();
+  const double rate = format.rate.value_or(1);
+  ChannelReader<T> reader(library, recording, options.file, options.cursor ? 3 : 2);
+
+  const Selection selection = selectionOf(options, format, reader.countFrames());
+  Graph graph(library, options.width, options.height, rate, xAxisFor(options, selection, rate));
+  const std::vector<uint64_t> borders = graph.columnBorders(selection.begin, selection.end);
+  Curve curve(borders);
+  std::vector<double> drawn;
+  reader.read(selection, [&](std::span<const double> values) {
+    drawn.resize(values.size());
+    std::transform(values.begin(), values.end(), drawn.begin(),
+                   [&](double value) { return drawnValue(selection, value); });
+    curve.add(library, drawn);
+  });
+  graph.setYAxis(yAxisFor(curve, options.yScale));
+  graph.drawCurve(curve, borders);
+
+  std::ostringstream said;
+  said << options.picture << ": " << selection.end - selection.begin << " samples from "
+       << timeText(format, selection.begin) << " to " << timeText(format, selection.end) << '\n';
+  std::optional<Reading> reading;
+  if (options.cursor) {
+    said << "cursor at " << options.cursor->x << ',' << options.cursor->y << ": ";
+    if (const std::optional<Pixel> found = graph.nearestOnCurve(*options.cursor)) {
+      const Point point = sampleAt(reader, selection, borders, graph, *found);
+      const std::string value = valueText(options, point.value);
+      said << "curve at " << found->x << ',' << found->y << ", sample " << point.frame
+           << (format.rate ? " at " + timeText(format, point.frame) : "") << ", value " << value << '\n';
+      reading = {point.pixel, (format.rate ? "" : "sample ") + timeText(format, point.frame) + ", " + value};
+    } else {
+      said << "no curve\n";
+    }
+  }
+  graph.finish({titleOf(options.file, format) + ", channel " + format.channels[selection.channel],
+                timeAxisTitle(format), yAxisTitle(options.yScale, unitOf(options, format))},
+               reading, picture);
+  std::cout << said.str();
+}
+
+int runView(const Library& library, const ViewOptions& options) {
+  const auto recording = openRecording(options.file, options.input);
+  const size_t channels = recording->format().channels.size();
+  if (options.channel < 1 || static_cast<size_t>(options.channel) > channels) {
+    throw FileError(options.file, "has no channel " + std::to_string(options.channel) + ", they are numbered 1 to " +
+                                      std::to_string(channels));
+  }
+  const OutputFile picture(options.picture);
+  visitSampleType(recording->format().type, [&]<class T>() { view<T>(library, options, *recording, picture); });
+  for (const std::string& note : recording->notes()) {
+    std::cerr << "kxhost: " << options.file << ": " << note << '\n';
+  }
+  return 0;
+}
+
+Pixel cursorIn(const std::string& text) {
+  Pixel pixel{};
+  const char* const end = text.data() + text.size();
+  const auto [comma, xError] = std::from_chars(text.data(), end, pixel.x);
+  if (xError == std::errc() && comma != end && *comma == ',') {
+    const auto [rest, yError] = std::from_chars(comma + 1, end, pixel.y);
+    if (yError == std::errc() && rest == end) {
+      return pixel;
+    }
+  }
+  throw CLI::ValidationError("--cursor", "is not two whole numbers X,Y: " + text);
+}
+
+}  // namespace
+
+void addViewCommand(CLI::App& program, Action& chosen) {
+  const auto options = std::make_shared<ViewOptions>();
+  CLI::App& command = *program.add_subcommand("view", "Picture of a channel's curve, with a cursor on it");
+  command
+      .add_option("FILE", options->file, "Recording: an audio file, a CSV file with a header row, raw samples (--raw)")
+      ->required()
+      ->type_name("");
+  addInputOptions(command, options->input);
+  command.add_option("-o,--output", options->picture, "The picture to draw")
+      ->required()
+      ->type_name("PICTURE.png")
+      ->check([](const std::string& file) { return file.ends_with(".png") ? "" : file + " does not end in .png"; });
+  command.add_option("--channel", options->channel, "Which channel, counted from 1")
+      ->type_name("NUMBER")
+      ->capture_default_str();
+  command.add_option("--from", options->from, "Begin at this time, in seconds (in samples where no rate is known)")
+      ->type_name("TIME");
+  command.add_option("--to", options->to, "End before this time")->type_name("TIME");
+  command.add_option("--scale", options->scale, "Value of one step of the file")->type_name("NUMBER");
+  command.add_option("--offset", options->offset, "Value of step 0")->type_name("NUMBER");
+  command.add_option("--unit", options->unit, "Unit of the values, for the picture")->type_name("TEXT");
+  using ScaleNames = std::vector<std::pair<std::string, AxisScale>>;
+  command.add_option("--x-axis", options->xScale, "Time axis: lin or log")
+      ->type_name("SCALE")
+      ->transform(CLI::CheckedTransformer(ScaleNames{{"lin", AxisScale::linear}, {"log", AxisScale::logarithmic}}));
+  command.add_option("--y-axis", options->yScale, "Value axis: lin, log or db")
+      ->type_name("SCALE")
+      ->transform(CLI::CheckedTransformer(
+          ScaleNames{{"lin", AxisScale::linear}, {"log", AxisScale::logarithmic}, {"db", AxisScale::decibel}}));
+  command
+      .add_option_function<std::string>(
+          "--cursor", [options](const std::string& text) { options->cursor = cursorIn(text); },
+          "Find the point of the curve nearest to this pixel of the picture, counted from its top left corner")
+      ->type_name("X,Y");
+  command.add_option("--width", options->width, "Width of the picture in pixels")
+      ->type_name("PIXELS")
+      ->check(CLI::Range(320, 16000))
+      ->capture_default_str();
+  command.add_option("--height", options->height, "Height of the picture in pixels")
+      ->type_name("PIXELS")
+      ->check(CLI::Range(240, 16000))
+      ->capture_default_str();
+  command.footer(
+      "Without --scale and --offset integer files are drawn with a full scale of 1. With one of them a value is\n"
+      "sample * scale + offset, of integer files in their own steps (16-bit ones from -32768 to 32767).\n"
+      "Curves of any length keep every peak: they look as if each sample had been drawn.\n"
+      "Logarithmic and dB axes show magnitudes. They cover six decades (120 dB) at most; what is less, 0 too, lies on\n"
+      "their lower end. A logarithmic time axis begins with the first sample after time 0.\n"
+      "The cursor goes to the nearest pixel of the curve, and reads the sample that lies nearest to that.\n"
+      "\n"
+      "Examples:\n"
+      "  kxhost view take1.wav -o curve.png\n"
+      "  kxhost view take1.wav -o attack.png --from 1.25 --to 1.5 --cursor 600,200\n"
+      "  kxhost view take1.wav -o decay.png --y-axis db --channel 2\n"
+      "  kxhost view --raw int16 --channels 12 --rate 1000 heart.dat -o heart.png --scale 0.0005 --unit mV");
+  command.callback([options, &chosen] {
+    if (const auto& cursor = options->cursor;
+        cursor && (cursor->x < 0 || cursor->x >= options->width || cursor->y < 0 || cursor->y >= options->height)) {
+      throw CLI::ValidationError("--cursor", "lies outside of the picture");
+    }
+    chosen = [options](const Library& library) { return runView(library, *options); };
+  });
+}
+
+}  // namespace kxhost
