@@ -36,16 +36,35 @@ KXCALC_INLINE f32x4 segmentCoefficients(const CHSInterpolator& stream, uint32_t 
   return (p0 * f32x4{0, -1, 2, -1} + p1 * f32x4{2, 0, -5, 3}) + (p2 * f32x4{0, 1, 4, -3} + p3 * f32x4{0, 0, -1, 1});
 }
 
-/// Low 32 bits of a position cut to an integer; those of 0 where it has none.
-KXCALC_INLINE uint32_t segmentOf(double position) {
-  return position >= 0 && position < 9223372036854775808.0 ? static_cast<uint32_t>(static_cast<int64_t>(position)) : 0;
+/// Where an output lies: the low 32 bits of its position cut to an integer, and what is left of the position.
+struct Place {
+  uint32_t segment[4];
+  f32x4 fraction;
+};
+
+/// Of positions below 2^31.
+KXCALC_INLINE Place placesOf(f64x2 low, f64x2 high) {
+  const i32x4 whole = truncateBelow2To31(low, high);
+  Place place;
+  std::memcpy(place.segment, &whole, sizeof place.segment);
+  place.fraction = toSingles(low - __builtin_convertvector(__builtin_shufflevector(whole, whole, 0, 1), f64x2),
+                             high - __builtin_convertvector(__builtin_shufflevector(whole, whole, 2, 3), f64x2));
+  return place;
 }
 
-/// What is left of a position after cutting it to a 32-bit integer. From 2^31 on that integer is -2147483648, and the
-/// fraction means nothing: part of the contract.
-KXCALC_INLINE float fractionOf(double position) {
-  const bool cuts = position > -2147483649.0 && position < 2147483648.0;
-  return static_cast<float>(position - static_cast<double>(cuts ? static_cast<int32_t>(position) : INT32_MIN));
+/// Of any positions. The fraction is what is left after cutting to a 32-bit integer: from 2^31 on that is -2147483648, and
+/// the fraction means nothing: part of the contract. What is no number lies in segment 0.
+KXCALC_INLINE Place farPlacesOf(f64x2 low, f64x2 high) {
+  Place place{};
+  for (size_t lane = 0; lane < 4; ++lane) {
+    const double position = lane < 2 ? low[lane] : high[lane - 2];
+    const bool hasSegment = position >= 0 && position < 9223372036854775808.0;
+    place.segment[lane] = hasSegment ? static_cast<uint32_t>(static_cast<int64_t>(position)) : 0;
+    const bool cuts = position > -2147483649.0 && position < 2147483648.0;
+    place.fraction[lane] =
+        static_cast<float>(position - static_cast<double>(cuts ? static_cast<int32_t>(position) : INT32_MIN));
+  }
+  return place;
 }
 
 /// Number of outputs up to the last sample but one of the stream, less those already delivered.
@@ -83,17 +102,15 @@ KXCALC_INLINE uint32_t deliver(CHSInterpolator& stream, const float** valuesOut,
     const f64x2 first{static_cast<double>(i), static_cast<double>(uint64_t{i} + 1)};
     const f64x2 low = first / stream.ratio + base;
     const f64x2 high = (first + 2.0) / stream.ratio + base;
-    const double position[4] = {low[0], low[1], high[0], high[1]};
-    f32x4 fraction{};
+    const Place place = low[0] >= 0 && high[1] < 2147483648.0 ? placesOf(low, high) : farPlacesOf(low, high);
     const uint32_t lanes = std::min(count - i, uint32_t{4});
     for (uint32_t lane = 0; lane < lanes; ++lane) {
-      const uint32_t next = segmentOf(position[lane]) & stream.mask;
+      const uint32_t next = place.segment[lane] & stream.mask;
       const bool sameSegment = (i > 0 || lane > 0) && next == slot;
       coefficients[lane] = sameSegment ? coefficients[(lane + 3) % 4] : segmentCoefficients(stream, next);
       slot = next;
-      fraction[lane] = fractionOf(position[lane]);
     }
-    const f32x4 values = evaluate(coefficients, fraction);
+    const f32x4 values = evaluate(coefficients, place.fraction);
     std::memcpy(stream.output + i, &values, lanes * sizeof(float));
   }
   stream.produced += count;

@@ -233,6 +233,17 @@ KXCALC_INLINE i32x4 truncate(f32x4 v) {
 #endif
 }
 
+/// Four doubles in [0, 2^31) cut to integers.
+KXCALC_INLINE i32x4 truncateBelow2To31(f64x2 low, f64x2 high) {
+#if defined(KXCALC_SSE41)
+  return bitsAs<i32x4>(
+      _mm_unpacklo_epi64(_mm_cvttpd_epi32(bitsAs<__m128d>(low)), _mm_cvttpd_epi32(bitsAs<__m128d>(high))));
+#else
+  return i32x4{static_cast<int32_t>(low[0]), static_cast<int32_t>(low[1]), static_cast<int32_t>(high[0]),
+               static_cast<int32_t>(high[1])};
+#endif
+}
+
 /// Each lane rounded to the nearest integer, halfway cases to the even one. Out of the range of 32 bits, infinite or
 /// NaN: -2147483648.
 KXCALC_INLINE i32x4 roundToNearest(f32x4 v) {

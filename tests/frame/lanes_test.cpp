@@ -213,6 +213,11 @@ TEST(Lanes, ConversionsToIntegersGiveTheLowestNumberOutOfRange) {
   }
 }
 
+TEST(Lanes, PositiveDoublesAreCutToIntegers) {
+  EXPECT_EQ(valuesOf<int32_t>(truncateBelow2To31(f64x2{0.0, 1.9999999999999998}, f64x2{2147483647.9999998, 7.0})),
+            (std::vector<int32_t>{0, 1, INT32_MAX, 7}));
+}
+
 TEST(Blocks, HeadIsTheNumberOfElementsUpToTheNextBoundary) {
   alignas(16) std::array<std::byte, 64> memory{};
   for (size_t element = 0; element < 8; ++element) {
