@@ -33,8 +33,6 @@ AudioOutput::AudioOutput(const std::string& file, size_t channels, int rate) : f
   }
   handle_ = std::make_unique<Handle>(opened);
   sf_command(opened, SFC_RF64_AUTO_DOWNGRADE, nullptr, SF_TRUE);
-  sf_command(opened, SFC_SET_ADD_PEAK_CHUNK, nullptr,
-             SF_FALSE);  // it holds the time of day: no two files would be equal
 }
 
 AudioOutput::~AudioOutput() = default;

@@ -128,23 +128,6 @@ std::string KxhostTest::read(const std::string& file) const {
   return text.str();
 }
 
-void KxhostTest::expectSameFileFromEveryLibrary(const std::vector<std::string>& arguments,
-                                                const std::string& file) const {
-  std::string first;
-  std::istringstream libraries(KXHOST_LIBRARIES);
-  for (std::string library; std::getline(libraries, library, ':');) {
-    std::vector<std::string> all{"--library", library};
-    all.insert(all.end(), arguments.begin(), arguments.end());
-    const Outcome outcome = run(all);
-    ASSERT_EQ(outcome.code, 0) << outcome.err;
-    const std::string bytes = read(file);
-    EXPECT_FALSE(bytes.empty());
-    EXPECT_TRUE(first.empty() || bytes == first) << library;
-    first = bytes;
-    std::filesystem::remove(file);
-  }
-}
-
 std::vector<std::string> KxhostTest::filesPresent() const {
   std::vector<std::string> names;
   for (const auto& entry : std::filesystem::directory_iterator(folder_)) {

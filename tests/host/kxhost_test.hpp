@@ -59,10 +59,6 @@ protected:
 
   std::string read(const std::string& file) const;
 
-  /// Runs `kxhost` with these arguments, which make it write that file, with each of the libraries. Expects success and
-  /// the same bytes.
-  void expectSameFileFromEveryLibrary(const std::vector<std::string>& arguments, const std::string& file) const;
-
   /// Names of the files in the temporary directory, sorted.
   std::vector<std::string> filesPresent() const;
 

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cmath>
 #include <numbers>
+#include <sstream>
 
 #include "host/kxhost_test.hpp"
 #include "recording.hpp"
@@ -230,9 +231,13 @@ TEST_F(ResampleTest, RatesThatCannotBeAreRefused) {
   EXPECT_EQ(resample(fast, 2147483647).frames(), 12U);
 }
 
-TEST_F(ResampleTest, EveryLibraryWritesTheSameFile) {
+TEST_F(ResampleTest, EveryLibraryGivesTheSameSamples) {
   const std::string file = writeAudio("a.wav", floatWav, 2, as<float>(noise(40002, 32), 0x1p-31));
-  expectSameFileFromEveryLibrary({"resample", file, "--rate", "44100", "-o", output()}, output());
+  const Audio standard = resample(file, 44100);
+  std::istringstream libraries(KXHOST_LIBRARIES);
+  for (std::string library; std::getline(libraries, library, ':');) {
+    EXPECT_EQ(resample(file, 44100, {"--library", library}).samples, standard.samples) << library;
+  }
 }
 
 TEST_F(ResampleTest, AFileMayTakeItsOwnPlace) {
