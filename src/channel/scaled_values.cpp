@@ -71,8 +71,9 @@ KXCALC_INLINE void scaleDoublesToSingles(const double* source, Stride stride, co
   });
 }
 
+/// A function for each raw type and stride: compilers stop inlining the walks where all of them stand in one.
 template <class Raw, class Stride, class Params>
-KXCALC_INLINE void scaleValues(const Raw* source, Stride stride, const Params& params, size_t head) {
+void scaleValues(const Raw* source, Stride stride, const Params& params, size_t head) {
   using Value = std::remove_pointer_t<decltype(params.output)>;
   if constexpr (std::is_same_v<Value, float> && std::is_same_v<Raw, double>) {
     scaleDoublesToSingles(source, stride, params, head);
