@@ -73,6 +73,18 @@ KXCALC_INLINE void findCandidates(const Raster& raster, const u32x4 (&pixels)[co
   unrolled<count>([&](size_t k) { candidates[k] = equalValues[k] == 0; });
 }
 
+/// Whether all pixels have the first value to ignore: most of a picture is background, which hosts name first.
+template <size_t count>
+KXCALC_INLINE bool areBackground(const Raster& raster, const u32x4 (&pixels)[count]) {
+  if (raster.ignoreCount == 0) {
+    return false;
+  }
+  const u32x4 background = u32x4{} + raster.ignoreValues[0];
+  u32x4 differences{};
+  unrolled<count>([&](size_t k) { differences |= pixels[k] ^ background; });
+  return !anyBitSet(differences);
+}
+
 /// Folds the block of columns x0 to x0 + 3. To the right of the cursor the second and the fourth column count as one
 /// farther away than they are: their differences come out of subtractions of pairs, with a borrow from the first and
 /// the third.
@@ -97,16 +109,19 @@ Candidate searchRow(const Raster& raster, int32_t row, int32_t begin, int32_t en
   int32_t x = begin;
   const auto fold = [&]<size_t count>(std::integral_constant<size_t, count>) {
     u32x4 block[count];
-    i32x4 candidates[count];
     unrolled<count>(
         [&](size_t k) { block[k] = bitsAs<u32x4>(load(reinterpret_cast<const int32_t*>(pixels) + x + 4 * k)); });
-    findCandidates(raster, block, candidates);
-    i32x4 any{};
-    unrolled<count>([&](size_t k) { any += candidates[k]; });
-    if (anyBitSet(any)) {
-      unrolled<count>([&](size_t k) {
-        foldBlock(lanes, raster, static_cast<uint32_t>(x) + static_cast<uint32_t>(4 * k), dy2, block[k], candidates[k]);
-      });
+    if (!areBackground(raster, block)) {
+      i32x4 candidates[count];
+      findCandidates(raster, block, candidates);
+      i32x4 any{};
+      unrolled<count>([&](size_t k) { any += candidates[k]; });
+      if (anyBitSet(any)) {
+        unrolled<count>([&](size_t k) {
+          foldBlock(lanes, raster, static_cast<uint32_t>(x) + static_cast<uint32_t>(4 * k), dy2, block[k],
+                    candidates[k]);
+        });
+      }
     }
     x += static_cast<int32_t>(4 * count);
   };
