@@ -615,6 +615,500 @@ KXCALC_API void kxcalcFindCursorXY(const uint32_t* image, int32_t pitch, int32_t
                                    uint32_t cursorX, uint32_t cursorY, uint32_t* foundValue, uint32_t* foundX,
                                    uint32_t* foundY, const uint32_t* ignoreValues, int32_t ignoreCount);
 
+/* -------------------------------------------------------------------------------------------------- Digital filters */
+
+/**
+ * A cascade of recursive (IIR) sections. The caller designs it, lays it out, zeroes every tap's x and y, and then
+ * passes the samples in order, one a call; the record holds the whole history. The record itself is only read. Changed
+ * coefficients hold from the next sample on, without disturbing the history.
+ *
+ * A tap is four doubles: x (the section's input at that delay, after the gain), y (the section's output at that delay),
+ * b (feed-forward coefficient), a (feedback coefficient, with the sign that the denominator 1 + a1 z^-1 + ... gives it:
+ * it is subtracted). A section holds its taps from the oldest delay to the current sample; the a of the current one is
+ * not read. So a section of order 2 is x2 y2 b2 a2, x1 y1 b1 a1, x0 y0 b0 and one unused double.
+ */
+typedef struct IIRFilterState {
+  int32_t filterType;         /**< 3: sections of three taps, whatever sectionOrder says; else: the general form. */
+  int32_t sectionCount;       /**< sections in the cascade; below 1: the sample is returned as it is. */
+  int32_t sectionOrder;       /**< general form: order N of every section, which has N + 1 taps; below 0 counts as 0. */
+  int32_t reserved;           /**< neither read nor written. */
+  const double* sectionGains; /**< in, sectionCount gains, one a section. */
+  double* sectionTaps;        /**< in/out, the taps of all sections, section after section, aligned to 16 bytes. */
+} IIRFilterState;
+
+/**
+ * One sample through a cascade of IIR sections, in single; all arithmetic is in double, the result is rounded to
+ * single.
+ *
+ * Each section: the delays move on by one, x = input * gain, then
+ * - general form: y = sum over the taps, the oldest first, of (x b - y a), each difference formed first, from 0, then +
+ *   x0 b0. A NaN goes on.
+ * - filterType 3: y = ((x2 b2 + x1 b1) - (y2 a2 + y1 a1)) + x0 b0, in this grouping, which rounds otherwise. A NaN
+ *   becomes +1e10.
+ *
+ * y is limited to +-1e10, stored, and the input of the next section.
+ *
+ * @param state   in/out, one record: the taps change.
+ * @param sample  the next sample.
+ * @return        the filtered sample.
+ */
+KXCALC_API float kxcalcIIRFilter_float(const IIRFilterState* state, float sample);
+
+/**
+ * One sample through a cascade of IIR sections, in double: kxcalcIIRFilter_float without its conversions.
+ *
+ * @param state   in/out, one record: the taps change.
+ * @param sample  the next sample.
+ * @return        the filtered sample.
+ */
+KXCALC_API double kxcalcIIRFilter_double(const IIRFilterState* state, double sample);
+
+/** State of a pink-noise filter. Zeroed to start. */
+typedef struct PinkFilterState {
+  kxcalc_double b0; /**< b0 to b5: states of six first-order sections. */
+  kxcalc_double b1;
+  kxcalc_double b2;
+  kxcalc_double b3;
+  kxcalc_double b4;
+  kxcalc_double b5;
+  kxcalc_double b6; /**< b6 and b7: the last values of two direct terms, written only. */
+  kxcalc_double b7;
+} PinkFilterState;
+
+/**
+ * One sample of white noise to one of pink noise, whose power falls by 3 dB an octave: a weighted sum of first-order
+ * low-pass sections (P. Kellet's refined approximation, with a factor of 0.2 at the input).
+ *
+ * At 44100 Hz the gain is 16.42 dB at 20 Hz and -0.54 dB at 1 kHz, within 0.05 dB of the ideal slope up to 2 kHz, 0.15
+ * dB to 10 kHz and 1 dB to 22 kHz: the term b6 is not delayed by a sample, which is kept.
+ *
+ * @param state   in/out, one record.
+ * @param sample  the next sample of white noise.
+ * @return        the sample of pink noise.
+ */
+KXCALC_API double kxcalcPinkFilter_double(PinkFilterState* state, double sample);
+
+/**
+ * One output of a FIR filter whose delay line is a ring: the sum over k of coefficients[k] * ring[(position + k) mod
+ * length], in single. Nothing is written; the caller moves samples and position, and so decides whether coefficient 0
+ * weighs the newest or the oldest sample.
+ *
+ * The order of additions: blocks of four products go to four lane sums V, all others to one sum S, in index order. Up
+ * to the ring's end the blocks begin at coefficient 0. From the ring's start they begin where the coefficients reach a
+ * 16-byte boundary; a rest of up to 3 products has none. The result is ((V0 + V1) + (V2 + V3)) + S.
+ *
+ * @param ring          in, length samples, aligned to 4 bytes.
+ * @param coefficients  in, length coefficients, aligned to 16 bytes.
+ * @param length        number of taps, below 2^31. 0 (with position 0) gives 0.
+ * @param position      index of the ring's sample that coefficient 0 weighs, 0 to length.
+ * @return              the output.
+ */
+KXCALC_API float kxcalcFIRFilter_float(const float* ring, const float* coefficients, uint32_t length,
+                                       uint32_t position);
+
+/* ---------------------------------------------------------------------------------------------- Combustion analysis */
+
+/**
+ * Weighted sum of the latest 16-bit samples, in single: the sum over k of newest[-k] * weights[k * stride].
+ *
+ * The order of additions: up to 7 samples one by one, the newest first, from 0. From 8 on in four lanes, from 0, the
+ * oldest sample first, groups of four taking lanes 0 to 3: the head (a whole block where the oldest sample lies on a
+ * 16-byte boundary), the blocks of the body, the tail; then (lane0 + lane2) + (lane1 + lane3). Head and tail are whole
+ * blocks at the two ends of the window, the tail at the last positions of its block, whose other samples are multiplied
+ * by 0. So the last bits depend on the alignment of the samples.
+ *
+ * @param newest   in, the newest sample: the window is newest[-(count - 1)] to newest[0], aligned to 2 bytes.
+ * @param count    number of samples. 0 gives 0.
+ * @param weights  in, (count - 1) * stride + 1 singles, aligned to 4 bytes: weight k, of the sample k back, is at k *
+ *                 stride.
+ * @param stride   elements from one weight to the next.
+ * @return         the sum.
+ */
+KXCALC_API float kxcalcCACalcFilter_int16_t(const int16_t* newest, uint32_t count, const float* weights,
+                                            uint32_t stride);
+
+/**
+ * Weighted sum of the latest singles: the sum over k of newest[-k] * weights[k * stride], in single.
+ *
+ * The order of additions: up to 3 samples one by one, the newest first, from 0. From 4 on in four lanes, from 0, the
+ * oldest sample first: the head (a whole block where the oldest sample lies on a 16-byte boundary), the blocks of the
+ * body, the tail; then (lane0 + lane2) + (lane1 + lane3). Head and tail are whole blocks at the two ends of the window,
+ * the tail at the last positions of its block, whose other samples are multiplied by 0: an infinite one makes the sum a
+ * NaN. So the last bits depend on the alignment of the samples.
+ *
+ * @param newest   in, the newest sample: the window is newest[-(count - 1)] to newest[0], aligned to 4 bytes.
+ * @param count    number of samples. 0 gives 0.
+ * @param weights  in, (count - 1) * stride + 1 singles, aligned to 4 bytes: weight k, of the sample k back, is at k *
+ *                 stride.
+ * @param stride   elements from one weight to the next.
+ * @return         the sum.
+ */
+KXCALC_API float kxcalcCACalcFilter_float(const float* newest, uint32_t count, const float* weights, uint32_t stride);
+
+/**
+ * Weighted sum of the latest 32-bit samples, in single: kxcalcCACalcFilter_float, each sample first rounded to single.
+ *
+ * @param newest   in, the newest sample: the window is newest[-(count - 1)] to newest[0], aligned to 4 bytes.
+ * @param count    number of samples. 0 gives 0.
+ * @param weights  in, (count - 1) * stride + 1 singles, aligned to 4 bytes: weight k, of the sample k back, is at k *
+ *                 stride.
+ * @param stride   elements from one weight to the next.
+ * @return         the sum.
+ */
+KXCALC_API float kxcalcCACalcFilter_int32_t(const int32_t* newest, uint32_t count, const float* weights,
+                                            uint32_t stride);
+
+/**
+ * Centred moving average of a block of doubles.
+ *
+ * With W the width rounded up to odd and h = (W - 1) / 2: outputs 0 to h are the mean of inputs 0 to W - 1, formed as m
+ * = (m * i + input[i]) / (i + 1) from m = input[0]. Each later output up to count - 1 - h moves the mean before it: m =
+ * ((m * W + input[j + h]) - input[j - h - 1]) / W, so rounding errors carry along. The last h outputs repeat the last
+ * mean.
+ *
+ * @param input   in, count doubles, at least W, aligned to 8 bytes: the first W are always read.
+ * @param output  out, count doubles, aligned to 8 bytes. Does not overlap input.
+ * @param width   samples to average, 0 to 65535; 0 counts as 1.
+ * @param count   number of elements, above h. Count 0 is excluded (there is no guard).
+ */
+KXCALC_API void kxcalcCACalcAveFilter_double(const double* input, double* output, uint16_t width, uint32_t count);
+
+/**
+ * Copies raw samples less an offset into a channel, and finds the peak: the largest difference above 1.17549435e-38,
+ * the smallest normal single.
+ *
+ * Of equal maxima, up to three samples report the first. From four samples on it is the first of each lane (samples
+ * start + lane, and every fourth after it; a lane that begins with a NaN has no other), and of the lanes the lowest,
+ * before the samples after the last whole block of four. Indexes are then carried as singles, exact up to 16777216.
+ *
+ * @param raw        in: raw[start] to raw[end - 1] are read, aligned to 4 bytes.
+ * @param channel    out, end - start singles, aligned to 4 bytes: element i receives raw[start + i] - offset. Does not
+ *                   overlap raw.
+ * @param start      index of the first raw sample.
+ * @param end        one past the index of the last, at least start. Equal to start: nothing is copied, no peak is
+ *                   found.
+ * @param offset     subtracted from each sample.
+ * @param peakValue  out, one single: receives the peak, or 1.17549435e-38 where none is found.
+ * @param peakIndex  out, one number: receives the raw index of the peak, or 0xFFFFFFFF where none is found.
+ */
+KXCALC_API void kxCalcCACopyRawDataToChannels(const float* raw, float* channel, uint32_t start, uint32_t end,
+                                              float offset, float* peakValue, uint32_t* peakIndex);
+
+/**
+ * Rounds an array of doubles to singles, packed at the start of the same buffer. What is beyond the singles' range
+ * becomes infinite.
+ *
+ * @param buffer  in: count doubles; out: count singles. Aligned to 16 bytes. Bytes from 4 * count on stay as they are.
+ * @param count   number of elements. 0 returns at once: nothing is read or written.
+ */
+KXCALC_API void kxcalcCADoubleArrToSingleArrInplace(void* buffer, uint32_t count);
+
+/**
+ * Widens an array of singles to doubles (exact) in the same buffer, which they fill.
+ *
+ * @param buffer  in: count singles, at its start; out: count doubles. Aligned to 16 bytes, 8 * count bytes long.
+ * @param count   number of elements. 0 returns at once: nothing is read or written.
+ */
+KXCALC_API void kxcalcCASingleArrToDoubleArrInplace(void* buffer, uint32_t count);
+
+/**
+ * Coordinates of one axis of a pressure-volume diagram: input * scale + offset in single, rounded to an integer and
+ * limited to [lower, upper]. A coordinate that is a NaN or that 32 bits do not hold, a huge positive one too, counts as
+ * -2147483648.
+ *
+ * The two forms differ, on purpose. Up to 3 values: halfway cases are rounded away from zero, and with lower above
+ * upper the result is upper. From 4 on: to the even integer, and lower.
+ *
+ * @param input   in, count singles, aligned to 4 bytes.
+ * @param count   number of elements. 0 returns at once: nothing is read or written.
+ * @param output  out, count coordinates, aligned to 4 bytes. Does not overlap input.
+ * @param lower   the least coordinate.
+ * @param upper   the largest coordinate.
+ * @param scale   coordinates per unit.
+ * @param offset  coordinate of 0.
+ */
+KXCALC_API void kxcalcCAPV_lin(const float* input, uint32_t count, int32_t* output, int32_t lower, int32_t upper,
+                               float scale, float offset);
+
+/**
+ * The same for a logarithmic axis: of log10(input / reference), by an approximation to 1.23e-4. A ratio below 1e-9
+ * counts as 1e-9.
+ *
+ * The two forms differ as in kxcalcCAPV_lin; besides, a NaN ratio stays one up to 3 values, and counts as 1e-9 from 4
+ * on, and the approximation is divided out in double or in single.
+ *
+ * @param input      in, count singles, aligned to 4 bytes.
+ * @param count      number of elements. 0 returns at once: nothing is read or written.
+ * @param output     out, count coordinates, aligned to 4 bytes. Does not overlap input.
+ * @param lower      the least coordinate.
+ * @param upper      the largest coordinate.
+ * @param scale      coordinates per decade.
+ * @param offset     coordinate of the reference.
+ * @param reference  the value at the offset; not 0.
+ */
+KXCALC_API void kxcalcCAPV_log(const float* input, uint32_t count, int32_t* output, int32_t lower, int32_t upper,
+                               float scale, float offset, float reference);
+
+/**
+ * Folds a cycle into the average curve of all cycles so far, in place, and finds the peak of the new average.
+ *
+ * With n cycles averaged before: average = (newCycle + average * n) / (n + 1). Whole blocks of four, from element 0,
+ * are computed in double and rounded to single; the up to 3 elements after them in single, with n and n + 1 (of 64
+ * bits) rounded to single. The peak is never below 1.17549435e-38, the smallest normal single. In the blocks it is
+ * gathered in four lanes, lane = greater(lane, average), combined as greater(greater(lane0, lane2), greater(lane1,
+ * lane3)); a later element replaces it if it is greater.
+ *
+ * @param newCycle  in, end - start singles, aligned to 4 bytes.
+ * @param average   in/out, end - start singles, aligned to 4 bytes. Does not overlap newCycle.
+ * @param start     only the difference to end matters: both arrays begin at the element that start names.
+ * @param end       at least start. Equal to it: only the peak is written.
+ * @param cycles    cycles averaged so far. 0: the average becomes the new cycle, for finite averages.
+ * @param peak      out, one single: receives the peak.
+ */
+KXCALC_API void kxCalcCAOverallPressure(const float* newCycle, float* average, uint32_t start, uint32_t end,
+                                        uint64_t cycles, float* peak);
+
+/**
+ * Running average over the latest cycles: a sum of cycles, and the sum divided, element by element, in single.
+ *
+ * - cycles is 0: sum and average become the new cycle.
+ * - cycles is below window: sum = newCycle + sum, divided by cycles, but by cycles + 1 in the up to 3 elements after
+ *   the last whole block of four.
+ * - otherwise: sum = (sum + newCycle) - leavingCycle, but (newCycle - leavingCycle) + sum in the elements after the
+ *   last whole block, divided by window.
+ *
+ * That blocks and the rest differ is intended and kept.
+ *
+ * @param newCycle      in, last - first + 1 singles, aligned to 4 bytes.
+ * @param leavingCycle  in, as many: the cycle that leaves the window. Read only if cycles is window or more.
+ * @param sum           in/out, as many.
+ * @param average       out, as many. None of the four overlap.
+ * @param first         only the difference to last matters: all arrays begin at the element that first names.
+ * @param last          index of the last element, at least first - 1 (which makes 0 elements).
+ * @param cycles        cycles seen before this one.
+ * @param window        length of the window in cycles. 0 divides by zero once cycles is above 0.
+ */
+KXCALC_API void kxCalcCARunningVal(const float* newCycle, const float* leavingCycle, float* sum, float* average,
+                                   uint32_t first, uint32_t last, uint64_t cycles, uint32_t window);
+
+/* --------------------------------------------------------------------------------------------------- Power analysis */
+
+/** A ring of samples and a bank of filters of 16 taps. */
+typedef struct PowerFirArgs {
+  const float* ring;         /**< in, length samples, aligned to 4 bytes. */
+  const float* coefficients; /**< in, rows of 16, aligned to 16 bytes; the last of a row weighs the newest sample. */
+  uint32_t position;         /**< index in the ring one past the newest sample, 0 to length. */
+  uint32_t row;              /**< the row of coefficients to use. */
+  uint32_t length;           /**< samples in the ring, at least 16. */
+} PowerFirArgs;
+
+/**
+ * One output of a FIR filter of 16 taps over the latest samples of a ring, in single.
+ *
+ * Samples that lie in a row are added in four lanes, Lk = (products[8 + k] + products[12 + k]) + (products[k] +
+ * products[4 + k]), and (L0 + L1) + (L2 + L3); samples that wrap around the ring's end one by one, the oldest first.
+ * The last bits may differ: intended and kept.
+ *
+ * @param args  in, one record. Nothing is written.
+ * @return      the output.
+ */
+KXCALC_API float kxcalcPowerCalcFIR_float(const PowerFirArgs* args);
+
+/** A block of doubles to scale to singles. */
+typedef struct PowerScaleArgs {
+  const double* input; /**< in, count doubles, aligned to 8 bytes. */
+  float* output;       /**< out, count singles, aligned to 4 bytes. Does not overlap input. */
+  kxcalc_double sum;   /**< in/out: sum of the outputs' magnitudes, added to. Untouched if accumulate is 0. */
+  float scale;         /**< factor. */
+  int32_t count;       /**< number of elements; below 1 counts as 0. */
+  uint32_t accumulate; /**< other than 0: add the magnitudes to sum. */
+} PowerScaleArgs;
+
+/**
+ * Scales doubles to singles: output = scale * input in double, rounded to single; and, if accumulate is set, adds the
+ * outputs' magnitudes to the sum: they are added in ascending order in double, from 0, and then the sum so far to that.
+ *
+ * @param args  in/out, one record: its sum may change.
+ */
+KXCALC_API void kxcalcPowerSumVectorMultipliedWithScalar_double(PowerScaleArgs* args);
+
+/**
+ * Sum of the squares of scaled singles: each value * scale is rounded to single; the squares are exact in double and
+ * added in ascending order.
+ *
+ * @param values  in, count singles, aligned to 4 bytes.
+ * @param count   number of elements. 0 gives 0. Read as an unsigned number.
+ * @param scale   factor.
+ * @return        the sum.
+ */
+KXCALC_API double kxcalcPowerMultiplyAndSquareElementsAndSumVector_float(const float* values, int32_t count,
+                                                                         float scale);
+
+/**
+ * Multiplies a complex spectrum bin by bin by a complex correction, in place, in single: (sr cr - si ci) and (sr ci +
+ * si cr), each product and sum rounded. Spectra here and below hold bins as pairs: bin k at elements 2k and 2k + 1.
+ *
+ * @param spectrum    in/out, 2 * binCount singles, aligned to 4 bytes.
+ * @param correction  in, as many. May overlap spectrum: results are those of the loop over the bins in ascending order.
+ * @param binCount    number of bins. Below 1 nothing is read or written.
+ */
+KXCALC_API void kxcalcPowerCorrectFFT_U(float* spectrum, const float* correction, int32_t binCount);
+
+/**
+ * Conjugates a complex spectrum in place: flips the sign bit of every odd element, of zeros and NaNs too.
+ *
+ * @param spectrum      in/out, elementCount singles, aligned to 4 bytes.
+ * @param elementCount  number of singles, twice the number of bins; a last one without a partner stays. 0 and 1 change
+ *                      nothing.
+ */
+KXCALC_API void kxcalcPowerNegateImag_float(float* spectrum, uint32_t elementCount);
+
+/**
+ * Index of the strongest bin of a complex spectrum, bin 0 apart: the lowest index of the largest re * re + im * im, in
+ * single. NaNs never win.
+ *
+ * @param spectrum  in, 2 * binCount singles, aligned to 4 bytes.
+ * @param binCount  number of bins.
+ * @return          the index; 0 if there are less than two bins, or all from bin 1 on are zero (or square to zero).
+ */
+KXCALC_API uint32_t kxcalcPowerFindIndexOfMaxAmplitude(const float* spectrum, uint32_t binCount);
+
+/**
+ * Sum of the squared magnitudes of a run of bins: re * re + im * im in double, added in ascending order.
+ *
+ * @param spectrum  in, 2 * binCount singles, aligned to 4 bytes.
+ * @param binCount  number of bins. 0 gives 0.
+ * @return          the sum.
+ */
+KXCALC_API double kxcalcPowerHarmonicZero(const float* spectrum, uint32_t binCount);
+
+/**
+ * Active and reactive power of a voltage and a current spectrum: sums over the bins of ur ir + ui ii, and of ur ii - ui
+ * ir, in double, in ascending order. The first bin (DC) and the last (Nyquist) count half. With spectra of bins scaled
+ * to rms values P is the mean of u i; Q is positive for a leading current (conjugate both spectra for the usual sign).
+ *
+ * @param voltage        in, binCount bins (at least 2), aligned to 4 bytes.
+ * @param current        in, as many.
+ * @param binCount       number of bins. With 2 or less, 0 and negative numbers too, bins 0 and 1 are read, and count
+ *                       half.
+ * @param activePower    out, one double: overwritten.
+ * @param reactivePower  out, one double: overwritten.
+ */
+KXCALC_API void kxcalcPowerPandQsum(const float* voltage, const float* current, int32_t binCount, double* activePower,
+                                    double* reactivePower);
+
+/**
+ * Phase angles of the harmonic orders 1 to orderCount of a complex spectrum, in degrees.
+ *
+ * Order h lies at position h * binsPerOrder, between two bins whose angles are those of (real part as ordinate,
+ * imaginary part as abscissa), 0 to 360. From the lower bin to the upper the angle grows, by up to 360 degrees; equal
+ * angles grow by 360. The angle at the position, less h * phasePerOrder, is negated and wrapped towards the range -180
+ * to 180 in fixed steps, which give a phase above 360 the other sign: intended and kept. In single, except the
+ * arctangent.
+ *
+ * @param spectrum       in, bins up to the one above orderCount * binsPerOrder, aligned to 4 bytes.
+ * @param angles         out, angles[1] to angles[orderCount] receive the angles; angles[0] is not touched.
+ * @param orderCount     the highest order. Below 1 nothing is read or written.
+ * @param phasePerOrder  reference phase per order, degrees.
+ * @param binsPerOrder   position of order 1 in bins, above 0.
+ */
+KXCALC_API void kxcalcPowerAngles(const float* spectrum, float* angles, int32_t orderCount, float phasePerOrder,
+                                  float binsPerOrder);
+
+/** Magnitudes and angles of three phases, entry by entry, and where the results go. */
+typedef struct PowerUnbalanceArgs {
+  const float* magnitudeL1;  /**< in, count magnitudes of phase 1 (at least 1), aligned to 4 bytes. */
+  const float* magnitudeL2;  /**< in, as many. */
+  const float* magnitudeL3;  /**< in, as many. */
+  const float* angleL1;      /**< in, as many angles of phase 1, degrees. */
+  const float* angleL2;      /**< in, as many. */
+  const float* angleL3;      /**< in, as many. */
+  float* zeroSequence;       /**< out, one single: sum of the entries' zero-sequence magnitudes. */
+  float* positiveSequence;   /**< out, one single: of the positive-sequence ones. */
+  float* negativeSequence;   /**< out, one single: of the negative-sequence ones. */
+  float* negativeRatio;      /**< out, one single: negative sum to positive sum, percent; see below. */
+  float* zeroRatio;          /**< out, one single: zero sum to positive sum, percent; see below. */
+  float* negativeRatioFirst; /**< out, one single: the same ratios of entry 0 alone; see below. */
+  float* zeroRatioFirst;     /**< out, one single. */
+  uint32_t count;            /**< number of entries. Entry 0 is read even if there is none. */
+} PowerUnbalanceArgs;
+
+/**
+ * Symmetrical components of a three-phase system (C. L. Fortescue, 1918), of a series of entries such as harmonic
+ * orders: sums of the magnitudes of the three sequences over the entries, and their ratios to the positive one.
+ *
+ * The zero sequence of an entry is a third of the length of the three phasors' sum; the positive one turns phase 2 by
+ * -120 degrees and phase 3 by -240 first, the negative one by -240 and -120. So the phases of a balanced system lie at
+ * 0, +120 and +240 degrees: negate angles that count the other way. Entries in whole blocks of four from entry 0 are
+ * computed in single, with an approximate sine and cosine (7.8e-8), the rest in double: intended and kept.
+ *
+ * @param args  in, one record. The sums are overwritten (0 for a count of 0). Ratios are left as they are where the
+ *              positive sequence, of the sums or of entry 0, is not above 0.
+ */
+KXCALC_API void kxcalcPowerUnbalance(const PowerUnbalanceArgs* args);
+
+/**
+ * Coefficients and state of a flickermeter's signal path: nineteen arrays of doubles, aligned to 8 bytes. The caller
+ * designs the filters for its sample rate. To start a measurement it zeroes the state arrays and writes -9999999 to
+ * highPassInput[0]; the first sample then meets a high-pass filter that has settled on it.
+ */
+typedef struct FlickerState {
+  double* lowPassInput;               /**< in/out, 3: latest input of low-pass sections 0, 1, 2. */
+  double* lowPassInput1;              /**< in/out, 3: input one sample back (the latest, between calls). */
+  double* lowPassInput2;              /**< in/out, 3: input two samples back. */
+  double* lowPassOutput;              /**< in/out, 3: latest output. */
+  double* lowPassOutput1;             /**< in/out, 3: output one sample back. */
+  double* lowPassOutput2;             /**< in/out, 3: output two samples back. */
+  const double* lowPassGain;          /**< in, 3: g. */
+  const double* lowPassA1;            /**< in, 3: a1, subtracted. */
+  const double* lowPassA2;            /**< in, 3: a2, subtracted. */
+  const double* weightCoefficients;   /**< in, 12: w0 to w11, all added. */
+  const double* highPassCoefficients; /**< in, 3: h0, h1, h2, all added. */
+  double* weight1Output;              /**< in/out, 3: output of weighting section 1: latest, one back, two back. */
+  double* weight1Input;               /**< in/out, 3: input, likewise; element 0 is neither read nor written. */
+  double* weight2Input;               /**< in/out, 3: input of weighting section 2; element 0 likewise. */
+  double* weight2Output;              /**< in/out, 3: output of weighting section 2: latest, one back, two back. */
+  double* squareHistory;              /**< in/out, 2: second squarer: latest, one back. */
+  double* smoothHistory;              /**< in/out, 2: smoothing filter: latest, one back. */
+  double* highPassInput;              /**< in/out, 2: high-pass input: latest, or the start marker; one back. */
+  double* highPassOutput;             /**< in/out, 2: high-pass output: latest, one back. */
+} FlickerState;
+
+/**
+ * Instantaneous flicker sensation of a block of voltage samples, after IEC 61000-4-15. How a stream is split into
+ * blocks has no effect.
+ *
+ * For each sample u, in double, with [r] for rounding to single:
+ * - x = [u u 0.5], in single;
+ * - three low-pass sections: y = ((x + (x1 + x1)) + x2) g - y1 a1 - y2 a2, the output of one being the input of the
+ *   next; v = [the last output];
+ * - high-pass: if the latest input equals the start marker, the input one back becomes v; y = v h0 + x1 h1 + y1 h2; t =
+ *   [y];
+ * - weighting: o = t w0 + x2 w1 + y1 w2 + y2 w3; then p = o w4 + x1 w5 + x2 w6 + y1 w7 + y2 w8;
+ * - q = [p] [p], in single; m = q w9 + q1 w10 + m1 w11; sensation = [1238400 m].
+ *
+ * Numbers 1 and 2 stand for one and two samples back in that section; sums are formed from the left.
+ *
+ * @param state      in/out, one record: the arrays change, except the coefficients.
+ * @param samples    in, count samples, aligned to 4 bytes.
+ * @param sensation  out, count singles, aligned to 4 bytes. Does not overlap samples.
+ * @param count      number of samples. 0 and below: nothing is read or written.
+ */
+KXCALC_API void kxcalcPowerFlicker(const FlickerState* state, const float* samples, float* sensation, int32_t count);
+
+/**
+ * Counts sensation values into 1000 classes, 100 a decade from 1e-4 to 1e6: class c holds those of (log10 v + 4) * 100
+ * from c to below c + 1.
+ *
+ * Values from 1e6 on count in class 999; 0, negative ones and NaNs in class 0. So do values from 0.977e-4 to 1e-4; but
+ * what is less than that, and above 0, counts in class 999: intended and kept. Set such values to 0 first.
+ *
+ * @param values   in, count singles, aligned to 4 bytes.
+ * @param count    number of values. 0 and below: nothing is read or written.
+ * @param classes  in/out, 1000 counters, aligned to 4 bytes: added to, modulo 2^32.
+ */
+KXCALC_API void kxcalcPowerFlickerAddToClass(const float* values, int32_t count, uint32_t* classes);
+
 /* ---------------------------------------------------------------------------------------------- Sine and arctangent */
 
 /**

@@ -189,6 +189,18 @@ KXCALC_INLINE i32x4 loadAsInt32(const uint8_t* from) {
                                                24, 3, 25, 26, 27));
 }
 
+/// Lanes 0 and 1, or 2 and 3, as doubles (exact; a signalling NaN comes out quiet).
+KXCALC_INLINE f64x2 widenLow(f32x4 v) {
+#if defined(KXCALC_SSE41)
+  return bitsAs<f64x2>(_mm_cvtps_pd(bitsAs<__m128>(v)));
+#else
+  return f64x2{static_cast<double>(v[0]), static_cast<double>(v[1])};
+#endif
+}
+KXCALC_INLINE f64x2 widenHigh(f32x4 v) {
+  return widenLow(__builtin_shufflevector(v, v, 2, 3, 2, 3));
+}
+
 /// Four doubles as singles, each rounded to the nearest.
 KXCALC_INLINE f32x4 toSingles(f64x2 low, f64x2 high) {
   return f32x4{static_cast<float>(low[0]), static_cast<float>(low[1]), static_cast<float>(high[0]),
@@ -198,6 +210,15 @@ KXCALC_INLINE f32x4 toSingles(f64x2 low, f64x2 high) {
 /// The low 16 bits of eight 32-bit lanes (two's complement wrap-around, no saturation).
 KXCALC_INLINE i16x8 narrow(i32x4 low, i32x4 high) {
   return __builtin_shufflevector(bitsAs<i16x8>(low), bitsAs<i16x8>(high), 0, 2, 4, 6, 8, 10, 12, 14);
+}
+
+/// The square root of each lane; NaN of a negative number, -0 of -0.
+KXCALC_INLINE f32x4 squareRoot(f32x4 v) {
+#if defined(KXCALC_SSE41)
+  return bitsAs<f32x4>(_mm_sqrt_ps(bitsAs<__m128>(v)));
+#else
+  return f32x4{__builtin_sqrtf(v[0]), __builtin_sqrtf(v[1]), __builtin_sqrtf(v[2]), __builtin_sqrtf(v[3])};
+#endif
 }
 
 /// Lane k: a[2k] * b[2k] + a[2k + 1] * b[2k + 1], exact as an unsigned number when the sum is not negative (four times

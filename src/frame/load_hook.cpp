@@ -3,6 +3,8 @@
 #if defined(_WIN32)
 #include <windows.h>
 
+extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD, LPVOID);
+
 BOOL WINAPI DllMain(HINSTANCE, DWORD, LPVOID) {
   return TRUE;
 }

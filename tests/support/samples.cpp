@@ -82,9 +82,17 @@ void fillWithRoundingTies(std::span<T> samples, Random& random) {
   }
 }
 
-constexpr std::array sampleClassNames{
-    "whole range", "signal", "offset signal", "24 bits",       "extremes",
-    "constant",    "zeros",  "rare specials", "many specials", "NaNs, zeros and ones"};
+constexpr std::array sampleClassNames{"whole range",
+                                      "signal",
+                                      "offset signal",
+                                      "24 bits",
+                                      "extremes",
+                                      "constant",
+                                      "zeros",
+                                      "rounding ties",
+                                      "rare specials",
+                                      "many specials",
+                                      "NaNs, zeros and ones"};
 
 }  // namespace
 

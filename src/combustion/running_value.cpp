@@ -1,0 +1,74 @@
+// Average over the latest cycles, element by element: a sum of cycles, and the sum divided. All in single.
+//
+// Whole blocks of four and the up to three elements after them differ on purpose: while the window fills, blocks divide
+// by the number of cycles before this one, the rest by one more; when it slides, blocks add the new cycle to the sum
+// before they take the leaving one away, the rest adds the difference of both.
+#include "frame/blocks.hpp"
+#include "kxcalc.h"
+
+namespace kxcalc {
+namespace {
+
+struct Curves {
+  const float* newCycle;
+  const float* leavingCycle;
+  float* sum;
+  float* average;
+
+  template <class At, class V>
+  KXCALC_INLINE void store(At at, V newSum, V newAverage) const {
+    at.store(sum, newSum);
+    at.store(average, newAverage);
+  }
+};
+
+KXCALC_INLINE void copyFirst(Curves curves, size_t count) {
+  walkElements<4>(0, count, [=](auto at) {
+    const auto first = at.load(curves.newCycle);
+    curves.store(at, first, first);
+  });
+}
+
+/// One{i} stands for an element after the blocks: the walk begins at element 0, without a head.
+struct Filling {
+  Curves curves;
+  float cycles;
+
+  KXCALC_INLINE float divisor(One) const { return cycles + 1.0F; }
+  KXCALC_INLINE float divisor(Pack<4>) const { return cycles; }
+  template <class At>
+  KXCALC_INLINE void operator()(At at) const {
+    const auto sum = at.load(curves.newCycle) + at.load(curves.sum);
+    curves.store(at, sum, sum / divisor(at));
+  }
+};
+
+struct Sliding {
+  Curves curves;
+  float window;
+
+  KXCALC_INLINE float moved(float sum, float added, float leaving) const { return (added - leaving) + sum; }
+  KXCALC_INLINE f32x4 moved(f32x4 sum, f32x4 added, f32x4 leaving) const { return (sum + added) - leaving; }
+  template <class At>
+  KXCALC_INLINE void operator()(At at) const {
+    const auto sum = moved(at.load(curves.sum), at.load(curves.newCycle), at.load(curves.leavingCycle));
+    curves.store(at, sum, sum / window);
+  }
+};
+
+}  // namespace
+}  // namespace kxcalc
+
+extern "C" void kxCalcCARunningVal(const float* newCycle, const float* leavingCycle, float* sum, float* average,
+                                   uint32_t first, uint32_t last, uint64_t cycles, uint32_t window) {
+  using namespace kxcalc;
+  const Curves curves{newCycle, leavingCycle, sum, average};
+  const uint32_t count = last - first + 1;
+  if (cycles == 0) {
+    copyFirst(curves, count);
+  } else if (cycles < window) {
+    walkElements<4>(0, count, Filling{curves, static_cast<float>(cycles)});
+  } else {
+    walkElements<4>(0, count, Sliding{curves, static_cast<float>(window)});
+  }
+}

@@ -1,0 +1,147 @@
+// One-sided complex spectra in single, real and imaginary part of a bin side by side: correction, conjugation, the
+// strongest bin, the energy.
+#include "frame/blocks.hpp"
+#include "kxcalc.h"
+
+namespace kxcalc {
+namespace {
+
+constexpr i32x4 signOfRealParts{INT32_MIN, 0, INT32_MIN, 0};
+constexpr i32x4 signOfImaginaryParts{0, INT32_MIN, 0, INT32_MIN};
+
+KXCALC_INLINE f32x4 flipSigns(f32x4 v, i32x4 signs) {
+  return bitsAs<f32x4>(bitsAs<i32x4>(v) ^ signs);
+}
+
+/// Two bins times two others: a c - b d and a d + b c, each product and sum rounded. (x - y is x + -y, to the bit.)
+KXCALC_INLINE f32x4 complexProduct(f32x4 bins, f32x4 factors) {
+  const f32x4 factorReals = __builtin_shufflevector(factors, factors, 0, 0, 2, 2);
+  const f32x4 factorImags = __builtin_shufflevector(factors, factors, 1, 1, 3, 3);
+  const f32x4 swapped = __builtin_shufflevector(bins, bins, 1, 0, 3, 2);
+  return bins * factorReals + flipSigns(swapped * factorImags, signOfRealParts);
+}
+
+KXCALC_INLINE void correctOne(float* bin, const float* factor) {
+  const float real = bin[0] * factor[0] - bin[1] * factor[1];
+  const float imag = bin[0] * factor[1] + bin[1] * factor[0];
+  bin[0] = real;
+  bin[1] = imag;
+}
+
+/// Where the spectrum begins less than two bins ahead of the correction, a bin is a factor of the next one: the plain
+/// loop then, whose results count.
+KXCALC_INLINE bool feedsOwnBlock(const float* spectrum, const float* correction) {
+  const uintptr_t ahead = reinterpret_cast<uintptr_t>(spectrum) - reinterpret_cast<uintptr_t>(correction);
+  return ahead != 0 && ahead < 16;
+}
+
+KXCALC_INLINE void correct(float* spectrum, const float* correction, size_t elements) {
+  const auto correctTwo = [=](size_t i) {
+    store(spectrum + i, complexProduct(load(spectrum + i), load(correction + i)));
+  };
+  size_t i = 0;
+  if (!feedsOwnBlock(spectrum, correction)) {
+    for (; elements - i >= 16; i += 16) {
+      prefetchAhead(spectrum + i);
+      prefetchAhead(correction + i);
+      unrolled<4>([&](size_t k) { correctTwo(i + 4 * k); });
+    }
+    for (; elements - i >= 4; i += 4) {
+      correctTwo(i);
+    }
+  }
+  for (; i < elements; i += 2) {
+    correctOne(spectrum + i, correction + i);
+  }
+}
+
+/// The sign bit, of zeros and NaNs too: as integers.
+KXCALC_INLINE void conjugate(float* spectrum, size_t elements) {
+  const auto flipFour = [=](size_t i) { store(spectrum + i, flipSigns(load(spectrum + i), signOfImaginaryParts)); };
+  size_t i = 0;
+  for (; elements - i >= 16; i += 16) {
+    prefetchAhead(spectrum + i);
+    unrolled<4>([&](size_t k) { flipFour(i + 4 * k); });
+  }
+  for (; elements - i >= 4; i += 4) {
+    flipFour(i);
+  }
+  for (++i; i < elements; i += 2) {
+    uint32_t bits;
+    std::memcpy(&bits, spectrum + i, sizeof bits);
+    bits ^= 0x80000000U;
+    std::memcpy(spectrum + i, &bits, sizeof bits);
+  }
+}
+
+KXCALC_INLINE float squaredMagnitude(const float* bin) {
+  return bin[0] * bin[0] + bin[1] * bin[1];
+}
+
+KXCALC_INLINE f32x4 squaredMagnitudesOfFour(const float* bins) {
+  const f32x4 low = load(bins), high = load(bins + 4);
+  const f32x4 reals = __builtin_shufflevector(low, high, 0, 2, 4, 6);
+  const f32x4 imags = __builtin_shufflevector(low, high, 1, 3, 5, 7);
+  return reals * reals + imags * imags;
+}
+
+/// The first of the largest above 0. Sixteen bins that hold nothing larger than the best so far are passed over; others
+/// are looked at one by one, in ascending order.
+KXCALC_INLINE size_t strongestBin(const float* spectrum, size_t bins) {
+  float best = 0;
+  size_t index = 0;
+  const auto look = [&](size_t begin, size_t end) {
+    for (size_t k = begin; k < end; ++k) {
+      const float magnitude = squaredMagnitude(spectrum + 2 * k);
+      if (magnitude > best) {
+        best = magnitude;
+        index = k;
+      }
+    }
+  };
+  size_t k = 1;
+  for (; bins - k >= 16; k += 16) {
+    const float* const at = spectrum + 2 * k;
+    prefetchAhead(at);
+    prefetchAhead(at + 16);
+    i32x4 larger{};
+    unrolled<4>([&](size_t four) { larger |= squaredMagnitudesOfFour(at + 8 * four) > best; });
+    if (anyBitSet(larger)) {
+      look(k, k + 16);
+    }
+  }
+  look(k, bins);
+  return index;
+}
+
+/// Squares of singles are exact in double; the terms of a bin are added first, then one serial sum.
+KXCALC_INLINE double energy(const float* spectrum, size_t bins) {
+  double sum = 0;
+  for (size_t k = 0; k < bins; ++k) {
+    const f64x2 bin = loadAsDoubles(spectrum + 2 * k);
+    const f64x2 squares = bin * bin;
+    sum += squares[0] + squares[1];
+  }
+  return sum;
+}
+
+}  // namespace
+}  // namespace kxcalc
+
+extern "C" void kxcalcPowerCorrectFFT_U(float* spectrum, const float* correction, int32_t binCount) {
+  if (binCount > 0) {
+    kxcalc::correct(spectrum, correction, 2 * static_cast<size_t>(binCount));
+  }
+}
+
+extern "C" void kxcalcPowerNegateImag_float(float* spectrum, uint32_t elementCount) {
+  kxcalc::conjugate(spectrum, elementCount);
+}
+
+extern "C" uint32_t kxcalcPowerFindIndexOfMaxAmplitude(const float* spectrum, uint32_t binCount) {
+  return binCount < 2 ? 0 : static_cast<uint32_t>(kxcalc::strongestBin(spectrum, binCount));
+}
+
+extern "C" double kxcalcPowerHarmonicZero(const float* spectrum, uint32_t binCount) {
+  return kxcalc::energy(spectrum, binCount);
+}
