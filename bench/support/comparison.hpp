@@ -99,21 +99,27 @@ public:
   }
 
   /// The dependent additions in double that the result is defined by.
-  void limitedByChain([[maybe_unused]] double additionsPerElement) {
+  void limitedByChain(double additionsPerElement) {
+    limitedByChainOf([](double sum, double term) { return sum + term; }, additionsPerElement);
+  }
+
+  /// Dependent operations of other kinds: step(double value, double operand) returns the next value.
+  template <class Step>
+  void limitedByChainOf([[maybe_unused]] Step step, [[maybe_unused]] double stepsPerElement = 1) {
 #if defined(KXCALC_BENCH_BUILD_BASE)
     struct Chain {
-      double term;
-      std::size_t additions;
+      double operand;
+      std::size_t steps;
     };
     for (const std::size_t size : counts_) {
-      const auto additions = static_cast<std::size_t>(additionsPerElement * static_cast<double>(size));
+      const auto steps = static_cast<std::size_t>(stepsPerElement * static_cast<double>(size));
       add(size, "chain", Role::chain, "", [=](benchmark::State& state) {
-        measure(state, Chain{1, additions}, [](const Chain& chain) {
-          double sum = 0;
-          for (std::size_t i = 0; i < chain.additions; ++i) {
-            sum += chain.term;
+        measure(state, Chain{1, steps}, [step](const Chain& chain) {
+          double value = 0;
+          for (std::size_t i = 0; i < chain.steps; ++i) {
+            value = step(value, chain.operand);
           }
-          benchmark::DoNotOptimize(sum);
+          benchmark::DoNotOptimize(value);
         });
       });
     }

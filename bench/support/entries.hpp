@@ -13,7 +13,7 @@ enum class Role {
   loop,     // that a user would write
   library,  // of others
   traffic,  // the job's memory accesses alone
-  chain,    // the dependent additions that the job's result is defined by
+  chain,    // the dependent operations that the job's result is defined by
   latency,  // of one operation, for orientation
 };
 

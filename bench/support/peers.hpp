@@ -22,6 +22,9 @@
 #if defined(KXCALC_BENCH_LIBSAMPLERATE)
 #include <samplerate.h>
 #endif
+#if defined(KXCALC_BENCH_LIQUID)
+#include <liquid/liquid.h>
+#endif
 
 namespace kxcalc::bench {
 namespace {

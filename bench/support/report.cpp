@@ -53,11 +53,11 @@ struct Row {
   }
 
   /// How many times the limit the kernel needs: the memory traffic with accesses of this width or, if that takes
-  /// longer, the chain.
+  /// longer or stands alone, the chain.
   std::optional<double> timesLimit(const std::string& access) const {
     const auto kernel = of("kxcalc");
-    const auto traffic = of(access);
-    return kernel && traffic ? std::optional(*kernel / std::max(*traffic, of("chain").value_or(0))) : std::nullopt;
+    const double limit = std::max(of(access).value_or(0), of("chain").value_or(0));
+    return kernel && limit > 0 ? std::optional(*kernel / limit) : std::nullopt;
   }
 };
 
@@ -220,7 +220,7 @@ Nanoseconds an element, the lower quartile of the repetitions.
   native      the same for this machine, -march=native
   reordered   the same for this machine with -ffast-math: operations in any order, fused, no NaNs
   16-byte     the job's memory accesses alone, 16 bytes at a time; widest: as wide as this machine can
-  chain       the additions in double that the result is defined by, each waiting for the one before
+  chain       the operations that the result is defined by, most often additions, each waiting for the one before
   best/ours   the fastest peer's time by ours (above 1 we are ahead); same/ours: of the peers that promise what we do
   /16-byte    our time by that of the limit, the longer of traffic and chain; /widest likewise
 )";
