@@ -1,28 +1,15 @@
 #include "csv_recording.hpp"
 
 #include <algorithm>
-#include <charconv>
 #include <filesystem>
 #include <fstream>
 #include <string_view>
 #include <utility>
 
+#include "text_fields.hpp"
+
 namespace kxhost {
 namespace {
-
-std::string_view trimmed(std::string_view text) {
-  const size_t first = text.find_first_not_of(" \t\r");
-  return first == std::string_view::npos ? "" : text.substr(first, text.find_last_not_of(" \t\r") - first + 1);
-}
-
-std::optional<double> numberIn(std::string_view field) {
-  if (field.starts_with('+')) {
-    field.remove_prefix(1);
-  }
-  double number = 0;
-  const auto [end, error] = std::from_chars(field.data(), field.data() + field.size(), number);
-  return error == std::errc() && end == field.data() + field.size() ? std::optional(number) : std::nullopt;
-}
 
 class CsvRecording final : public Recording {
 public:

@@ -54,6 +54,29 @@ public:
   KXHOST_FUNCTION(kxcalcCHSInterpolator_Destroy);
   KXHOST_FUNCTION(kxcalcGetXYValGraph2D);
   KXHOST_FUNCTION(kxcalcFindCursorXY);
+  KXHOST_FUNCTION(kxcalcIIRFilter_float);
+  KXHOST_FUNCTION(kxcalcIIRFilter_double);
+  KXHOST_FUNCTION(kxcalcPinkFilter_double);
+  KXHOST_FUNCTION(kxcalcFIRFilter_float);
+  KXHOST_FUNCTION(kxcalcCACalcFilter_float);
+  KXHOST_FUNCTION(kxcalcCACalcAveFilter_double);
+  KXHOST_FUNCTION(kxCalcCACopyRawDataToChannels);
+  KXHOST_FUNCTION(kxcalcCADoubleArrToSingleArrInplace);
+  KXHOST_FUNCTION(kxcalcCASingleArrToDoubleArrInplace);
+  KXHOST_FUNCTION(kxcalcCAPV_lin);
+  KXHOST_FUNCTION(kxcalcCAPV_log);
+  KXHOST_FUNCTION(kxCalcCAOverallPressure);
+  KXHOST_FUNCTION(kxCalcCARunningVal);
+  KXHOST_FUNCTION(kxcalcPowerCorrectFFT_U);
+  KXHOST_FUNCTION(kxcalcPowerNegateImag_float);
+  KXHOST_FUNCTION(kxcalcPowerFindIndexOfMaxAmplitude);
+  KXHOST_FUNCTION(kxcalcPowerHarmonicZero);
+  KXHOST_FUNCTION(kxcalcPowerPandQsum);
+  KXHOST_FUNCTION(kxcalcPowerAngles);
+  KXHOST_FUNCTION(kxcalcPowerUnbalance);
+  KXHOST_FUNCTION(kxcalcPowerFlicker);
+  KXHOST_FUNCTION(kxcalcPowerFlickerAddToClass);
+  KXHOST_FUNCTION(kxcalcSin_float);
 #undef KXHOST_FUNCTION
 };
 

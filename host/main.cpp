@@ -1,4 +1,4 @@
-// kxhost: measures, shows and resamples recordings with the kernel library.
+// kxhost: measures, shows, filters and analyses recordings with the kernel library.
 #include <algorithm>
 #include <exception>
 #include <filesystem>
@@ -19,7 +19,8 @@ std::string libraryPath(const std::string& file) {
 }
 
 int run(int argumentCount, char** arguments) {
-  CLI::App program("Measures, shows and resamples recordings with the kernels of the kxcalc library.", "kxhost");
+  CLI::App program("Measures, shows, filters and analyses recordings with the kernels of the kxcalc library.",
+                   "kxhost");
   std::string library = KXHOST_DEFAULT_LIBRARY;
   kxhost::Action chosen;
   program.set_version_flag("--version", "kxhost " KXHOST_VERSION);
@@ -31,6 +32,12 @@ int run(int argumentCount, char** arguments) {
   kxhost::addStatsCommand(program, chosen);
   kxhost::addViewCommand(program, chosen);
   kxhost::addResampleCommand(program, chosen);
+  kxhost::addFilterCommand(program, chosen);
+  kxhost::addNoiseCommand(program, chosen);
+  kxhost::addCombustionCommand(program, chosen);
+  kxhost::addPowerCommand(program, chosen);
+  kxhost::addFlickerCommand(program, chosen);
+  kxhost::addGenerateCommand(program, chosen);
   program.footer(
       "Exit code: 0 if all went well, 1 if an input could not be used, 2 if the command line is wrong.\n"
       "\n"
@@ -39,6 +46,12 @@ int run(int argumentCount, char** arguments) {
       "  kxhost stats --plot overview.png recording.wav\n"
       "  kxhost view recording.wav -o curve.png --cursor 600,200\n"
       "  kxhost resample recording.wav --rate 48000 -o resampled.wav\n"
+      "  kxhost filter recording.wav --lowpass 1000 -o filtered.wav --plot response.png\n"
+      "  kxhost noise --pink --seconds 10 -o pink.wav --plot spectrum.png\n"
+      "  kxhost combustion --simulate --plot engine.png\n"
+      "  kxhost generate power -o mains.wav\n"
+      "  kxhost power mains.wav --plot mains.png\n"
+      "  kxhost flicker mains.wav --plot flicker.png\n"
       "  kxhost stats --help");
 
   try {

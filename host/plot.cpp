@@ -1,67 +1,16 @@
 #include "plot.hpp"
 
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <array>
-#include <cerrno>
 #include <cmath>
 #include <filesystem>
-#include <fstream>
 #include <limits>
 #include <sstream>
-#include <system_error>
 #include <utility>
 
-#include "recording.hpp"
+#include "gnuplot.hpp"
 
 namespace kxhost {
 namespace {
-
-/// Text as gnuplot takes it literally, without control characters.
-std::string quoted(const std::string& text) {
-  std::string result = "'";
-  for (const char c : text) {
-    if (c == '\'') {
-      result += "''";
-    } else {
-      result += static_cast<unsigned char>(c) < ' ' ? '?' : c;
-    }
-  }
-  return result + '\'';
-}
-
-/// Runs gnuplot on a script file. Returns what it had to say if it failed, else nothing.
-std::string runGnuplot(const std::filesystem::path& script, const std::filesystem::path& messages) {
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-  posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-  posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, messages.c_str(), O_WRONLY | O_CREAT, 0600);
-  std::string program = "gnuplot", argument = script.string();
-  std::array<char*, 3> arguments{program.data(), argument.data(), nullptr};
-  pid_t process = 0;
-  const int error = posix_spawnp(&process, program.c_str(), &actions, nullptr, arguments.data(), environ);
-  posix_spawn_file_actions_destroy(&actions);
-  if (error != 0) {
-    return "gnuplot cannot be started (is it installed?): " + std::generic_category().message(error);
-  }
-  int status = 0;
-  while (waitpid(process, &status, 0) < 0 && errno == EINTR) {
-  }
-  if (WIFEXITED(status) && WEXITSTATUS(status) == 0) {
-    return "";
-  }
-  std::ifstream said(messages);
-  std::string line, last = "no message";
-  while (std::getline(said, line)) {
-    last = line.find_first_not_of(' ') != std::string::npos ? line : last;
-  }
-  return "gnuplot failed: " + last;
-}
 
 /// The Y range of a pane, with some air; [-1, 1] where nothing can be drawn.
 std::pair<double, double> yRange(const std::vector<EnvelopeColumn>& columns) {
@@ -79,26 +28,6 @@ std::pair<double, double> yRange(const std::vector<EnvelopeColumn>& columns) {
   }
   const double air = high > low ? 0.06 * (high - low) : std::max(std::abs(high), 1.0);
   return {low - air, high + air};
-}
-
-/// Runs a gnuplot script that draws on a sheet of that many pixels, and puts the result in place.
-void draw(const OutputFile& picture, const std::string& script, int width, int height) {
-  const auto scriptFile = picture.workplace() / "script";
-  std::ofstream out(scriptFile);
-  const bool isSvg = std::filesystem::path(picture.name()).extension() == ".svg";
-  out << "set terminal " << (isSvg ? "svg" : "pngcairo") << " size " << width << ',' << height
-      << " noenhanced font ',11' background rgb 'white'\n"
-      << "set encoding utf8\nset output " << quoted(picture.draft().string()) << '\n'
-      << script << "set output\n";
-  out.close();
-  if (!out) {
-    throw FileError(picture.name(), "cannot be written: no room for the gnuplot script");
-  }
-  const std::string failure = runGnuplot(scriptFile, picture.workplace() / "messages");
-  if (!failure.empty()) {
-    throw FileError(picture.name(), "cannot be drawn: " + failure);
-  }
-  picture.place();
 }
 
 }  // namespace
@@ -133,7 +62,7 @@ void drawEnvelopes(const OutputFile& picture, const std::string& title, const st
             "set tics nomirror out\n"
             "set border 3\n"
             "set label 1 "
-         << quoted(title) << " at screen 0.5, screen " << 1 - 22.0 / height << " center font ',13'\n"
+         << gnuplotText(title) << " at screen 0.5, screen " << 1 - 22.0 / height << " center font ',13'\n"
          << "set key at screen " << 1 - static_cast<double>(right) / width << ", screen " << 1 - 48.0 / height
          << " right center horizontal samplen 3\n"
          << "set xrange [0:" << static_cast<double>(frames) / framesAUnit << "]\n"
@@ -144,13 +73,13 @@ void drawEnvelopes(const OutputFile& picture, const std::string& title, const st
     const auto [low, high] = yRange(panes[i].columns);
     const int paneTop = top + static_cast<int>(i) * (paneHeight + gap);
     if (i + 1 == panes.size()) {
-      script << "set format x '%h'\nset xlabel " << quoted(timeUnit) << '\n';
+      script << "set format x '%h'\nset xlabel " << gnuplotText(timeUnit) << '\n';
     }
     script << "set tmargin at screen " << 1 - static_cast<double>(paneTop) / height << '\n'
            << "set bmargin at screen " << 1 - static_cast<double>(paneTop + paneHeight) / height << '\n'
            << "set yrange [" << low << ':' << high << "]\n"
-           << "set ylabel " << quoted(panes[i].unit) << '\n'
-           << "set label 2 " << quoted(panes[i].title) << " at graph 0, graph 1 left offset 0, character 0.7\n"
+           << "set ylabel " << gnuplotText(panes[i].unit) << '\n'
+           << "set label 2 " << gnuplotText(panes[i].title) << " at graph 0, graph 1 left offset 0, character 0.7\n"
            << "plot $pane" << i << " using 1:2:3 with filledcurves linecolor rgb '#9ec5e8' title 'minimum to maximum', "
            << "'' using 1:2 with lines linecolor rgb '#4a86c0' linewidth 0.6 notitle, "
            << "'' using 1:3 with lines linecolor rgb '#4a86c0' linewidth 0.6 notitle, "
@@ -158,7 +87,7 @@ void drawEnvelopes(const OutputFile& picture, const std::string& title, const st
            << "unset key\nunset label 1\n";
   }
   script << "unset multiplot\n";
-  draw(picture, script.str(), width, height);
+  drawScript(picture, script.str(), width, height);
 }
 
 }  // namespace kxhost

@@ -9,6 +9,7 @@
 #include <fstream>
 
 #include "audio_recording.hpp"
+#include "comtrade_recording.hpp"
 #include "csv_recording.hpp"
 #include "number_text.hpp"
 
@@ -54,6 +55,9 @@ std::unique_ptr<Recording> openRecording(const std::string& file, const InputOpt
   }
   if (!options.columns.empty()) {
     throw FileError(file, "has no named columns: --column is for CSV files");
+  }
+  if (!options.raw && extension == ".cfg") {
+    return openComtrade(file, options);
   }
   return options.raw ? openRaw(file, options) : openAudio(file, options);
 }

@@ -20,5 +20,11 @@ void addInputOptions(CLI::App& command, InputOptions& options, const std::string
 void addStatsCommand(CLI::App& program, Action& chosen);
 void addViewCommand(CLI::App& program, Action& chosen);
 void addResampleCommand(CLI::App& program, Action& chosen);
+void addFilterCommand(CLI::App& program, Action& chosen);
+void addNoiseCommand(CLI::App& program, Action& chosen);
+void addCombustionCommand(CLI::App& program, Action& chosen);
+void addPowerCommand(CLI::App& program, Action& chosen);
+void addFlickerCommand(CLI::App& program, Action& chosen);
+void addGenerateCommand(CLI::App& program, Action& chosen);
 
 }  // namespace kxhost

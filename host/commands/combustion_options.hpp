@@ -1,0 +1,35 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <string>
+#include <vector>
+
+#include "cycle_analysis.hpp"
+#include "engine.hpp"
+#include "engine_simulation.hpp"
+
+namespace kxhost {
+
+/// The command line of `kxhost combustion`.
+struct CombustionOptions {
+  std::string file;
+  std::vector<std::string> columns;
+  bool simulate = false;
+  bool json = false;
+  std::string plot;
+  std::string output;
+  Engine engine;
+  AnalysisOptions analysis;
+  Simulation simulation;
+
+  /// What messages call the cycles' origin.
+  std::string source() const { return simulate ? "simulation" : file; }
+
+  /// Throws CLI::ValidationError if the options contradict each other.
+  void requireSense() const;
+};
+
+/// @param options  lives as long as the command.
+void addCombustionOptions(CLI::App& command, CombustionOptions& options);
+
+}  // namespace kxhost

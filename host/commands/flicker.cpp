@@ -1,0 +1,250 @@
+// kxhost flicker: flickermeter for recordings of the mains voltage, and its test.
+#include <cmath>
+#include <iostream>
+#include <limits>
+#include <stdexcept>
+
+#include "channel_values.hpp"
+#include "commands/command.hpp"
+#include "flicker_plot.hpp"
+#include "flicker_report.hpp"
+#include "flicker_self_test.hpp"
+#include "flickermeter.hpp"
+#include "number_text.hpp"
+#include "output_file.hpp"
+#include "plot.hpp"
+#include "progress.hpp"
+#include "recording.hpp"
+
+namespace kxhost {
+namespace {
+
+constexpr int figureDigits = 5, timeDigits = 10;
+constexpr uint64_t plotColumns = 1000;
+
+struct FlickerOptions {
+  std::string file;
+  std::string test;
+  std::optional<double> tolerance;
+  InputOptions input;
+  int channel = 1;
+  std::optional<int> lamp;
+  std::optional<double> mains;
+  double settling = 30;
+  double period = 600;
+  bool json = false;
+  std::string plot;
+};
+
+std::optional<Lamp> lampOf(const FlickerOptions& options) {
+  return options.lamp ? std::optional(*options.lamp == 230 ? Lamp::volts230 : Lamp::volts120) : std::nullopt;
+}
+
+template <class T>
+uint64_t countFrames(Recording& recording) {
+  std::vector<T> block(blockFrames * recording.format().channels.size());
+  uint64_t total = 0;
+  while (const size_t frames = recording.read(std::span(block))) {
+    total += frames;
+  }
+  recording.rewind();
+  return total;
+}
+
+template <class T>
+void measure(const Library& library, const FlickerOptions& options, Recording& recording, FlickerResult& result) {
+  const Format& format = recording.format();
+  const size_t channels = format.channels.size();
+  const uint64_t columns = options.plot.empty() ? 0 : plotColumns;
+  Envelope<float> envelope(columns > 0 ? countFrames<T>(recording) : 0, columns);
+  Flickermeter meter(library, result.setting, result.rate);
+  FlickerObservation observation(library, result.settling, result.period);
+  const auto observe = [&](std::span<const float> sensation) {
+    observation.add(sensation);
+    envelope.add(library, sensation);
+  };
+  Progress progress(options.file);
+  std::vector<T> block(blockFrames * channels);
+  std::vector<float> voltage(blockFrames);
+  try {
+    while (const size_t frames = recording.read(std::span(block))) {
+      const auto part = std::span(voltage).first(frames);
+      channelValues(library, block.data() + options.channel - 1, channels, {1 / format.fullScale, 0}, part);
+      observe(meter.feed(part));
+      result.samples += frames;
+      progress.update(recording.position());
+    }
+    observe(meter.finish());
+  } catch (const std::range_error& error) {
+    throw FileError(options.file, error.what() + (" in channel " + result.channel) + ", after " +
+                                      numberText(result.secondsOf(result.samples), figureDigits) + " s");
+  }
+  if (result.samples > 0 && !meter.hasVoltage()) {
+    throw FileError(options.file, "has no voltage in channel " + result.channel);
+  }
+  result.periods = observation.periods();
+  result.sensation = envelope.columns();
+}
+
+/// What is to be measured, before any sample is read.
+FlickerResult settingOf(const FlickerOptions& options, const Format& format) {
+  const std::string& file = options.file;
+  if (!format.rate) {
+    throw FileError(file, "carries no sample rate: --rate is needed");
+  }
+  const double rate = *format.rate;
+  if (rate < leastFlickerRate) {
+    throw FileError(file, "has a sample rate of " + numberText(rate, timeDigits) + " Hz, flicker needs at least " +
+                              numberText(leastFlickerRate, allDigits) + " Hz");
+  }
+  const size_t channels = format.channels.size();
+  if (options.channel < 1 || static_cast<size_t>(options.channel) > channels) {
+    throw FileError(file, "has no channel " + std::to_string(options.channel) + ", they are numbered 1 to " +
+                              std::to_string(channels));
+  }
+  const double period = std::round(options.period * rate);
+  if (period > std::numeric_limits<uint32_t>::max()) {
+    throw FileError(file, "has " + numberText(period, timeDigits) + " samples in a period, more than can be counted");
+  }
+  FlickerSetting setting = nominalSetting(lampOf(options).value_or(Lamp::volts230));
+  setting.mains = options.mains.value_or(setting.mains);
+  FlickerResult result;
+  result.file = file;
+  result.channel = format.channels[static_cast<size_t>(options.channel - 1)];
+  result.setting = setting;
+  result.rate = rate;
+  result.settling = static_cast<uint64_t>(std::round(options.settling * rate));
+  result.period = static_cast<uint64_t>(period);
+  return result;
+}
+
+int runFile(const Library& library, const FlickerOptions& options) {
+  const auto recording = openRecording(options.file, options.input);
+  const Format& format = recording->format();
+  FlickerResult result = settingOf(options, format);
+  std::optional<OutputFile> picture;
+  if (!options.plot.empty()) {
+    picture.emplace(options.plot);
+  }
+  visitSampleType(format.type, [&]<class T>() { measure<T>(library, options, *recording, result); });
+  const double duration = result.secondsOf(result.samples), needed = result.beginOf(1);
+  if (result.periods.empty()) {
+    throw FileError(options.file, "lasts " + numberText(duration, figureDigits) +
+                                      " s: settling and one period (--settling, --period) take " +
+                                      numberText(needed, figureDigits) + " s");
+  }
+  if (picture) {
+    const std::string what = ", channel " + result.channel + ", " + settingText(result.setting);
+    drawFlicker(*picture, titleOf(options.file, format) + what, result);
+  }
+  for (const std::string& note : recording->notes()) {
+    std::cerr << "kxhost: " << options.file << ": " << note << '\n';
+  }
+  options.json ? printJson(result) : printTable(result);
+  return 0;
+}
+
+int runTest(const Library& library, const FlickerOptions& options) {
+  constexpr double testRate = 12000;  // whole numbers of samples in the half cycles of 50 Hz and of 60 Hz
+  const double rate = options.input.rate.value_or(testRate);
+  constexpr double highestTestRate = 1e6;
+  if (!(rate >= leastFlickerRate && rate <= highestTestRate)) {
+    throw std::runtime_error("--test: the sample rate must be from " + numberText(leastFlickerRate, allDigits) +
+                             " to 1000000 Hz");
+  }
+  return testFlickermeter(library, {options.test, lampOf(options), rate, options.tolerance, options.json}) ? 0 : 1;
+}
+
+void addMeasurementOptions(CLI::App& command, FlickerOptions& options) {
+  command.add_option("--channel", options.channel, "Which channel, counted from 1")
+      ->type_name("NUMBER")
+      ->capture_default_str();
+  command.add_option("--mains", options.mains, "Nominal mains frequency, 50 or 60 (default: the lamp's)")
+      ->type_name("HZ")
+      ->check(CLI::IsMember({50.0, 60.0}));
+  command.add_option("--settling", options.settling, "Time to leave out at the beginning, in seconds, up to 3600")
+      ->type_name("SECONDS")
+      ->capture_default_str();
+  command.add_option("--period", options.period, "Observation period of each Pst, in seconds, from 1 to 86400")
+      ->type_name("SECONDS")
+      ->capture_default_str();
+  command.add_option("--plot", options.plot, "Draw the sensation over time and its cumulative probability")
+      ->type_name("OUT.png|OUT.svg")
+      ->check([](const std::string& file) { return canDraw(file) ? "" : file + " does not end in .png or .svg"; });
+}
+
+void addTestOptions(CLI::App& command, FlickerOptions& options) {
+  auto* const test =
+      command
+          .add_option(
+              "--test", options.test,
+              "Test the meter instead, with all, the sinusoidal, the rectangular or the pst points of the standard")
+          ->type_name("[POINTS]")
+          ->expected(0, 1)
+          ->default_str("all")
+          ->check(CLI::IsMember({"all", "sinusoidal", "rectangular", "pst"}));
+  for (const char* const other :
+       {"FILE", "--raw", "--column", "--channel", "--mains", "--settling", "--period", "--plot"}) {
+    test->excludes(command.get_option(other));
+  }
+  command.add_option("--tolerance", options.tolerance, "With --test: allow this deviation instead of the standard's")
+      ->type_name("PERCENT")
+      ->needs(test);
+}
+
+}  // namespace
+
+void addFlickerCommand(CLI::App& program, Action& chosen) {
+  const auto options = std::make_shared<FlickerOptions>();
+  CLI::App& command = *program.add_subcommand("flicker", "Flicker severity of a mains voltage (IEC 61000-4-15)");
+  command
+      .add_option("FILE", options->file, "Recording: an audio file, a CSV file with a header row, raw samples (--raw)")
+      ->type_name("");
+  addInputOptions(command, options->input);
+  command
+      .add_option("--lamp", options->lamp,
+                  "Lamp: of 230 V and 50 Hz or of 120 V and 60 Hz (default: 230, of --test: both)")
+      ->type_name("VOLTS")
+      ->check(CLI::IsMember({230, 120}));
+  command.add_flag("--json", options->json, "Print JSON");
+  addMeasurementOptions(command, *options);
+  addTestOptions(command, *options);
+  command.footer(
+      "The voltage may be in any unit: it is measured relative to its own RMS value, which the meter follows as "
+      "slowly\n"
+      "as the standard asks (one minute from 10 % to 90 % of a step). Flicker needs a sample rate of 4000 Hz or more.\n"
+      "Pst is the short-term severity, 1 where half of the observers are annoyed, by the standard over 10 minutes; "
+      "P0.1\n"
+      "is the instantaneous sensation that is exceeded for 0.1 % of the time, P1s to P50s are its smoothed fellows.\n"
+      "Plt, the long-term severity, is the cubic mean of 12 values of Pst.\n"
+      "--test generates the voltages of the standard's tables, at 12000 Hz or at the --rate, and compares what is\n"
+      "measured with what is required: the largest sensation within 8 % and Pst within 5 % of 1, or as --tolerance "
+      "says.\n"
+      "The exit code is 1 if a point is outside.\n"
+      "\n"
+      "Examples:\n"
+      "  kxhost flicker mains.wav --plot flicker.png\n"
+      "  kxhost flicker --lamp 120 --column Va mains.csv --rate 50000 --settling 10 --period 60\n"
+      "  kxhost flicker --test\n"
+      "  kxhost flicker --test pst --lamp 230 --rate 8000");
+  command.callback([options, &command, &chosen] {
+    const bool isTest = command.count("--test") > 0;
+    if (!isTest && options->file.empty()) {
+      throw CLI::RequiredError("FILE or --test");
+    }
+    if (!(options->settling >= 0 && options->settling <= 3600)) {
+      throw CLI::ValidationError("--settling", "is not from 0 to 3600 s");
+    }
+    if (!(options->period >= 1 && options->period <= 86400)) {
+      throw CLI::ValidationError("--period", "is not from 1 to 86400 s");
+    }
+    if (options->tolerance && !(*options->tolerance > 0)) {
+      throw CLI::ValidationError("--tolerance", "is not above 0 %");
+    }
+    chosen = [options, isTest](const Library& library) {
+      return isTest ? runTest(library, *options) : runFile(library, *options);
+    };
+  });
+}
+
+}  // namespace kxhost

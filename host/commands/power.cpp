@@ -1,0 +1,235 @@
+// kxhost power: power, harmonics and unbalance of recorded voltages and currents.
+#include <filesystem>
+#include <iostream>
+
+#include "channel_values.hpp"
+#include "commands/command.hpp"
+#include "commands/number_range.hpp"
+#include "plot.hpp"
+#include "power_channels.hpp"
+#include "power_plot.hpp"
+#include "power_report.hpp"
+#include "progress.hpp"
+
+namespace kxhost {
+namespace {
+
+struct PowerOptions {
+  std::string file;
+  InputOptions input;
+  PowerChannelOptions channels;
+  double frequency = 50;
+  std::optional<int> cycles;
+  std::string correction;
+  bool json = false;
+  bool harmonics = false;
+  bool windows = false;
+  std::string plot;
+};
+
+/// 10 cycles of 50 Hz or 12 of 60 Hz, which are 0.2 s (IEC 61000-4-7, 4.4.1).
+int usualCycles(double frequency) {
+  constexpr double between50And60 = 55;
+  return frequency < between50And60 ? 10 : 12;
+}
+
+PowerSettings settingsFor(const PowerOptions& options, const Format& format) {
+  if (!format.rate) {
+    throw FileError(options.file, "carries no sample rate: --rate is needed");
+  }
+  PowerSettings settings;
+  settings.rate = *format.rate;
+  settings.frequency = options.frequency;
+  settings.cycles = options.cycles.value_or(usualCycles(options.frequency));
+  settings.correctionFile = options.correction;
+  constexpr double longestWindow = 1 << 24;  // single precision counts bins no further
+  if (PowerAnalyzer::windowLength(settings) > longestWindow) {
+    throw FileError(options.file, "a window would have more than " + std::to_string(1 << 24) + " samples");
+  }
+  if (PowerAnalyzer::orderCount(settings) < 1) {
+    throw FileError(options.file, "its sample rate is too low to see " + numberText(options.frequency, allDigits) +
+                                      " Hz: more than twice that is needed");
+  }
+  return settings;
+}
+
+/// Reads the recording a window at a time.
+template <class T>
+void analyzeWindows(const Library& library, const PowerOptions& options, const PowerChannels& channels,
+                    Recording& recording, PowerReport& report) {
+  const size_t frameSize = recording.format().channels.size(), phases = channels.voltages.size();
+  PowerAnalyzer analyzer(library, report.settings);
+  Progress progress(options.file);
+  std::vector<T> block(report.windowLength * frameSize);
+  std::vector<std::vector<double>> voltages(phases, std::vector<double>(report.windowLength)), currents = voltages;
+  const auto fill = [&](const PhysicalChannel& channel, std::vector<double>& values) {
+    channelValues(library, block.data() + channel.index, frameSize, {channel.scale, 0}, std::span(values));
+  };
+  while ((report.leftOver = recording.read(std::span(block))) == report.windowLength) {
+    for (size_t i = 0; i < phases; ++i) {
+      fill(channels.voltages[i], voltages[i]);
+      fill(channels.currents[i], currents[i]);
+    }
+    report.windows.push_back(analyzer.analyze(voltages, currents));
+    progress.update(recording.position());
+  }
+  if (report.windows.empty()) {
+    throw FileError(options.file, "is too short: a window has " + std::to_string(report.windowLength) +
+                                      " samples, the recording " + std::to_string(report.leftOver));
+  }
+}
+
+/// out.svg becomes out-phasors.svg; a name without a picture's extension is taken for PNG.
+std::string pictureFile(const std::string& prefix, const std::string& kind) {
+  const std::filesystem::path file = prefix;
+  const bool hasKind = canDraw(prefix);
+  const std::string stem = hasKind ? file.stem().string() : file.filename().string();
+  return (file.parent_path() / (stem + '-' + kind + (hasKind ? file.extension().string() : ".png"))).string();
+}
+
+void print(const PowerReport& report, const PowerOptions& options) {
+  if (options.json) {
+    std::cout << jsonOf(report).dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
+    return;
+  }
+  printSummary(std::cout, report);
+  if (options.harmonics) {
+    printHarmonics(std::cout, report);
+  }
+  if (options.windows) {
+    printWindows(std::cout, report);
+  }
+}
+
+PowerReport emptyReport(const PowerOptions& options, const Format& format, const PowerChannels& channels) {
+  PowerReport report;
+  report.file = options.file;
+  report.format = format;
+  report.settings = settingsFor(options, format);
+  report.windowLength = static_cast<size_t>(PowerAnalyzer::windowLength(report.settings));
+  for (size_t i = 0; i < channels.voltages.size(); ++i) {
+    report.voltageNames.push_back(format.channels[channels.voltages[i].index]);
+    report.currentNames.push_back(format.channels[channels.currents[i].index]);
+  }
+  return report;
+}
+
+int runPower(const Library& library, const PowerOptions& options) {
+  const auto recording = openRecording(options.file, options.input);
+  const Format& format = recording->format();
+  const PowerChannels channels = powerChannels(options.file, format, options.channels);
+  PowerReport report = emptyReport(options, format, channels);
+  std::vector<std::unique_ptr<OutputFile>> pictures;  // first of all: it may turn out that nothing can be written there
+  for (const char* kind : {"phasors", "harmonics", "trends"}) {
+    if (!options.plot.empty()) {
+      pictures.push_back(std::make_unique<OutputFile>(pictureFile(options.plot, kind)));
+    }
+  }
+  visitSampleType(format.type, [&]<class T>() { analyzeWindows<T>(library, options, channels, *recording, report); });
+  if (!pictures.empty()) {
+    drawPhasors(*pictures[0], report);
+    drawHarmonics(*pictures[1], report);
+    drawTrends(*pictures[2], report);
+  }
+  std::vector<std::string> notes = recording->notes();
+  if (const std::string note = frequencyNote(report); !note.empty()) {
+    notes.push_back(note);
+  }
+  for (const std::string& note : notes) {
+    std::cerr << "kxhost: " << options.file << ": " << note << '\n';
+  }
+  print(report, options);
+  return 0;
+}
+
+void addChannelOptions(CLI::App& command, PowerChannelOptions& options) {
+  auto* voltage =
+      command
+          .add_option("--voltage", options.voltages, "Channels of the phase voltages, up to 3, numbered from 1: 1,2,3")
+          ->type_name("NUMBERS")
+          ->delimiter(',')
+          ->allow_extra_args(false);
+  auto* current = command.add_option("--current", options.currents, "Channels of their currents, as many: 4,5,6")
+                      ->type_name("NUMBERS")
+                      ->delimiter(',')
+                      ->allow_extra_args(false)
+                      ->needs(voltage);
+  voltage->needs(current);
+  command
+      .add_option("--scale", options.scales,
+                  "V and A per unit of the file: a factor for all voltages and one for all currents, or one for each\n"
+                  "channel, the voltages' first")
+      ->type_name("FACTORS")
+      ->delimiter(',')
+      ->allow_extra_args(false);
+}
+
+constexpr const char* footer =
+    "Channels whose names end in a unit, as \"Ua [kV]\", \"Ia (mA)\", \"Ib/A\" or \"Ib in A\", are found by it and "
+    "taken in V\n"
+    "and A; otherwise the first half of two, four or six channels are the voltages, and --voltage and --current tell\n"
+    "where that is wrong. A unit is what the file counts in: of audio files of integers, the full scale. COMTRADE\n"
+    "recordings are opened by their .cfg file, with the .dat file (ASCII or BINARY) beside it; their values are taken\n"
+    "as the channels' factors give them, whether primary or secondary, which --scale can change.\n"
+    "\n"
+    "Each window holds a whole number of cycles, rounded to whole samples. Its spectrum gives rms values U and I of "
+    "all\n"
+    "that is in the window, harmonics 1 to 50 (fewer at low sample rates), the distortion THD from order 2 on, the\n"
+    "active power P and the reactive power Q (Budeanu's: the sum over all frequencies, positive where currents lag), "
+    "the\n"
+    "apparent power S = U I and the power factor PF = P / S; in total, the sums over the phases. Angles are sine "
+    "phases\n"
+    "seen from the fundamental of the first voltage, of harmonics at the moment when it rises through zero.\n"
+    "Three phases also give the symmetrical components of the fundamental and the unbalance, negative and zero\n"
+    "sequence in percent of the positive one. Figures of all windows together are root mean squares of rms values and\n"
+    "unbalance, averages of powers, and angles of averaged phasors.\n"
+    "\n"
+    "Examples:\n"
+    "  kxhost power mains.wav --plot mains.png\n"
+    "  kxhost power mains.csv --rate 50000 --frequency 60 --harmonics --windows\n"
+    "  kxhost power fault.cfg --voltage 1,2,3 --current 5,6,7 --json\n"
+    "  kxhost power take.wav --voltage 1 --current 2 --scale 400,50 --correction probe.csv";
+
+}  // namespace
+
+void addPowerCommand(CLI::App& program, Action& chosen) {
+  const auto options = std::make_shared<PowerOptions>();
+  CLI::App& command =
+      *program.add_subcommand("power", "Power, harmonics and unbalance of recorded voltages and currents");
+  command
+      .add_option("FILE", options->file,
+                  "Recording: an audio file, a CSV file with a header row, a COMTRADE .cfg file, raw samples (--raw)")
+      ->required()
+      ->type_name("");
+  addInputOptions(command, options->input);
+  addChannelOptions(command, options->channels);
+  constexpr double lowest = 0.1, highest = 1e6, mostCycles = 10000;
+  command.add_option("--frequency", options->frequency, "Frequency of the mains in Hz")
+      ->type_name("HZ")
+      ->check(between(lowest, highest))
+      ->capture_default_str();
+  command.add_option("--cycles", options->cycles, "Cycles in a window (default: 10, above 55 Hz 12)")
+      ->type_name("NUMBER")
+      ->check(between(1, mostCycles));
+  command
+      .add_option("--correction", options->correction,
+                  "Multiply the voltages by the factors of this CSV file: frequency in Hz, gain, phase in degrees")
+      ->type_name("FILE.csv");
+  command.add_flag("--harmonics", options->harmonics, "Also print the harmonics, all windows together");
+  command.add_flag("--windows", options->windows, "Also print a row for each window");
+  command.add_flag("--json", options->json, "Print JSON, with all figures of each window");
+  command
+      .add_option("--plot", options->plot,
+                  "Draw phasors, harmonics and trends: OUT-phasors.png, OUT-harmonics.png, OUT-trends.png")
+      ->type_name("OUT|OUT.png|OUT.svg");
+  command.footer(footer);
+  command.callback([options, &chosen] {
+    const PowerChannelOptions& channels = options->channels;
+    if (channels.voltages.size() != channels.currents.size() || channels.voltages.size() > mostPhases) {
+      throw CLI::ValidationError("--voltage and --current", "name one to three channels each, and as many");
+    }
+    chosen = [options](const Library& library) { return runPower(library, *options); };
+  });
+}
+
+}  // namespace kxhost

@@ -1,0 +1,18 @@
+// Pictures of a power analysis.
+#pragma once
+
+#include "output_file.hpp"
+#include "power_report.hpp"
+
+namespace kxhost {
+
+/// Phasors of the fundamentals, all windows together, voltages and currents each to their own scale.
+void drawPhasors(const OutputFile& picture, const PowerReport& report);
+
+/// Harmonics of all windows together in percent of the fundamental, as bars.
+void drawHarmonics(const OutputFile& picture, const PowerReport& report);
+
+/// Rms values, powers and unbalance over the windows.
+void drawTrends(const OutputFile& picture, const PowerReport& report);
+
+}  // namespace kxhost
