@@ -5,6 +5,7 @@
 // doubles in the single-precision members are the exception: they are scaled in double, with scale and offset widened,
 // and rounded to single at the end.
 #include "frame/blocks.hpp"
+#include "frame/wide_integers.hpp"
 #include "kxcalc.h"
 
 namespace kxcalc {
@@ -13,10 +14,32 @@ namespace {
 /// The stride of a channel stored alone, known when the loop is compiled.
 using Contiguous = std::integral_constant<ptrdiff_t, 1>;
 
+/// A raw sample rounded once.
+template <class Raw>
+KXCALC_INLINE float singleOf(Raw raw) {
+  if constexpr (std::is_same_v<Raw, int64_t>) {
+    return toSingle(raw);
+  } else if constexpr (std::is_same_v<Raw, uint32_t>) {
+    return toSingle(uint64_t{raw});
+  } else {
+    return static_cast<float>(raw);
+  }
+}
+template <class Raw>
+KXCALC_INLINE double doubleOf(Raw raw) {
+  if constexpr (std::is_same_v<Raw, int64_t>) {
+    return toDouble(raw);
+  } else if constexpr (std::is_same_v<Raw, uint32_t>) {
+    return toDouble(uint64_t{raw});
+  } else {
+    return static_cast<double>(raw);
+  }
+}
+
 /// Raw samples a stride apart, converted to single: one, or four.
 template <class Raw, class Stride>
 KXCALC_INLINE float gatherSingles(One at, const Raw* source, Stride stride) {
-  return static_cast<float>(source[static_cast<ptrdiff_t>(at.index) * stride]);
+  return singleOf(source[static_cast<ptrdiff_t>(at.index) * stride]);
 }
 template <class Raw, class Stride>
 KXCALC_INLINE f32x4 gatherSingles(Pack<4> at, const Raw* source, Stride stride) {
@@ -27,8 +50,7 @@ KXCALC_INLINE f32x4 gatherSingles(Pack<4> at, const Raw* source, Stride stride) 
   } else if constexpr (contiguous && std::is_same_v<Raw, int32_t>) {
     return __builtin_convertvector(load(from), f32x4);
   } else if constexpr (std::is_same_v<Raw, int64_t> || std::is_same_v<Raw, float>) {
-    return f32x4{static_cast<float>(from[0]), static_cast<float>(from[stride]), static_cast<float>(from[2 * stride]),
-                 static_cast<float>(from[3 * stride])};
+    return f32x4{singleOf(from[0]), singleOf(from[stride]), singleOf(from[2 * stride]), singleOf(from[3 * stride])};
   } else if constexpr (std::is_same_v<Raw, uint32_t>) {
     // Both halves are exact, and so is the high one times 65536: the addition is the only rounding.
     const u32x4 raw{from[0], from[stride], from[2 * stride], from[3 * stride]};
@@ -45,7 +67,7 @@ KXCALC_INLINE f32x4 gatherSingles(Pack<4> at, const Raw* source, Stride stride) 
 /// Raw samples a stride apart, converted to double: one, or two.
 template <class Raw, class Stride>
 KXCALC_INLINE double gatherDoubles(One at, const Raw* source, Stride stride) {
-  return static_cast<double>(source[static_cast<ptrdiff_t>(at.index) * stride]);
+  return doubleOf(source[static_cast<ptrdiff_t>(at.index) * stride]);
 }
 template <class Raw, class Stride>
 KXCALC_INLINE f64x2 gatherDoubles(Pack<2> at, const Raw* source, Stride stride) {
@@ -53,7 +75,7 @@ KXCALC_INLINE f64x2 gatherDoubles(Pack<2> at, const Raw* source, Stride stride) 
   if constexpr (std::is_same_v<Stride, Contiguous> && requires { loadAsDoubles(from); }) {
     return loadAsDoubles(from);
   } else {
-    return f64x2{static_cast<double>(from[0]), static_cast<double>(from[stride])};
+    return f64x2{doubleOf(from[0]), doubleOf(from[stride])};
   }
 }
 

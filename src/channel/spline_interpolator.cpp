@@ -8,6 +8,7 @@
 #include <cstdlib>
 
 #include "frame/lanes.hpp"
+#include "frame/wide_integers.hpp"
 #include "kxcalc.h"
 
 struct CHSInterpolator {
@@ -59,7 +60,7 @@ KXCALC_INLINE Place farPlacesOf(f64x2 low, f64x2 high) {
   for (size_t lane = 0; lane < 4; ++lane) {
     const double position = lane < 2 ? low[lane] : high[lane - 2];
     const bool hasSegment = position >= 0 && position < 9223372036854775808.0;
-    place.segment[lane] = hasSegment ? static_cast<uint32_t>(static_cast<int64_t>(position)) : 0;
+    place.segment[lane] = hasSegment ? lowWord(position) : 0;
     const bool cuts = position > -2147483649.0 && position < 2147483648.0;
     place.fraction[lane] =
         static_cast<float>(position - static_cast<double>(cuts ? static_cast<int32_t>(position) : INT32_MIN));
@@ -72,11 +73,11 @@ KXCALC_INLINE uint32_t availableOutputs(const CHSInterpolator& stream) {
   if (stream.written < 2) {
     return 0;
   }
-  const double target = static_cast<double>(stream.written - 2) * stream.ratio + 1.0;
+  const double target = toDouble(stream.written - 2) * stream.ratio + 1.0;
   if (!(target < 18446744073709551616.0)) {  // a ratio that is a NaN or infinite
     return 0;
   }
-  const auto due = static_cast<uint32_t>(static_cast<uint64_t>(target)) - static_cast<uint32_t>(stream.produced);
+  const auto due = lowWord(target) - static_cast<uint32_t>(stream.produced);
   return std::min(due, stream.capacity);  // a ring of one sample refuses no block: no more than the array holds
 }
 
@@ -95,11 +96,11 @@ KXCALC_INLINE f32x4 evaluate(const f32x4 (&coefficients)[4], f32x4 f) {
 
 KXCALC_INLINE uint32_t deliver(CHSInterpolator& stream, const float** valuesOut, uint32_t* countOut) {
   const uint32_t count = availableOutputs(stream);
-  const double base = static_cast<double>(stream.produced) / stream.ratio;
+  const double base = toDouble(stream.produced) / stream.ratio;
   f32x4 coefficients[4]{};
   uint32_t slot = 0;
   for (uint32_t i = 0; i < count; i += 4) {
-    const f64x2 first{static_cast<double>(i), static_cast<double>(uint64_t{i} + 1)};
+    const f64x2 first{toDouble(uint64_t{i}), toDouble(uint64_t{i} + 1)};
     const f64x2 low = first / stream.ratio + base;
     const f64x2 high = (first + 2.0) / stream.ratio + base;
     const Place place = low[0] >= 0 && high[1] < 2147483648.0 ? placesOf(low, high) : farPlacesOf(low, high);

@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "frame/blocks.hpp"
+#include "frame/wide_integers.hpp"
 #include "kxcalc.h"
 
 namespace kxcalc {
@@ -22,7 +23,7 @@ struct Block {
 };
 
 KXCALC_INLINE float foldCycle(const float* newCycle, float* average, size_t count, uint64_t cycles) {
-  const auto n = static_cast<double>(cycles);
+  const auto n = toDouble(cycles);
   const Block rule{f64x2{} + n, f64x2{} + (n + 1.0)};
   f32x4 peaks = f32x4{} + std::numeric_limits<float>::min();
   const auto fold = [&](size_t i) {
@@ -40,8 +41,8 @@ KXCALC_INLINE float foldCycle(const float* newCycle, float* average, size_t coun
     fold(i);
   }
   float peak = reduceByHalves<float>(peaks, [](float a, float b) { return greater(a, b); });
-  const auto before = static_cast<float>(cycles);
-  const auto after = static_cast<float>(cycles + 1);
+  const auto before = toSingle(cycles);
+  const auto after = toSingle(cycles + 1);
   for (; i < count; ++i) {
     average[i] = (average[i] * before + newCycle[i]) / after;
     peak = average[i] > peak ? average[i] : peak;

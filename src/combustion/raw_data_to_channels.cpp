@@ -7,6 +7,7 @@
 #include <limits>
 
 #include "frame/blocks.hpp"
+#include "frame/wide_integers.hpp"
 #include "kxcalc.h"
 
 namespace kxcalc {
@@ -40,13 +41,13 @@ struct LanePeaks {
 constexpr float exactIndexes = 16777216;
 
 KXCALC_INLINE uint32_t toIndex(float lane) {
-  return static_cast<uint32_t>(static_cast<uint64_t>(lane));
+  return lowWord(static_cast<double>(lane));
 }
 
 KXCALC_INLINE Peak copyInBlocks(const float* from, float* channel, uint32_t start, size_t count, float offset) {
   const f32x4 first = load(from) - offset;
   store(channel, first);
-  const f32x4 indexes = static_cast<float>(start) + f32x4{0, 1, 2, 3};
+  const f32x4 indexes = toSingle(uint64_t{start}) + f32x4{0, 1, 2, 3};
   LanePeaks lanes{first, indexes, indexes + 4.0F};
   size_t i = 4;
   for (; count - i >= 16 && lanes.next[3] < exactIndexes - 16; i += 16) {

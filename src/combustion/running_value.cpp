@@ -4,6 +4,7 @@
 // by the number of cycles before this one, the rest by one more; when it slides, blocks add the new cycle to the sum
 // before they take the leaving one away, the rest adds the difference of both.
 #include "frame/blocks.hpp"
+#include "frame/wide_integers.hpp"
 #include "kxcalc.h"
 
 namespace kxcalc {
@@ -67,8 +68,8 @@ extern "C" void kxCalcCARunningVal(const float* newCycle, const float* leavingCy
   if (cycles == 0) {
     copyFirst(curves, count);
   } else if (cycles < window) {
-    walkElements<4>(0, count, Filling{curves, static_cast<float>(cycles)});
+    walkElements<4>(0, count, Filling{curves, toSingle(cycles)});
   } else {
-    walkElements<4>(0, count, Sliding{curves, static_cast<float>(window)});
+    walkElements<4>(0, count, Sliding{curves, toSingle(uint64_t{window})});
   }
 }

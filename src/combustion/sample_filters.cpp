@@ -6,6 +6,7 @@
 //   whole block where it begins on one, then whole blocks, then a masked tail. The masks of 1 and 0 are multiplied in
 //   before the weights, so an infinite sample in a masked lane makes the result NaN.
 #include "frame/blocks.hpp"
+#include "frame/wide_integers.hpp"
 #include "kxcalc.h"
 
 namespace kxcalc {
@@ -81,13 +82,13 @@ KXCALC_INLINE void movingAverage(const double* input, double* output, uint32_t w
   const uint32_t half = (width - 1) / 2;
   double mean = input[0];
   for (uint32_t i = 1; i < width; ++i) {
-    mean = (mean * static_cast<double>(i) + input[i]) / static_cast<double>(i + 1);
+    mean = (mean * toDouble(uint64_t{i}) + input[i]) / toDouble(uint64_t{i} + 1);
   }
   for (size_t j = 0; j <= half; ++j) {
     output[j] = mean;
   }
   const uint32_t last = count - 1 - half;
-  const auto divisor = static_cast<double>(width);
+  const auto divisor = toDouble(uint64_t{width});
   for (size_t j = size_t{half} + 1; j <= last; ++j) {
     mean = ((mean * divisor + input[j + half]) - input[j - half - 1]) / divisor;
     output[j] = mean;

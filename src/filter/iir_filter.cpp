@@ -29,7 +29,7 @@ constexpr double limit = 1e10;
 
 /// General sections: a NaN goes on.
 KXCALC_INLINE double limitedOrNan(double y) {
-  if (!(std::fabs(y) <= limit)) [[unlikely]] {
+  if (!(std::abs(y) <= limit)) [[unlikely]] {
     y = y > limit ? limit : (y < -limit ? -limit : y);
   }
   return y;
@@ -37,7 +37,7 @@ KXCALC_INLINE double limitedOrNan(double y) {
 
 /// Second-order sections: a NaN becomes the upper limit. The two differ on purpose.
 KXCALC_INLINE double limitedNanToUpper(double y) {
-  if (!(std::fabs(y) <= limit)) [[unlikely]] {
+  if (!(std::abs(y) <= limit)) [[unlikely]] {
     y = y < -limit ? -limit : limit;
   }
   return y;

@@ -56,7 +56,7 @@ KXCALC_INLINE double scaleAndSum(const double* input, float* output, size_t coun
   double sum = 0;
   for (size_t i = 0; i < count; ++i) {
     output[i] = static_cast<float>(scale * input[i]);
-    sum += static_cast<double>(std::fabs(output[i]));
+    sum += static_cast<double>(std::abs(output[i]));
   }
   return sum;
 }

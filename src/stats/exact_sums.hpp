@@ -5,6 +5,7 @@
 
 #include <algorithm>
 
+#include "frame/wide_integers.hpp"
 #include "stats/extremes.hpp"
 #include "stats/split_sums.hpp"
 
@@ -51,8 +52,8 @@ struct ExactSums16 {
     if (squares > exactLimit) {
       return false;
     }
-    totals.sum = static_cast<double>(sum) + totals.sum;
-    totals.sumOfSquares = static_cast<double>(squares) + totals.sumOfSquares;
+    totals.sum = toDouble(sum) + totals.sum;
+    totals.sumOfSquares = toDouble(squares) + totals.sumOfSquares;
     return true;
   }
 };
@@ -139,9 +140,9 @@ KXCALC_INLINE size_t addExactChunks(const int32_t* data, size_t begin, size_t co
     }
     const i32x4 sample = bitsAs<i32x4>(samples);
     const f64x2 sum{static_cast<double>(sample[0] + sample[2]), static_cast<double>(sample[1] + sample[3])};
-    const f64x2 squares = sums.sumOfSquares + f64x2{static_cast<double>(evenSquares[0] + evenSquares[1]),
-                                                    static_cast<double>(oddSquares[0] + oddSquares[1])};
-    const auto exact = static_cast<double>(exactLimit);
+    const f64x2 squares =
+        sums.sumOfSquares + f64x2{toDouble(evenSquares[0] + evenSquares[1]), toDouble(oddSquares[0] + oddSquares[1])};
+    const auto exact = toDouble(exactLimit);
     if (squares[0] >= exact || squares[1] >= exact) {
       break;
     }

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "frame/blocks.hpp"
+#include "frame/wide_integers.hpp"
 
 namespace kxcalc {
 namespace {
@@ -216,6 +217,63 @@ TEST(Lanes, ConversionsToIntegersGiveTheLowestNumberOutOfRange) {
 TEST(Lanes, PositiveDoublesAreCutToIntegers) {
   EXPECT_EQ(valuesOf<int32_t>(truncateBelow2To31(f64x2{0.0, 1.9999999999999998}, f64x2{2147483647.9999998, 7.0})),
             (std::vector<int32_t>{0, 1, INT32_MAX, 7}));
+}
+
+/// Both forms of a conversion: the one that this processor uses, and the one made of 32 bits.
+template <typename Integer>
+void expectWideConversions(Integer value) {
+  const auto asDouble = static_cast<double>(value);
+  const auto asSingle = static_cast<float>(value);
+  EXPECT_EQ(toDouble(value), asDouble) << value;
+  EXPECT_EQ(halves::toDouble(value), asDouble) << value;
+  EXPECT_EQ(toSingle(value), asSingle) << value;
+  EXPECT_EQ(halves::toSingle(value), asSingle) << value;
+}
+
+TEST(WideIntegers, AreRoundedOnce) {
+  // Close to halfway between two singles, and between two doubles, where rounding twice goes wrong.
+  for (const uint64_t value :
+       {uint64_t{0}, uint64_t{1}, uint64_t{1} << 24, (uint64_t{1} << 24) + 1, uint64_t{1} << 53,
+        (uint64_t{1} << 53) + 1, (uint64_t{1} << 53) + 3, (uint64_t{1} << 54) + (uint64_t{1} << 30) + 1,
+        (uint64_t{1} << 62) + (uint64_t{1} << 38) + 1, (uint64_t{1} << 62) + (uint64_t{1} << 38),
+        (uint64_t{1} << 62) + (uint64_t{1} << 38) - 1, (uint64_t{1} << 63) + 1025, uint64_t{INT64_MAX},
+        (uint64_t{1} << 63) + (uint64_t{1} << 39) + 1, UINT64_MAX, uint64_t{UINT32_MAX}, uint64_t{UINT32_MAX} + 1}) {
+    expectWideConversions(value);
+    expectWideConversions(static_cast<int64_t>(value));
+    expectWideConversions(static_cast<int64_t>(0 - value));
+  }
+  std::mt19937_64 random(21);
+  for (int i = 0; i < 200000; ++i) {
+    const uint64_t value = random() >> (random() % 64);
+    expectWideConversions(value);
+    expectWideConversions(static_cast<int64_t>(value));
+    expectWideConversions(static_cast<int64_t>(0 - value));
+  }
+}
+
+TEST(WideIntegers, LowWordsOfDoubles) {
+  std::mt19937_64 random(22);
+  const auto expectLowWord = [](double value) {
+    const auto expected = static_cast<uint32_t>(static_cast<uint64_t>(value));
+    EXPECT_EQ(lowWord(value), expected) << value;
+    EXPECT_EQ(halves::lowWord(value), expected) << value;
+  };
+  for (const double value : {0.0, 0.9999999999999999, 2147483647.9999998, 2147483648.0, 4294967295.9999995,
+                             4294967296.0, 9223372036854775808.0, 18446744073709549568.0, 8589934591.999999}) {
+    expectLowWord(value);
+  }
+  for (int i = 0; i < 200000; ++i) {
+    expectLowWord(std::ldexp(static_cast<double>(random() >> 11), static_cast<int>(random() % 64) - 53));
+  }
+}
+
+TEST(Lanes, DoublesOfSinglesAndTheirRoots) {
+  EXPECT_EQ(valuesOf<double>(widenLow(f32x4{1.5F, -0.0F, 3, 4})), (std::vector<double>{1.5, -0.0}));
+  EXPECT_EQ(valuesOf<double>(widenHigh(f32x4{1.5F, -0.0F, 3, -4})), (std::vector<double>{3, -4}));
+  const f32x4 roots = squareRoot(f32x4{2, 0, kInfinity, -0.0F});
+  EXPECT_EQ(valuesOf<float>(roots), (std::vector<float>{1.41421354F, 0, kInfinity, -0.0F}));
+  EXPECT_TRUE(std::signbit(roots[3]));
+  EXPECT_TRUE(std::isnan(squareRoot(f32x4{-1, kNaN, 1, 1})[0]));
 }
 
 TEST(Blocks, HeadIsTheNumberOfElementsUpToTheNextBoundary) {
