@@ -29,6 +29,13 @@ function(kxcalc_add_library variant)
   kxcalc_set_warnings(${target})
   kxcalc_lint(${target})
   kxcalc_set_exports(${target})
+  if(WIN32)
+    # The file is kxcalc-<instruction set>.dll everywhere. The platform's start-up code calls the load hook.
+    set_target_properties(${target} PROPERTIES PREFIX "" SOVERSION "" VERSION "")
+    target_link_options(${target} PRIVATE -static-libgcc -static-libstdc++)
+    set(KXCALC_VARIANTS ${KXCALC_VARIANTS} ${variant} PARENT_SCOPE)
+    return()
+  endif()
   target_link_options(${target} PRIVATE LINKER:--as-needed) # drops the C++ run-time library, which nothing refers to
   if(NOT KXCALC_SANITIZE) # sanitizers bring symbols that the program resolves, and start-up code
     target_link_options(${target} PRIVATE

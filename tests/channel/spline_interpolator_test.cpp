@@ -213,6 +213,11 @@ TEST(CHSInterpolator_Create, GivesANullHandleWhereTheCapacityPasses32Bits) {
       EXPECT_EQ(handle, nullptr) << outputRate;
     }
   }
+  // Twice the rate, and two more: 2^32 itself.
+  const CHSInterpolatorParams params = paramsOf(1, 2147483647, 1);
+  CHSInterpolator* handle = reinterpret_cast<CHSInterpolator*>(&handle);
+  EXPECT_EQ(kxcalcCHSInterpolator_Create(&handle, &params), uint32_t{KXCALC_INVALID_ARGUMENT});
+  EXPECT_EQ(handle, nullptr);
 }
 
 // The sanitizers' own allocators end the program where memory is short, and are not the one that is asked below.
@@ -346,6 +351,13 @@ TEST(CHSInterpolator_InterpolateValues, LongestBlockIsTwoSamplesShorterThanTheRi
     EXPECT_EQ(interpolator.feed(numbersUpTo(length - 1), delivery), uint32_t{KXCALC_BLOCK_TOO_LONG});
     EXPECT_EQ(interpolator.outputsOf(numbersUpTo(length - 2)), numbersUpTo(length - 3));
   }
+}
+
+TEST(CHSInterpolator_InterpolateValues, ARingOfOneSampleRefusesNoBlockAndDeliversNoMoreThanItsArrayHolds) {
+  Interpolator interpolator(paramsOf(1, 4, 1));
+  Delivery delivery;
+  EXPECT_EQ(interpolator.feed(numbersUpTo(5000), delivery), uint32_t{KXCALC_SUCCESS});
+  EXPECT_LE(delivery.count, 10U);
 }
 
 TEST(CHSInterpolator_InterpolateValues, SquaresAtTwiceTheRateInOneBlock) {
@@ -487,11 +499,11 @@ testing::AssertionResult streamEqualsModel(const Rates& rates, uint32_t length, 
   const uint64_t style = random.below(4);
   testing::AssertionResult result = testing::AssertionSuccess();
   for (uint64_t fed = 0; fed < samples && result;) {
-    uint64_t size = 1 + random.below(longest);
+    std::size_t size = 1 + random.below(longest);
     if (style == 1) {
-      size = longest - random.below(std::min<uint64_t>(longest, 3));
+      size = longest - random.below(std::min<std::size_t>(longest, 3));
     } else if (style == 2) {
-      size = 1 + random.below(std::min<uint64_t>(longest, 5));
+      size = 1 + random.below(std::min<std::size_t>(longest, 5));
     } else if (style == 3 && random.oneIn(10)) {
       size = longest + 1 + random.below(5);
     }

@@ -344,8 +344,8 @@ Task anyTask(int32_t largestWidth, int32_t largestHeight, support::Random& rando
 
 /// Mostly ignored pixels, where there are any, and few, some or many others; gaps between rows hold others.
 void fillRaster(std::span<uint32_t> raster, const Task& task, support::Random& random) {
-  constexpr uint64_t chances[] = {1, 2, 5, 20, 100, 1000, 100000};
-  const uint64_t chance = random.oneOf(chances);
+  constexpr std::size_t chances[] = {1, 2, 5, 20, 100, 1000, 100000};
+  const std::size_t chance = random.oneOf(chances);
   const uint64_t step = static_cast<uint64_t>(std::abs(task.pitch / 4));
   uint32_t number = 0x01000000;
   for (std::size_t i = 0; i < raster.size(); ++i) {
@@ -391,7 +391,7 @@ TEST(FindCursorXY, EqualsTheModelForEveryCursorOfAFullRaster) {
   support::TestRandom random;
   Subject subject;
   for (int32_t width = 1; width <= 19; ++width) {
-    for (const uint64_t chance : {1U, 3U, 30U}) {
+    for (const std::size_t chance : {1U, 3U, 30U}) {
       Task task;
       task.width = width;
       task.height = 7;

@@ -346,6 +346,10 @@ TEST(GetXYValGraph2D, ProductsBeyond32BitsAndNansGoThroughTheLowestNumber) {
   EXPECT_EQ(graph.x(1e12).pixel().x, -32768);
   graph.params.right = -2147;
   EXPECT_EQ(graph.x(-1e12).pixel().x, 32767);
+  // -2147480101 and the left border are just within 32 bits: nothing wraps.
+  graph.params.left = -300;
+  graph.params.right = 32767;
+  EXPECT_EQ(graph.x(-649433).pixel().x, -32768);
 }
 
 TEST(GetXYValGraph2D, RectanglesOfTheWholeRangeOf16Bits) {

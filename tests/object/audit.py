@@ -1,8 +1,9 @@
 """Audits a finished library: what it exports, what it needs, what runs at load, and which instructions it holds.
 
-usage: audit.py <library.so> <instruction set> <registry of exports>
-Prints one line for each finding and exits with 1; a file that cannot be read is a finding. With --self-test, plants
-findings in small libraries of its own and sees each of them found.
+usage: audit.py <library> <instruction set> <registry of exports> [<prefix of the binutils>]
+Reads ELF libraries (x86, 32-bit x86, aarch64) and Windows DLLs. Prints one line for each finding and exits with 1; a file
+that cannot be read is a finding. With --self-test, plants findings in small libraries of its own and sees each of them found;
+with --self-test <instruction set> <prefix> <compiler> [<flags>] for another processor or system.
 """
 
 import re
@@ -11,7 +12,8 @@ import sys
 import tempfile
 from pathlib import Path
 
-ALLOWED_LIBRARIES = {"libc.so.6", "libm.so.6"}
+ALLOWED_LIBRARIES = {"libc.so.6", "libm.so.6", "msvcrt.dll", "kernel32.dll"}
+ALLOWED_LOADERS = {"ld-linux-aarch64.so.1"}  # aarch64 takes its stack protector's word from there
 LOAD_TIME_TAGS = {"INIT", "FINI", "INIT_ARRAY", "FINI_ARRAY", "PREINIT_ARRAY"}
 
 # Instructions that some set adds to those before it, by mnemonic.
@@ -26,102 +28,172 @@ ABOVE = {
     "portable": f"{SSE3}|{SSSE3}|{SSE41}|{SSE42}|{LATER}",
 }
 FUSED = "vfn?m(add|sub)\\w+"
-X87 = "f(ld|st|add|sub|mul|div|com|ucom|chs|abs|sqrt|rnd|ild|ist|bld|bst|ptan|patan|sin|cos|yl2x|2xm1|xch|wait|nstcw|ldcw|free|init)\\w*"
+# Loads and stores are no arithmetic: a 32-bit function returns its result in an x87 register, and takes one from libm.
+X87 = ("f(ld[1lpz]\\w*|ldcw|ldenv|add|sub|mul|div|com|ucom|chs|abs|sqrt|rnd|ild|ist|bld|bst|ptan|patan|sin|cos|yl2x|2xm1|wait|nstcw|"
+       "free|init)\\w*")
+X87_MOVES = "f(lds?|ldl|ldt|sts?|stl|stps?|stpl|stpt|xch)"
 CONTROL_REGISTER = "ldmxcsr|fldcw|fldenv|frstor|fxrstor\\w*|xrstor\\w*"
+
+# aarch64: every set of SIMD instructions above the first has registers or mnemonics of its own.
+ARM_FUSED = "fn?m(add|sub)|fml[as]|fcmla"
+ARM_ABOVE = "fcadd|sqrdml[as]h|[us]dot|fmlal2?|fmlsl2?|ldapr\\w*|ld(add|clr|eor|set|swp)\\w*|cas\\w*|swp\\w*"
 
 
 def run(*command):
     return subprocess.run(command, check=True, capture_output=True, text=True).stdout
 
 
-def findings(library, instruction_set, registry):
-    promised = {line.split()[1] for line in registry.splitlines() if line and not line.startswith("#")}
-
-    exported = {line.split()[-1] for line in run("nm", "-D", "--defined-only", library).splitlines()}
+def symbols_of_elf(prefix, library, promised):
+    exported = {line.split()[-1] for line in run(f"{prefix}nm", "-D", "--defined-only", library).splitlines()}
     yield from (f"exports {name}, which the registry does not hold" for name in sorted(exported - promised))
     yield from (f"does not export {name}" for name in sorted(promised - exported))
 
-    for line in run("nm", "-D", "--undefined-only", library).splitlines():
+    for line in run(f"{prefix}nm", "-D", "--undefined-only", library).splitlines():
         if "@GLIBC_" not in line:
             yield f"imports {line.split()[-1]}, which is not the C library's"
 
-    dynamic = run("readelf", "--wide", "--dynamic", library)
+    dynamic = run(f"{prefix}readelf", "--wide", "--dynamic", library)
     tags = re.findall(r"\((\w+)\)\s+(?:Shared library: \[(.+)\])?", dynamic)
     if ("SONAME", "") not in tags:
         yield "has no SONAME"
     for tag, needed in tags:
-        if tag == "NEEDED" and needed not in ALLOWED_LIBRARIES:
+        if tag == "NEEDED" and needed not in ALLOWED_LIBRARIES | ALLOWED_LOADERS:
             yield f"needs {needed}"
         if tag in LOAD_TIME_TAGS:
             yield f"runs code at load or unload ({tag})"
 
     # Data that a call could change. The global offset table is the linker's.
-    for name, size in re.findall(r"\] (\.data|\.bss)\s+\w+\s+\w+ \w+ (\w+)", run("readelf", "--wide", "--sections", library)):
+    sections = run(f"{prefix}readelf", "--wide", "--sections", library)
+    for name, size in re.findall(r"\] (\.data|\.bss)\s+\w+\s+\w+ \w+ (\w+)", sections):
         if int(size, 16) != 0:
             yield f"has {int(size, 16)} bytes of writable data ({name})"
 
-    code = run("objdump", "--disassemble", "--no-show-raw-insn", library)
-    instructions = re.findall(r"^\s+[0-9a-f]+:\t(?:(?:rep\w*|lock|bnd|notrack|cs|ds|data16) )*(\w+)([^\n#<]*)", code, re.MULTILINE)
+
+def symbols_of_dll(prefix, library, promised):
+    headers = run(f"{prefix}objdump", "--private-headers", library)
+    exported = set(re.findall(r"^\s*\[\s*\d+\](?: \+base\[\s*\d+\])?\s+(?:[0-9a-f]+\s+)?([A-Za-z_@?]\S*)$", headers, re.MULTILINE))
+    yield from (f"exports {name}, which the registry does not hold" for name in sorted(exported - promised))
+    yield from (f"does not export {name}" for name in sorted(promised - exported))
+    for needed in re.findall(r"DLL Name: (\S+)", headers):
+        if needed.lower() not in ALLOWED_LIBRARIES:
+            yield f"needs {needed}"
+
+
+def own_code(code, dll):
+    """Of a DLL only what this project compiled: the platform's start-up code and mathematics are linked into it."""
+    if not dll:
+        return code
+    functions = re.split(r"^(?=[0-9a-f]+ <)", code, flags=re.MULTILINE)
+    return "".join(f for f in functions if re.match(r"[0-9a-f]+ <_?(kx[cC]alc|_ZN\w*6kxcalc|kept|f>|DllMain)", f))
+
+
+def stack_findings(code):
+    """32-bit x86: a function that keeps lanes on the stack must align it, for hosts guarantee 4 bytes only."""
+    for function in re.split(r"\n\n", code):
+        name = re.search(r"<(.+)>:", function)
+        spills = re.search(r"mov(aps|apd|dqa)\s+(%xmm\d,.*\(%e[sb]p|.*\(%e[sb]p[^)]*\),%xmm)", function)
+        if name and spills and "and    $0xfffffff0,%esp" not in function:
+            yield f"keeps lanes on a stack that {name[1]} does not align"
+
+
+def findings(library, instruction_set, registry, prefix=""):
+    promised = {line.split()[1] for line in registry.splitlines() if line and not line.startswith("#")}
+    kind = run(f"{prefix}objdump", "--file-headers", library)
+    dll = "pei-" in kind
+    arm = "aarch64" in kind
+    yield from (symbols_of_dll if dll else symbols_of_elf)(prefix, library, promised)
+
+    code = own_code(run(f"{prefix}objdump", "--disassemble", "--no-show-raw-insn", library), dll)
+    instructions = re.findall(r"^\s*[0-9a-f]+:\t(?:(?:rep\w*|lock|bnd|notrack|cs|ds|data16) )*([\w.]+)([^\n#<]*)", code, re.MULTILINE)
     if len(instructions) < 10:
         yield "cannot be disassembled"
-    wrong = [
-        ("fused multiply-add", lambda name, _: re.fullmatch(FUSED, name)),
-        ("x87 arithmetic", lambda name, _: re.fullmatch(X87, name)),
-        ("an MMX register", lambda _, operands: re.search(r"%mm\d", operands)),
-        ("a write to the floating-point control register", lambda name, _: re.fullmatch(CONTROL_REGISTER, name)),
-        (f"an instruction above {instruction_set}", lambda name, _: re.fullmatch(ABOVE[instruction_set], name)),
-    ]
+    if arm:
+        wrong = [
+            ("fused multiply-add", lambda name, _: re.fullmatch(ARM_FUSED, name)),
+            ("a write to the floating-point control register", lambda name, operands: name == "msr" and "fpcr" in operands),
+            (f"an instruction above {instruction_set}", lambda name, operands: re.fullmatch(ARM_ABOVE, name) or re.search(r"\bz\d+\.", operands)),
+        ]
+    else:
+        wrong = [
+            ("fused multiply-add", lambda name, _: re.fullmatch(FUSED, name)),
+            ("x87 arithmetic", lambda name, _: re.fullmatch(X87, name) and not re.fullmatch(X87_MOVES, name)),
+            ("an MMX register", lambda _, operands: re.search(r"%mm\d", operands)),
+            ("a write to the floating-point control register", lambda name, _: re.fullmatch(CONTROL_REGISTER, name)),
+            (f"an instruction above {instruction_set}", lambda name, _: re.fullmatch(ABOVE[instruction_set], name)),
+        ]
     for what, holds in wrong:
         names = sorted({name for name, operands in instructions if holds(name, operands)})
         if names:
             yield f"holds {what}: {', '.join(names)}"
+    if "elf32-i386" in kind or "pei-i386" in kind:
+        yield from stack_findings(code)
 
 
-# A name, C source with the fault, flags, and what the finding says.
+# A name, where it can be planted, C source with the fault, flags, and what the finding says.
 FAULTS = [
-    ("an export too many", "void other(void) {}", [], "exports other"),
-    ("an export missing", "", ["-DNO_EXPORT"], "does not export kept"),
-    ("an import", "extern void abroad(void); void kept2(void) { abroad(); }", [], "imports abroad"),
-    ("a constructor", "__attribute__((constructor)) static void c(void) { __asm__ volatile(\"nop\"); }", [], "runs code at load"),
-    ("writable data", "int counter = 1;", [], "writable data"),
-    ("a fused multiply-add", "double f(double a, double b, double c) { return a * b + c; }", ["-mfma", "-ffp-contract=fast"],
+    ("an export too many", "elf dll", "void other(void) {}", [], "exports other"),
+    ("an export missing", "elf dll", "", ["-DNO_EXPORT"], "does not export kept"),
+    ("an import", "elf", "extern void abroad(void); void kept2(void) { abroad(); }", [], "imports abroad"),
+    ("a constructor", "elf", "__attribute__((constructor)) static void c(void) { __asm__ volatile(\"nop\"); }", [], "runs code at load"),
+    ("writable data", "elf", "int counter = 1;", [], "writable data"),
+    ("a fused multiply-add", "x86", "double f(double a, double b, double c) { return a * b + c; }", ["-mfma", "-mfpmath=sse", "-ffp-contract=fast"],
      "fused multiply-add"),
-    ("x87 arithmetic", "long double f(long double a) { return a * a; }", [], "x87 arithmetic"),
-    ("MMX", "void f(void) { __asm__ volatile(\"pxor %mm1, %mm1\"); }", [], "an MMX register"),
-    ("the control register", "void f(void) { unsigned v = 0x1f80; __asm__ volatile(\"ldmxcsr %0\" :: \"m\"(v)); }", [],
+    ("x87 arithmetic", "x86", "long double f(long double a) { return a * a; }", [], "x87 arithmetic"),
+    ("MMX", "x86", "void f(void) { __asm__ volatile(\"pxor %mm1, %mm1\"); }", [], "an MMX register"),
+    ("the control register", "x86", "void f(void) { unsigned v = 0x1f80; __asm__ volatile(\"ldmxcsr %0\" :: \"m\"(v)); }", [],
      "control register"),
-    ("a later instruction", "int f(int a) { return __builtin_popcount(a); }", ["-mpopcnt"], "an instruction above sse41: popcnt"),
-    ("wider vectors", "void f(float* a) { for (int i = 0; i < 8; ++i) a[i] *= 2; }", ["-mavx"], "an instruction above sse41"),
+    ("a later instruction", "x86", "int f(int a) { return __builtin_popcount(a); }", ["-mpopcnt"], "an instruction above sse41: popcnt"),
+    ("wider vectors", "x86", "void f(float* a) { for (int i = 0; i < 8; ++i) a[i] *= 2; }", ["-mavx"], "an instruction above sse41"),
+    ("lanes on a stack that is not aligned", "i386", "void f(void) { __asm__ volatile(\"movaps %xmm0, (%esp)\"); }", [],
+     "keeps lanes on a stack"),
+    ("a fused multiply-add", "arm", "double f(double a, double b, double c) { return a * b + c; }", ["-ffp-contract=fast"],
+     "fused multiply-add"),
+    ("the control register", "arm", "void f(long v) { __asm__ volatile(\"msr fpcr, %0\" :: \"r\"(v)); }", [], "control register"),
+    ("scalable vectors", "arm", "void f(float* a, int n) { for (int i = 0; i < n; ++i) a[i] *= 2; }", ["-march=armv8-a+sve"],
+     "an instruction above neon"),
 ]
+KEPT = ("#ifndef NO_EXPORT\nvoid kept(int* p) { for (int i = 0; i < 9; ++i) { p[i] += p[i * 2] * 3; p[i + 1] ^= p[i]; } }\n#endif\n")
 
 
-def self_test():
-    kept = "#ifndef NO_EXPORT\nvoid kept(int* p) { for (int i = 0; i < 9; ++i) { p[i] += p[i * 2] * 3; p[i + 1] ^= p[i]; } }\n#endif\n"
-    failures = 0
+def self_test(instruction_set="sse41", prefix="", compiler="cc", *compiler_flags):
+    failures = planted = 0
     with tempfile.TemporaryDirectory() as folder:
         source, library = Path(folder, "fault.c"), Path(folder, "libfault.so")
-        for name, fault, flags, expected in [("nothing", "", [], None), *FAULTS]:
-            source.write_text(kept + fault + "\n")
-            run("cc", "-O3", "-shared", "-fPIC", "-nostartfiles", "-Wl,-soname,libfault.so", "-Wl,--as-needed", *flags,
-                str(source), "-o", str(library))
-            found = list(findings(str(library), "sse41", "stats kept\n"))
+
+        def build(fault, flags):
+            source.write_text(KEPT + fault + "\n")
+            elf = [] if where & {"dll"} else ["-nostartfiles", "-Wl,-soname,libfault.so", "-Wl,--as-needed"]
+            run(compiler, "-O3", "-shared", "-fPIC", *compiler_flags, *elf, *flags, str(source), "-o", str(library))
+
+        where = {"dll"}  # what can be planted here: told by a library without faults
+        build("", [])
+        kind = run(f"{prefix}objdump", "--file-headers", str(library))
+        where = {"dll" if "pei-" in kind else "elf", "arm" if "aarch64" in kind else "x86"}
+        where |= {"i386"} if "elf32-i386" in kind or "pei-i386" in kind else set()
+        for name, places, fault, flags, expected in [("nothing", "elf dll", "", [], None), *FAULTS]:
+            if not where & set(places.split()):
+                continue
+            build(fault, flags)
+            found = list(findings(str(library), instruction_set, "stats kept\n", prefix))
+            planted += 1
             if (expected is None and found) or (expected and not any(expected in line for line in found)):
                 print(f"planted {name}, found {found or 'nothing'}")
                 failures += 1
     try:
-        list(findings("/no/such/library.so", "sse41", "stats kept\n"))
+        list(findings("/no/such/library.so", instruction_set, "stats kept\n", prefix))
         print("a missing file passes")
         failures += 1
     except subprocess.CalledProcessError:
         pass
+    print(f"{planted - failures} of {planted} as expected")
     return failures
 
 
 def main():
-    if sys.argv[1:] == ["--self-test"]:
-        return 1 if self_test() else 0
-    library, instruction_set, registry = sys.argv[1:]
-    found = list(findings(library, instruction_set, Path(registry).read_text()))
+    if sys.argv[1:2] == ["--self-test"]:
+        return 1 if self_test(*sys.argv[2:]) else 0
+    library, instruction_set, registry, *prefix = sys.argv[1:]
+    found = list(findings(library, instruction_set, Path(registry).read_text(), *prefix))
     for line in found:
         print(f"{library}: {line}")
     return 1 if found else 0

@@ -1,8 +1,17 @@
 #include "support/fenced_buffer.hpp"
 
-#include <sanitizer/asan_interface.h>
+#if defined(_WIN32)
+#include <windows.h>
+#else
 #include <sys/mman.h>
 #include <unistd.h>
+#endif
+#if __has_include(<sanitizer/asan_interface.h>)
+#include <sanitizer/asan_interface.h>
+#else
+#define ASAN_POISON_MEMORY_REGION(data, size)
+#define ASAN_UNPOISON_MEMORY_REGION(data, size)
+#endif
 
 #include <algorithm>
 #include <cstdint>
@@ -30,6 +39,24 @@ __attribute__((no_sanitize("address"))) bool holdsCanaries(const std::byte* data
 
 }  // namespace
 
+#if defined(_WIN32)
+PageMapping::PageMapping(std::size_t bytes) : size_(roundedUp(bytes, pageSize())) {
+  data_ = static_cast<std::byte*>(VirtualAlloc(nullptr, size_, MEM_RESERVE, PAGE_NOACCESS));
+  if (data_ == nullptr) {
+    throw std::bad_alloc();
+  }
+}
+
+PageMapping::~PageMapping() {
+  VirtualFree(data_, 0, MEM_RELEASE);
+}
+
+std::size_t PageMapping::pageSize() {
+  SYSTEM_INFO info;
+  GetSystemInfo(&info);
+  return info.dwPageSize;
+}
+#else
 PageMapping::PageMapping(std::size_t bytes) : size_(roundedUp(bytes, pageSize())) {
   void* mapped = mmap(nullptr, size_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
   if (mapped == MAP_FAILED) {
@@ -46,11 +73,17 @@ std::size_t PageMapping::pageSize() {
   static const auto size = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
   return size;
 }
+#endif
 
 void PageMapping::open(std::size_t offset, std::size_t bytes) {
   const std::size_t begin = offset / pageSize() * pageSize();
   const std::size_t end = roundedUp(offset + bytes, pageSize());
-  if (end > size_ || mprotect(data_ + begin, end - begin, PROT_READ | PROT_WRITE) != 0) {
+#if defined(_WIN32)
+  const bool opened = end <= size_ && VirtualAlloc(data_ + begin, end - begin, MEM_COMMIT, PAGE_READWRITE) != nullptr;
+#else
+  const bool opened = end <= size_ && mprotect(data_ + begin, end - begin, PROT_READ | PROT_WRITE) == 0;
+#endif
+  if (!opened) {
     throw std::bad_alloc();
   }
 }

@@ -19,12 +19,12 @@ public:
 
   uint64_t bits() { return engine_(); }
   /// 0 to bound - 1.
-  uint64_t below(uint64_t bound) { return engine_() % bound; }
+  std::size_t below(std::size_t bound) { return static_cast<std::size_t>(engine_() % bound); }
   /// lowest to highest, both included.
   int between(int lowest, int highest) {
-    return lowest + static_cast<int>(below(static_cast<uint64_t>(highest - lowest) + 1));
+    return lowest + static_cast<int>(below(static_cast<std::size_t>(highest - lowest) + 1));
   }
-  bool oneIn(uint64_t chances) { return below(chances) == 0; }
+  bool oneIn(std::size_t chances) { return below(chances) == 0; }
   /// From 0 to below 1.
   double unit() { return std::ldexp(static_cast<double>(engine_() >> 11), -53); }
   double sign() { return oneIn(2) ? -1 : 1; }

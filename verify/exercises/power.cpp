@@ -1,0 +1,182 @@
+// Power analysis and flicker.
+#include "common.hpp"
+
+namespace kxverify {
+
+void kxcalcPowerCalcFIR_floatExercise(const Functions& functions, Digest& digest) {
+  Source source("kxcalcPowerCalcFIR_float");
+  for (const Kind kind : kinds) {
+    for (const uint32_t length : {16U, 17U, 19U, 32U, 50U}) {
+      const auto ring = placed<float>(source, kind, length);
+      Buffer<float> bank(std::size_t{16} * 3);
+      source.fill(bank, Kind::signal);
+      for (uint32_t position = 0; position <= length; ++position) {
+        const PowerFirArgs args{ring.data(), bank.data(), position, source.below(3), length};
+        digest.add(functions.kxcalcPowerCalcFIR_float(&args));
+      }
+    }
+  }
+}
+
+void kxcalcPowerSumVectorMultipliedWithScalar_doubleExercise(const Functions& functions, Digest& digest) {
+  Source source("kxcalcPowerSumVectorMultipliedWithScalar_double");
+  for (const uint32_t accumulate : {0U, 1U, 2U}) {
+    overSets<double>(0, [&](const Set& set) {
+      const auto input = placed<double>(source, set);
+      Buffer<float> output(set.count, source.below(placeCount<float>));
+      PowerScaleArgs args{input.data(),
+                          output.data(),
+                          source.unit(),
+                          source.sample<float>(Kind::signal),
+                          static_cast<int32_t>(set.count),
+                          accumulate};
+      functions.kxcalcPowerSumVectorMultipliedWithScalar_double(&args);
+      digest.add(output);
+      digest.add(args.sum);
+    });
+  }
+}
+
+void kxcalcPowerMultiplyAndSquareElementsAndSumVector_floatExercise(const Functions& functions, Digest& digest) {
+  Source source("kxcalcPowerMultiplyAndSquareElementsAndSumVector_float");
+  overSets<float>(0, [&](const Set& set) {
+    const auto values = placed<float>(source, set);
+    digest.add(functions.kxcalcPowerMultiplyAndSquareElementsAndSumVector_float(
+        values.data(), static_cast<int32_t>(set.count), source.sample<float>(Kind::signal)));
+  });
+}
+
+void kxcalcPowerCorrectFFT_UExercise(const Functions& functions, Digest& digest) {
+  Source source("kxcalcPowerCorrectFFT_U");
+  overSets<float>(0, [&](const Set& set) {
+    auto spectrum = placed<float>(source, Set{set.kind, 2 * set.count, set.offset});
+    const auto correction = placed<float>(source, set.kind, spectrum.size());
+    functions.kxcalcPowerCorrectFFT_U(spectrum.data(), correction.data(), static_cast<int32_t>(set.count));
+    digest.add(spectrum);
+    auto own = placed<float>(source, Kind::signal, spectrum.size() + 4);  // a correction that overlaps the spectrum
+    float* const begin = own.data() + source.below(5);
+    functions.kxcalcPowerCorrectFFT_U(begin, own.data() + source.below(5), static_cast<int32_t>(set.count));
+    digest.add(own);
+  });
+}
+
+void kxcalcPowerNegateImag_floatExercise(const Functions& functions, Digest& digest) {
+  Source source("kxcalcPowerNegateImag_float");
+  overSets<float>(0, [&](const Set& set) {
+    auto spectrum = placed<float>(source, set);
+    functions.kxcalcPowerNegateImag_float(spectrum.data(), set.count);
+    digest.addBits(spectrum);
+  });
+}
+
+void kxcalcPowerFindIndexOfMaxAmplitudeExercise(const Functions& functions, Digest& digest) {
+  Source source("kxcalcPowerFindIndexOfMaxAmplitude");
+  overSets<float>(0, [&](const Set& set) {
+    auto spectrum = placed<float>(source, Set{set.kind, 2 * set.count, set.offset});
+    digest.add(functions.kxcalcPowerFindIndexOfMaxAmplitude(spectrum.data(), set.count));
+    for (float& part : spectrum.elements()) {
+      part = static_cast<float>(source.below(3));  // equal magnitudes
+    }
+    digest.add(functions.kxcalcPowerFindIndexOfMaxAmplitude(spectrum.data(), set.count));
+  });
+}
+
+void kxcalcPowerHarmonicZeroExercise(const Functions& functions, Digest& digest) {
+  Source source("kxcalcPowerHarmonicZero");
+  overSets<float>(0, [&](const Set& set) {
+    const auto spectrum = placed<float>(source, Set{set.kind, 2 * set.count, set.offset});
+    digest.add(functions.kxcalcPowerHarmonicZero(spectrum.data(), set.count));
+  });
+}
+
+void kxcalcPowerPandQsumExercise(const Functions& functions, Digest& digest) {
+  Source source("kxcalcPowerPandQsum");
+  overSets<float>(0, [&](const Set& set) {
+    const uint32_t bins = set.count < 2 ? 2 : set.count;
+    const auto voltage = placed<float>(source, Set{set.kind, 2 * bins, set.offset});
+    const auto current = placed<float>(source, set.kind, voltage.size());
+    double active = 77;
+    double reactive = 77;
+    functions.kxcalcPowerPandQsum(voltage.data(), current.data(), static_cast<int32_t>(set.count), &active, &reactive);
+    digest.add(active);
+    digest.add(reactive);
+  });
+}
+
+/// Ordinary bins: the platform's arctangent is rounded to single.
+void kxcalcPowerAnglesExercise(const Functions& functions, Digest& digest) {
+  Source source("kxcalcPowerAngles");
+  for (int round = 0; round < 200; ++round) {
+    const auto orders = static_cast<int32_t>(source.below(51)) - 1;
+    const float binsPerOrder = 1 + static_cast<float>(source.below(64)) / 8;
+    const auto spectrum = placed<float>(source, Kind::signal, 1000);
+    Buffer<float> angles(51);
+    functions.kxcalcPowerAngles(spectrum.data(), angles.data(), orders, static_cast<float>(source.unit()) * 400,
+                                binsPerOrder);
+    digest.add(angles);
+  }
+}
+
+void kxcalcPowerUnbalanceExercise(const Functions& functions, Digest& digest) {
+  Source source("kxcalcPowerUnbalance");
+  for (uint32_t count = 0; count <= longestShort; ++count) {
+    const auto magnitudes = [&] { return placed<float>(source, Kind::signal, count + 1); };
+    const auto angles = [&] {
+      auto degrees = magnitudes();
+      for (float& angle : degrees.elements()) {
+        angle *= 360;
+      }
+      return degrees;
+    };
+    const auto m1 = magnitudes(), m2 = magnitudes(), m3 = magnitudes();
+    const auto a1 = angles(), a2 = angles(), a3 = angles();
+    Buffer<float> results(7);
+    float* const out = results.data();
+    const PowerUnbalanceArgs args{m1.data(), m2.data(), m3.data(), a1.data(), a2.data(), a3.data(), out,
+                                  out + 1,   out + 2,   out + 3,   out + 4,   out + 5,   out + 6,   count};
+    functions.kxcalcPowerUnbalance(&args);
+    digest.add(results);
+  }
+}
+
+void kxcalcPowerFlickerExercise(const Functions& functions, Digest& digest) {
+  Source source("kxcalcPowerFlicker");
+  for (const Kind kind : kinds) {
+    Buffer<double> memory(std::size_t{19} * 12);
+    source.fill(memory, Kind::signal);
+    const auto array = [&](std::size_t k) { return memory.data() + k * 12; };
+    for (std::size_t i = 0; i < 12; ++i) {
+      array(9)[i] /= 4;  // the weighting filters stay stable
+    }
+    array(17)[0] = -9999999.0;
+    const FlickerState state{array(0),  array(1),  array(2),  array(3),  array(4),  array(5),  array(6),
+                             array(7),  array(8),  array(9),  array(10), array(11), array(12), array(13),
+                             array(14), array(15), array(16), array(17), array(18)};
+    for (uint32_t count = 0; count <= longestShort; ++count) {
+      const auto samples = placed<float>(source, count == longestShort ? kind : Kind::signal, count);
+      Buffer<float> sensation(count, source.below(placeCount<float>));
+      functions.kxcalcPowerFlicker(&state, samples.data(), sensation.data(), static_cast<int32_t>(count));
+      digest.add(sensation);
+      digest.add(memory);
+    }
+  }
+}
+
+/// Values away from the classes' borders, powers of ten apart, whose logarithms are exact.
+void kxcalcPowerFlickerAddToClassExercise(const Functions& functions, Digest& digest) {
+  Source source("kxcalcPowerFlickerAddToClass");
+  Buffer<uint32_t> classes(1000);
+  for (const Kind kind : kinds) {
+    auto values = placed<float>(source, kind, longRun);
+    for (std::size_t i = 0; i < values.size(); i += 50) {
+      values[i] = source.oneOf(std::array{1.0F, 10.0F, 100.0F, 1e6F, 1e7F, 0.0F, -1.0F});
+    }
+    for (std::size_t i = 1; i < values.size(); i += 3) {
+      values[i] *= 1000;
+    }
+    functions.kxcalcPowerFlickerAddToClass(values.data(), static_cast<int32_t>(values.size()), classes.data());
+    digest.add(classes);
+  }
+}
+
+}  // namespace kxverify
