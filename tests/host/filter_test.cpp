@@ -262,7 +262,8 @@ TEST_F(FilterTest, HighOrdersAreStable) {
     for (const int order : {31, 100}) {
       SCOPED_TRACE(std::to_string(band.low) + ' ' + std::to_string(order));
       const auto response = impulseResponse(48000, with(band.options(), {"--order", std::to_string(order)}));
-      const double largest = std::abs(*std::ranges::max_element(response, {}, [](float x) { return std::abs(x); }));
+      const auto largest =
+          static_cast<double>(std::abs(*std::ranges::max_element(response, {}, [](float x) { return std::abs(x); })));
       EXPECT_LT(largest, 1.0);
       for (const double edge : {band.low, band.high}) {
         if (edge > 0) {

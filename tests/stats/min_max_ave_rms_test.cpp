@@ -473,6 +473,27 @@ TEST(GetMinMaxAveRMS_int32_t, SumsThatPassTwoTo53InOneBlockRoundAtEachStep) {
   checkLongBlocks<exports::GetMinMaxAveRMS_int32_t>(count, -2147483645, 1);
 }
 
+// Small samples, then large ones of even distance from the first: what the small ones add up to at even distance decides
+// how the sum rounds from 2^53 on.
+TEST(GetMinMaxAveRMS_int32_t, SmallSamplesCountInTheHalfOfTheBodyInWhichTheyLie) {
+  constexpr uint32_t count = 8800003;
+  for (uint32_t position = 0; position < 8; ++position) {
+    std::vector<int32_t> samples(count, 0);
+    samples[position] = 1;
+    for (uint32_t i = 1024; i < count; i += 2) {
+      samples[i] = 2147483645;
+    }
+    StatisticsLine<int32_t> actual{0, 0, 0, 0};
+    StatisticsLine<int32_t> expected = actual;
+    kxcalcGetMinMaxAveRMS_int32_t(samples.data(), count, &actual.minimum, &actual.maximum, &actual.sum,
+                                  &actual.sumOfSquares, 0);
+    reference::kxcalcGetMinMaxAveRMS_int32_t(samples.data(), count, &expected.minimum, &expected.maximum, &expected.sum,
+                                             &expected.sumOfSquares, 0);
+    ASSERT_TRUE(stats::sameLine(actual, expected)) << "position " << position;
+    ASSERT_GT(expected.sum, twoTo53);
+  }
+}
+
 /// Squares of odd numbers, whose partial sums pass 2^53 by none to six of them: a sum formed exactly and rounded once
 /// differs.
 template <typename Export>

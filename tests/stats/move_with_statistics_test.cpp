@@ -381,4 +381,35 @@ TEST(MoveAndGetMinMaxAveRMS_int16_t, SquaresThatPassTwoTo53InOneBlockRoundAtEach
   }
 }
 
+// The squares of every second sample alone pass 2^53: those of all are rounded more often than once.
+TEST(MoveAndGetMinMaxAveRMS_int16_t, SquaresOfEverySecondSampleThatPassTwoTo53RoundAtEachStep) {
+  constexpr uint32_t count = 19000001;
+  std::vector<int16_t> source(count, 2);
+  for (uint32_t i = 0; i < count; i += 2) {
+    source[i] = -32767;
+  }
+  std::vector<int16_t> destination(count);
+  Line actual{0, 0, 0.5, 0.5};
+  Line expected = actual;
+  kxcalcMoveAndGetMinMaxAveRMS_int16_t(destination.data(), source.data(), count, &actual.minimum, &actual.maximum,
+                                       &actual.sum, &actual.sumOfSquares, 0, 1);
+  reference::kxcalcMoveAndGetMinMaxAveRMS_int16_t(destination.data(), source.data(), count, &expected.minimum,
+                                                  &expected.maximum, &expected.sum, &expected.sumOfSquares, 0, 1);
+  EXPECT_TRUE(stats::sameLine(actual, expected));
+  EXPECT_GT(expected.sumOfSquares, twoTo53);
+}
+
+TEST(MoveAndGetMinMaxAveRMS_int16_t, SumsOfALongConstantBlockAreExact) {
+  constexpr uint32_t count = 600001;
+  for (const int32_t stride : {1, 2}) {
+    const std::vector<int16_t> source(SourceShape(count, stride).size, -32768);
+    std::vector<int16_t> destination(count);
+    Line line{0, 0, 0, 0};
+    kxcalcMoveAndGetMinMaxAveRMS_int16_t(destination.data(), source.data(), count, &line.minimum, &line.maximum,
+                                         &line.sum, &line.sumOfSquares, 0, stride);
+    EXPECT_EQ(line.sum, count * -32768.0);
+    EXPECT_EQ(line.sumOfSquares, count * 32768.0 * 32768.0);
+  }
+}
+
 }  // namespace

@@ -102,7 +102,12 @@ TYPED_TEST(SineArctangent, UpToThreeElementsAreSinesInDouble) {
   for (const Placement& placement : support::allPlacements<float>()) {
     EXPECT_NEAR(subject.run(std::vector<float>{1}, placement, placement)[0], 0.841471, 5e-7);
     for (const std::vector<float>& input :
-         std::initializer_list<std::vector<float>>{{1}, {2, -0.0F}, {1e6F, 3e9F, -1e30F}, {infinity, nan, 1e-40F}}) {
+         std::initializer_list<std::vector<float>>{{1},
+                                                   {2, -0.0F},
+                                                   {1e6F, 3e9F, -1e30F},
+                                                   {infinity, nan, 1e-40F},
+                                                   // Sines in single may miss these by one in the last place.
+                                                   {0.100000091F, 0.100001588F, 0.100003086F}}) {
       std::vector<float> expected;
       for (const float x : input) {
         expected.push_back(static_cast<float>(std::sin(static_cast<double>(x))));
@@ -187,6 +192,21 @@ TEST(ATan_float, HandWorkedValues) {
   const std::vector<float> expected{0.0F, -0.0F, 0.785398185F, -0.785398185F, 1.57079637F, -1.57079637F, 1e-40F};
   for (const Placement& placement : support::allPlacements<float>()) {
     EXPECT_TRUE(support::sameResult(subject.run(input, placement, placement), expected));
+  }
+}
+
+TEST(ATan_float, EqualsTheModelAroundBothThresholds) {
+  Subject<ATan_float> subject;
+  for (const float threshold : {0.66F, 2.41421366F}) {
+    std::vector<float> input{threshold, -threshold};
+    for (const float direction : {0.0F, infinity}) {
+      float x = threshold;
+      for (int i = 0; i < 100; ++i) {
+        x = std::nextafter(x, direction);
+        input.insert(input.end(), {x, -x});
+      }
+    }
+    EXPECT_TRUE(subject.equalsModel(input, support::pastBoundary(0), support::pastBoundary(0)));
   }
 }
 
