@@ -17,7 +17,10 @@
  *   Arithmetic  is IEEE 754, round to nearest, each operation rounded to the precision named, never fused. Results are
  *               the same bits on every processor and compiler. The one thing not promised is which NaN (sign, payload)
  *               comes out of arithmetic on NaNs. No floating-point exception flag is read, and the control register is
- *               not written; the functions expect it at its default (round to nearest, denormals honoured).
+ *               not written; the functions expect it at its default (round to nearest, denormals honoured). A host that
+ *               has denormals flushed to zero gets the same results where none occur; where one does, it counts as
+ *               zero. A host that has another direction of rounding gets results rounded that way, or rounded otherwise
+ *               where the arithmetic relies on the nearest.
  *   Calls       C linkage, the platform's C calling convention (cdecl on 32-bit Windows), names undecorated. Nothing is
  *               thrown, and nothing is allocated except by kxcalcCHSInterpolator_Create.
  *

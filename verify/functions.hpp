@@ -6,6 +6,7 @@
 namespace kxverify {
 
 struct Functions {
+// NOLINTNEXTLINE(bugprone-macro-parentheses): it declares a member of that name
 #define KXVERIFY_FUNCTION(name) decltype(&::name) name;
 #include "functions.inc"
 #undef KXVERIFY_FUNCTION

@@ -11,7 +11,6 @@
 
 #include "frame/blocks.hpp"
 #include "kxcalc.h"
-#include "vmath/fast_log.hpp"
 
 static_assert(offsetof(FlickerState, weightCoefficients) == 9 * sizeof(void*));
 static_assert(sizeof(FlickerState) == 19 * sizeof(void*));

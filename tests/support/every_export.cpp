@@ -249,8 +249,10 @@ Bytes copiedCycle(const Inputs& inputs) {
   return bytes;
 }
 
-Bytes convertedInPlace(const Inputs& inputs, void (*kernel)(void*, uint32_t)) {
-  std::vector<double> buffer = inputs.doubles;  // the vector's memory is aligned to 16 bytes
+template <typename Element>
+Bytes convertedInPlace(const std::vector<Element>& elements, void (*kernel)(void*, uint32_t)) {
+  std::vector<double> buffer(count);  // the vector's memory is aligned to 16 bytes
+  std::ranges::copy(std::as_bytes(std::span(elements).first(count)), std::as_writable_bytes(std::span(buffer)).begin());
   kernel(buffer.data(), count);
   return bytesOf(buffer);
 }
@@ -438,9 +440,9 @@ std::vector<ExportCall> everyExport() {
        }},
       {"kxCalcCACopyRawDataToChannels", [inputs] { return copiedCycle(*inputs); }},
       {"kxcalcCADoubleArrToSingleArrInplace",
-       [inputs] { return convertedInPlace(*inputs, &kxcalcCADoubleArrToSingleArrInplace); }},
+       [inputs] { return convertedInPlace(inputs->doubles, &kxcalcCADoubleArrToSingleArrInplace); }},
       {"kxcalcCASingleArrToDoubleArrInplace",
-       [inputs] { return convertedInPlace(*inputs, &kxcalcCASingleArrToDoubleArrInplace); }},
+       [inputs] { return convertedInPlace(inputs->singles, &kxcalcCASingleArrToDoubleArrInplace); }},
       {"kxcalcCAPV_lin", [inputs] { return coordinates(&kxcalcCAPV_lin, *inputs); }},
       {"kxcalcCAPV_log", [inputs] { return coordinates(&kxcalcCAPV_log, *inputs, 0.001F); }},
       {"kxCalcCAOverallPressure", [inputs] { return cycleAverages(*inputs); }},

@@ -25,7 +25,7 @@ void coordinates(const char* name, Digest& digest, Call call) {
   Source source(name);
   overSets<float>(0, [&](const Set& set) {
     const auto input = placed<float>(source, set);
-    for (const auto [lower, upper] : {std::array<int32_t, 2>{-1000, 1000}, {10, 5}, {-2147483647 - 1, 2147483647}}) {
+    for (const auto& [lower, upper] : {std::array<int32_t, 2>{-1000, 1000}, {10, 5}, {-2147483647 - 1, 2147483647}}) {
       Buffer<int32_t> output(set.count, source.below(placeCount<int32_t>));
       const float scale = 0.5F * static_cast<float>(source.below(2000));  // halfway cases among the coordinates
       const float offset = 0.5F * static_cast<float>(source.below(100));
@@ -159,15 +159,15 @@ void kxCalcCARunningValExercise(const Functions& functions, Digest& digest) {
     uint64_t cycles;
     uint32_t window;
   };
-  for (const auto [cycles, window] :
+  for (const Progress& progress :
        {Progress{0, 5}, {1, 5}, {4, 5}, {5, 5}, {9, 5}, {2, 0}, {uint64_t{1} << 32, 4000000000U}, {3, 4000000000U}}) {
     overSets<float>(0, [&](const Set& set) {
       const auto added = placed<float>(source, set);
       const auto leaving = placed<float>(source, set.kind, set.count);
       auto sum = placed<float>(source, set.kind, set.count);
       auto average = placed<float>(source, set.kind, set.count);
-      functions.kxCalcCARunningVal(added.data(), leaving.data(), sum.data(), average.data(), 1, set.count, cycles,
-                                   window);
+      functions.kxCalcCARunningVal(added.data(), leaving.data(), sum.data(), average.data(), 1, set.count,
+                                   progress.cycles, progress.window);
       digest.add(sum);
       digest.add(average);
     });
