@@ -36,10 +36,19 @@ KXCALC_INLINE float angleOf(const float* bin) {
   return 0 > degrees ? degrees + 360 : degrees;
 }
 
+/// What is left of a number without its whole part, with the number's sign: 0 of a whole or infinite one, too. Not the
+/// platform's split, for not all keep the sign of a zero.
+KXCALC_INLINE float fractionOf(float x) {
+  constexpr float allWhole = 8388608.0F;  // 2^23: from here on there is no fraction
+  if (std::abs(x) < allWhole) {
+    return std::copysign(x - static_cast<float>(static_cast<int32_t>(x)), x);
+  }
+  return x != x ? x : std::copysign(0.0F, x);
+}
+
 /// What is left of an angle without its whole turns, with the angle's sign.
 KXCALC_INLINE float withoutTurns(float angle) {
-  float turns;
-  return std::modf(angle / 360, &turns) * 360;
+  return fractionOf(angle / 360) * 360;
 }
 
 /// The negated phase, brought near the range -180 to 180. A phase above 360 comes out with the other sign: kept, as is

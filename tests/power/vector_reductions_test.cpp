@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 #include <kxcalc.h>
+#if !defined(_WIN32)
 #include <sys/resource.h>
+#endif
 
 #include <algorithm>
 #include <array>
@@ -729,8 +731,10 @@ TEST(PowerMultiplyAndSquareElementsAndSumVector_floatDeathTest, NegativeCountsAr
   mapping.open(0, page);
   const auto* const values = reinterpret_cast<const float*>(mapping.data());
   const auto sumOf = [&](int32_t count) {
+#if !defined(_WIN32)
     const rlimit noCoreDump{};
     setrlimit(RLIMIT_CORE, &noCoreDump);
+#endif
     return kxcalcPowerMultiplyAndSquareElementsAndSumVector_float(values, count, 1);
   };
   EXPECT_DEATH(sumOf(-1), "");

@@ -115,6 +115,16 @@ void kxcalcPowerAnglesExercise(const Functions& functions, Digest& digest) {
                                 binsPerOrder);
     digest.add(angles);
   }
+  // Whole turns: zeros, whose signs tell how a turn is taken off.
+  Buffer<float> straight(1000);
+  for (std::size_t k = 1; k < straight.size(); k += 2) {
+    straight[k] = 1;
+  }
+  for (const float phasePerOrder : {-360.0F, 360.0F, -1e9F, 1e9F}) {
+    Buffer<float> angles(51);
+    functions.kxcalcPowerAngles(straight.data(), angles.data(), 50, phasePerOrder, 2);
+    digest.add(angles);
+  }
 }
 
 void kxcalcPowerUnbalanceExercise(const Functions& functions, Digest& digest) {
