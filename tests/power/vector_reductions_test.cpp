@@ -63,7 +63,8 @@ public:
     PowerFirArgs& record = recordMemory_.place(1, support::endsAtFence)[0];
     std::memcpy(&record, &args, sizeof args);
     const float result = kxcalcPowerCalcFIR_float(&record);
-    EXPECT_EQ(std::memcmp(&record, &args, sizeof args), 0) << "record changed";
+    // Without what pads the fields.
+    EXPECT_EQ(std::memcmp(&record, &args, offsetof(PowerFirArgs, length) + sizeof args.length), 0) << "record changed";
     EXPECT_TRUE(support::sameBits(samples, ring) && support::sameBits(coefficients, row)) << "input changed";
     return result;
   }
