@@ -40,7 +40,7 @@ KXCALC_INLINE float foldCycle(const float* newCycle, float* average, size_t coun
   for (; count - i >= 4; i += 4) {
     fold(i);
   }
-  float peak = reduceByHalves<float>(peaks, [](float a, float b) { return greater(a, b); });
+  float peak = reduceByHalves<float>(peaks, greater);
   const auto before = toSingle(cycles);
   const auto after = toSingle(cycles + 1);
   for (; i < count; ++i) {

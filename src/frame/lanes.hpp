@@ -79,16 +79,24 @@ KXCALC_INLINE void store(T* to, Lanes<T> lanes) {
 
 /// a where a < b, else b. The second operand wins ties (of +0 and -0 too) and wins where either operand is a NaN, so a
 /// NaN in a disappears and a NaN in b comes out with its bits. Not std::min, which takes the first operand on ties.
-template <class V>
-KXCALC_INLINE V lesser(V a, V b) {
-  return a < b ? a : b;
-}
+/// An object: handed to another function it is still inlined. 32-bit x86 returns a scalar of a call on the x87 stack, where
+/// a signalling NaN becomes a quiet one.
+struct Lesser {
+  template <class V>
+  KXCALC_INLINE V operator()(V a, V b) const {
+    return a < b ? a : b;
+  }
+};
+inline constexpr Lesser lesser;
 
 /// a where a > b, else b. The second operand wins ties and NaNs as in `lesser`.
-template <class V>
-KXCALC_INLINE V greater(V a, V b) {
-  return a > b ? a : b;
-}
+struct Greater {
+  template <class V>
+  KXCALC_INLINE V operator()(V a, V b) const {
+    return a > b ? a : b;
+  }
+};
+inline constexpr Greater greater;
 
 /// Combines lanes pairwise by halves, the lower lane as first operand: for four lanes
 /// combine(combine(lane 0, lane 2), combine(lane 1, lane 3)).

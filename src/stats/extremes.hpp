@@ -42,7 +42,7 @@ struct LaneExtremes {
     maximum = greater(maximum, other.maximum);
   }
   KXCALC_INLINE Extremes<T> reduce() const {
-    return {reduceByHalves<T>(minimum, lesser<T>), reduceByHalves<T>(maximum, greater<T>)};
+    return {reduceByHalves<T>(minimum, lesser), reduceByHalves<T>(maximum, greater)};
   }
 };
 

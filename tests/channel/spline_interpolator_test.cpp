@@ -248,8 +248,9 @@ public:
 
   /// An emulated system may take the limit and not keep it.
   static bool isKept() {
-    void* volatile tooMuch =
-        std::malloc(std::size_t{7} << 29);  // volatile: a request that nothing uses may be left out
+    // volatile: a request that nothing uses may be left out, and one above half a 32-bit address space is warned of.
+    const volatile std::size_t bytes = std::size_t{7} << 29;
+    void* volatile tooMuch = std::malloc(bytes);
     std::free(tooMuch);
     return tooMuch == nullptr;
   }

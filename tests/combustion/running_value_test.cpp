@@ -295,7 +295,7 @@ Window randomWindow(support::Random& random) {
     case 4:
       return {random.bits() >> random.below(64), length};
     default:
-      return {random.below(uint64_t{length} + 1), length};
+      return {random.bits() % (uint64_t{length} + 1), length};
   }
 }
 

@@ -47,10 +47,10 @@ inline float degreesOfBin(const float* bin) {
   return 0 > degrees ? degrees + 360.0F : degrees;
 }
 
-/// Keeps the sign of its argument, that of zero too.
+/// As std::modf: with the sign of its argument, that of zero too (which the modf of some C libraries loses).
 inline float fractionOf(float number) {
-  float whole;
-  return std::modf(number, &whole);
+  const float fraction = std::isinf(number) ? 0 : number - std::trunc(number);
+  return std::copysign(fraction, number);
 }
 
 /// The negated phase, wrapped. Above 360 with the wrong sign, which is kept.

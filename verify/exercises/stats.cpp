@@ -1,5 +1,8 @@
 // Version, minimum and maximum, statistics lines.
+#include <bit>
+#include <cstring>
 #include <limits>
+#include <type_traits>
 
 #include "common.hpp"
 
@@ -7,7 +10,7 @@ namespace kxverify {
 namespace {
 
 template <class T>
-void addSelected(Digest& digest, T value) {
+void addSelected(Digest& digest, const T& value) {
   if constexpr (std::is_floating_point_v<T>) {
     digest.addBits(value);  // a sample selected by comparisons: its bits are the contract's
   } else {
@@ -15,16 +18,37 @@ void addSelected(Digest& digest, T value) {
   }
 }
 
+/// Puts NaNs of every sign and payload, signalling ones too, in the place of some elements: as bytes, since a floating-point
+/// register may quieten them.
+template <class T>
+void addNans(Source& source, Buffer<T>& buffer) {
+  using Bits = std::conditional_t<sizeof(T) == 4, uint32_t, uint64_t>;
+  const auto infinity = std::bit_cast<Bits>(std::numeric_limits<T>::infinity());
+  for (T& element : buffer.elements()) {
+    if (source.below(4) == 0) {
+      const Bits nan = static_cast<Bits>(source.bits()) | infinity | 1;
+      std::memcpy(&element, &nan, sizeof element);
+    }
+  }
+}
+
 template <class T>
 void minMax(const char* name, void (*kernel)(const T*, uint32_t, T*, T*), Digest& digest) {
   Source source(name);
-  overSets<T>(1, [&](const Set& set) {
-    const auto data = placed<T>(source, set);
+  const auto addResults = [&](const Buffer<T>& data) {
     T minimum = 1;
     T maximum = 2;
-    kernel(data.data(), set.count, &minimum, &maximum);
+    kernel(data.data(), static_cast<uint32_t>(data.size()), &minimum, &maximum);
     addSelected(digest, minimum);
     addSelected(digest, maximum);
+  };
+  overSets<T>(1, [&](const Set& set) {
+    auto data = placed<T>(source, set);
+    addResults(data);
+    if constexpr (std::is_floating_point_v<T>) {
+      addNans(source, data);
+      addResults(data);
+    }
   });
 }
 
@@ -51,7 +75,13 @@ template <class T, class Offset>
 void statistics(const char* name, void (*kernel)(const T*, uint32_t, T*, T*, double*, double*, Offset),
                 Digest& digest) {
   statisticsLines<T, Offset>(name, digest, [&](Source& source, const Set& set, auto... results) {
-    kernel(placed<T>(source, set).data(), set.count, results...);
+    auto data = placed<T>(source, set);
+    if constexpr (std::is_floating_point_v<T>) {
+      if (source.below(4) == 0) {
+        addNans(source, data);
+      }
+    }
+    kernel(data.data(), set.count, results...);
   });
 }
 
