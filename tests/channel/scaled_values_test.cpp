@@ -477,25 +477,33 @@ TYPED_TEST(ScaledValues, ReadsNothingBetweenTheSamplesThatItGathers) {
 }
 
 TYPED_TEST(ScaledValues, PositionsInTheSourceMayPassThe32BitRange) {
-  const std::size_t page = support::PageMapping::pageSize();
+  const std::initializer_list<std::pair<int32_t, int32_t>> countsAndStrides{
+      {3, highestStride}, {3, lowestStride}, {5, -1500000000}, {12, 600000001}};
+  const auto reachOf = [](int32_t count, int32_t stride) {
+    return static_cast<uint64_t>(count - 1) * static_cast<uint64_t>(std::abs(static_cast<int64_t>(stride)));
+  };
+  uint64_t longest = 0;
+  for (const auto& [count, stride] : countsAndStrides) {
+    longest = std::max(longest, reachOf(count, stride));
+  }
+  const uint64_t bytes = (longest + 1) * sizeof(double) + support::PageMapping::pageSize();
+  if (bytes > std::numeric_limits<std::size_t>::max() / 4) {
+    GTEST_SKIP() << "the address space is too small";
+  }
+  support::PageMapping mapping(static_cast<std::size_t>(bytes));  // one for all: emulators keep a record for each page
+  int value = 0;
   forEachRawType([&]<typename Raw>() {
-    for (const auto& [count, stride] : std::initializer_list<std::pair<int32_t, int32_t>>{
-             {3, highestStride}, {3, lowestStride}, {5, -1500000000}, {12, 600000001}}) {
-      const uint64_t reach =
-          static_cast<uint64_t>(count - 1) * static_cast<uint64_t>(std::abs(static_cast<int64_t>(stride)));
-      const uint64_t bytes = (reach + 1) * sizeof(Raw) + page;
-      if (bytes > std::numeric_limits<std::size_t>::max() / 4) {
-        GTEST_SKIP() << "the address space is too small";
-      }
-      support::PageMapping mapping(static_cast<std::size_t>(bytes));
-      auto* const source = reinterpret_cast<Raw*>(mapping.data()) + (stride < 0 ? static_cast<ptrdiff_t>(reach) : 0);
+    for (const auto& [count, stride] : countsAndStrides) {
+      auto* const source =
+          reinterpret_cast<Raw*>(mapping.data()) + (stride < 0 ? static_cast<ptrdiff_t>(reachOf(count, stride)) : 0);
       alignas(16) std::array<typename TypeParam::Output, 12> output;
       std::vector<typename TypeParam::Output> expected;
       for (int32_t i = 0; i < count; ++i) {
+        value = value % 127 + 1;
         Raw* const sample = source + static_cast<ptrdiff_t>(i) * stride;
         mapping.open(static_cast<std::size_t>(reinterpret_cast<std::byte*>(sample) - mapping.data()), sizeof(Raw));
-        *sample = static_cast<Raw>(i + 1);
-        expected.push_back(static_cast<typename TypeParam::Output>(i + 1));
+        *sample = static_cast<Raw>(value);
+        expected.push_back(static_cast<typename TypeParam::Output>(value));
       }
       const auto params = paramsOf<TypeParam>(typeCodeOf<Raw>(), source, output.data(), count, stride, 1, 0);
       TypeParam::kernel(&params);
