@@ -194,12 +194,12 @@ def enough_faults(families, exports):
 
 
 def all_caught(laboratory, families, jobs):
-    """Those that are observable, and no other. Prints the survivors, and a line for each family."""
+    """Those that are observable, and no other. Prints the survivors, and a line for each family and for all."""
     tests = {what: test for faults in families.values() for fault in faults for what, test in laboratory.tests_of(fault).items()}
     for what, test in tests.items():
         if laboratory.fails(laboratory.unmodified, test):
             raise Mistake(f"tests fail without a fault: {what}")
-    wrong = 0
+    wrong = all_of_caught = all_of_planted = 0
     with ThreadPoolExecutor(jobs) as pool:
         for family, faults in families.items():
             caught = planted = 0
@@ -213,8 +213,10 @@ def all_caught(laboratory, families, jobs):
                     print(f"{fault.place}: is caught, and said to be unobservable: {fault.title}", flush=True)
                     wrong += 1
             print(f"{family:<10} {caught}/{planted}", flush=True)
-            wrong += planted - caught
-    return wrong == 0
+            all_of_caught += caught
+            all_of_planted += planted
+    print(f"{'all':<10} {all_of_caught}/{all_of_planted} faults caught", flush=True)
+    return wrong == 0 and all_of_caught == all_of_planted
 
 
 def main():
