@@ -37,7 +37,7 @@ done
 # The pkg-config files name the right folders whatever the library folder is: one or two below the prefix, or elsewhere.
 for layout in lib lib/x86_64-linux-gnu /opt/kxcalc/lib; do
   folder=$work/layout/${layout//\//-}
-  cmake -S "$here/../.." -B "$folder/build" -G Ninja -DBUILD_TESTING=OFF -DCMAKE_C_COMPILER="$cc" -DCMAKE_CXX_COMPILER="$cxx" \
+  cmake -S "$here/../.." -B "$folder/build" -DBUILD_TESTING=OFF -DCMAKE_C_COMPILER="$cc" -DCMAKE_CXX_COMPILER="$cxx" \
     -DCMAKE_INSTALL_PREFIX=/usr -DCMAKE_INSTALL_LIBDIR="$layout" >/dev/null
   cp -P "$build"/libkxcalc-* "$folder/build"
   cp "$build/verify/kxverify" "$folder/build/verify"
