@@ -17,7 +17,6 @@ function(kxcalc_add_library variant)
   target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:kxcalc-isa-${variant}>)
   target_compile_options(${target} PRIVATE
     -fno-exceptions -fno-rtti -fno-threadsafe-statics # nothing of the C++ run-time library is needed
-    -fno-math-errno # square roots are an instruction alone: nothing of the platform's mathematics is called
     -fvisibility=hidden
     $<IF:$<CXX_COMPILER_ID:GNU>,-Wmissing-declarations,-Wmissing-prototypes>) # for what the header does not declare
   target_compile_definitions(${target} PRIVATE KXCALC_BUILDING)

@@ -5,9 +5,38 @@
 // blocks of double-word arithmetic", ACM TOMS 44, 2017. Everything can run at compile time, where tables are made.
 #pragma once
 
+#include <cmath>
+
 #include "frame/lanes.hpp"
 
 namespace kxcalc {
+
+namespace detail {
+
+KXCALC_INLINE double magnitude(double v) {
+  return std::abs(v);
+}
+KXCALC_INLINE f64x2 magnitude(f64x2 v) {
+  return bitsAs<f64x2>(bitsAs<i64x2>(v) & INT64_MAX);
+}
+/// A magnitude with the sign of v.
+KXCALC_INLINE double withSignOf(double magnitude, double v) {
+  return std::copysign(magnitude, v);
+}
+KXCALC_INLINE f64x2 withSignOf(f64x2 magnitude, f64x2 v) {
+  return bitsAs<f64x2>(bitsAs<i64x2>(magnitude) | (bitsAs<i64x2>(v) & INT64_MIN));
+}
+
+/// Whether the sign bit is set, of -0 too.
+KXCALC_INLINE bool isNegative(double v) {
+  return std::signbit(v);
+}
+KXCALC_INLINE i64x2 isNegative(f64x2 v) {
+  const i32x4 signs = bitsAs<i32x4>(v) >> 31;
+  return bitsAs<i64x2>(__builtin_shufflevector(signs, signs, 1, 1, 3, 3));
+}
+
+}  // namespace detail
 
 /// high is the sum rounded to double: of one number, or of each lane.
 template <class V>
@@ -58,11 +87,11 @@ KXCALC_INLINE constexpr DoubleDouble operator*(DoubleDouble a, DoubleDouble b) {
   return orderedSum(product.high, product.low + (a.high * b.low + a.low * b.high));
 }
 
-/// Within 4 u^2 of the quotient.
-KXCALC_INLINE constexpr DoubleDouble operator/(DoubleDouble a, double b) {
-  const double quotient = a.high / b;
-  const DoubleDouble product = exactProduct(quotient, b);
-  return orderedSum(quotient, ((a.high - product.high) - product.low + a.low) / b);
+/// Within 10 u^2 of the quotient.
+KXCALC_INLINE constexpr DoubleDouble operator/(DoubleDouble a, DoubleDouble b) {
+  const double quotient = a.high / b.high;
+  const DoubleDouble rest = a + -(b * DoubleDouble{quotient, 0});
+  return orderedSum(quotient, rest.high / b.high);
 }
 
 }  // namespace kxcalc

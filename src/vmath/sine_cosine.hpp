@@ -24,11 +24,6 @@ struct SinesCosines {
 
 namespace detail {
 
-/// Lanes without their signs.
-KXCALC_INLINE f64x2 magnitude(f64x2 v) {
-  return bitsAs<f64x2>(bitsAs<i64x2>(v) & INT64_MAX);
-}
-
 /// Of the angles that the quick way's first step can take.
 inline constexpr double moderateAngle = 0x1p17;
 

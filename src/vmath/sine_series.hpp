@@ -15,7 +15,7 @@ struct InverseFactorials {
   constexpr InverseFactorials() : of{} {
     of[0] = {1, 0};
     for (int n = 1; n < 2 * seriesLength; ++n) {
-      of[n] = of[n - 1] / n;
+      of[n] = of[n - 1] / DoubleDouble{static_cast<double>(n), 0};
     }
   }
 };
