@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "reference/correctly_rounded.hpp"
 #include "reference/truncation.hpp"
 
 namespace reference {
@@ -42,7 +43,7 @@ inline void kxcalcPowerPandQsum(const float* voltage, const float* current, int3
 
 /// From 0 on. The first element of a bin is the ordinate.
 inline float degreesOfBin(const float* bin) {
-  const double radians = std::atan2(static_cast<double>(bin[0]), static_cast<double>(bin[1]));
+  const double radians = correctArctangent2(bin[0], bin[1]);
   const auto degrees = static_cast<float>(radians * 57.2957763671875);
   return 0 > degrees ? degrees + 360.0F : degrees;
 }
