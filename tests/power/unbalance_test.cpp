@@ -259,6 +259,13 @@ TEST(PowerUnbalance, TheTailRoundsAnglesToSingleAndTheRestInDouble) {
                                         0x1.f55f44p4F, 0x1.179ed4p8F}));
 }
 
+// What is left of a balanced system's zero sequence is rounding errors: a sine that is one unit of its last place off shows.
+TEST(PowerUnbalance, TheTailsSinesAndCosinesAreCorrectlyRounded) {
+  EXPECT_TRUE(support::sameBits(resultsOf({{{230, 230, 230}, {-82.0500031F, 37.9499969F, 157.949997F}}}),
+                                Results{0x1.7936fp-23F, 230, 0x1.3cee1ep-18F, 0x1.139768p-19F, 0x1.48034p-24F,
+                                        0x1.139768p-19F, 0x1.48034p-24F}));
+}
+
 TEST(PowerUnbalance, PhasesAreAddedFromTheFirstToTheThird) {
   // 3 is swallowed by the second phase, unless the third takes that away first.
   for (const float angle : {0.0F, 90.0F}) {
