@@ -36,7 +36,8 @@ constexpr double degreesPerRadian = 57.2957763671875;  // 180/pi as a single: ke
 /// numbers, so the quick arctangent is enough where both ends of what it may be off by, 2^-47 with the product's roundings,
 /// give the same single: all but one of some millions.
 KXCALC_INLINE f32x4 anglesOf(f32x4 bins1, f32x4 bins2) {
-  const f32x4 y = __builtin_shufflevector(bins1, bins2, 0, 2, 4, 6), x = __builtin_shufflevector(bins1, bins2, 1, 3, 5, 7);
+  const f32x4 y = __builtin_shufflevector(bins1, bins2, 0, 2, 4, 6),
+              x = __builtin_shufflevector(bins1, bins2, 1, 3, 5, 7);
   const f64x2 low = quickArctangent2(widenLow(y), widenLow(x)) * degreesPerRadian;
   const f64x2 high = quickArctangent2(widenHigh(y), widenHigh(x)) * degreesPerRadian;
   f32x4 degrees = toSingles(low * (1 - 0x1p-47), high * (1 - 0x1p-47));

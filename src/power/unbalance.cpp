@@ -72,8 +72,7 @@ KXCALC_INLINE auto squaredLengths(const PowerUnbalanceArgs& args, At at) {
   const auto magnitude2 = at.load(args.magnitudeL2), angle2 = at.load(args.angleL2);
   const auto magnitude3 = at.load(args.magnitudeL3), angle3 = at.load(args.angleL3);
   const auto squared = [&](Rotation rotation) {
-    const auto [phase2, phase3] =
-        phasors(magnitude2, angle2 + rotation.phase2, magnitude3, angle3 + rotation.phase3);
+    const auto [phase2, phase3] = phasors(magnitude2, angle2 + rotation.phase2, magnitude3, angle3 + rotation.phase3);
     return (phase1 + phase2 + phase3).squaredLength();
   };
   return Sequences<decltype(phase1.real)>{squared(zeroSequence), squared(positiveSequence), squared(negativeSequence)};

@@ -66,14 +66,16 @@ KXCALC_INLINE Steps<double> inStepsOfAny(double angle) {
   // The fraction of a step, in three doubles of 53 bits that do not overlap.
   uint64_t words64[limbs / 2 + 1]{};
   for (int i = 0; i < limbs / 2; ++i) {
-    words64[i] = (static_cast<uint64_t>(product[2 * i]) << 32 | product[2 * i + 1]) ^ (0 - static_cast<uint64_t>(above));
+    words64[i] =
+        (static_cast<uint64_t>(product[2 * i]) << 32 | product[2 * i + 1]) ^ (0 - static_cast<uint64_t>(above));
   }
   double parts[3];
   double weight = 0x1p-53;
   for (int i = 0; i < 3; ++i) {
     const int from = stepBits + 53 * i, shift64 = from % 64;  // never 0
     const uint64_t* const pair = words64 + from / 64;
-    parts[i] = static_cast<double>(static_cast<int64_t>((pair[0] << shift64 | pair[1] >> (64 - shift64)) >> 11)) * weight;
+    parts[i] =
+        static_cast<double>(static_cast<int64_t>((pair[0] << shift64 | pair[1] >> (64 - shift64)) >> 11)) * weight;
     weight *= 0x1p-53;
   }
   const DoubleDouble leading = orderedSum(parts[0], parts[1]);

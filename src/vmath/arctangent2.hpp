@@ -10,7 +10,8 @@
 namespace kxcalc {
 namespace detail {
 
-inline constexpr double quarterOfPi = 0x1.921fb54442d18p-1, halfOfPi = 0x1.921fb54442d18p+0, wholePi = 0x1.921fb54442d18p+1;
+inline constexpr double quarterOfPi = 0x1.921fb54442d18p-1, halfOfPi = 0x1.921fb54442d18p+0,
+                        wholePi = 0x1.921fb54442d18p+1;
 
 /// Of lower / upper, from 0 on and lower not above upper. 0 of two zeros.
 ///

@@ -261,9 +261,9 @@ TEST(PowerUnbalance, TheTailRoundsAnglesToSingleAndTheRestInDouble) {
 
 // What is left of a balanced system's zero sequence is rounding errors: a sine that is one unit of its last place off shows.
 TEST(PowerUnbalance, TheTailsSinesAndCosinesAreCorrectlyRounded) {
-  EXPECT_TRUE(support::sameBits(resultsOf({{{230, 230, 230}, {-82.0500031F, 37.9499969F, 157.949997F}}}),
-                                Results{0x1.7936fp-23F, 230, 0x1.3cee1ep-18F, 0x1.139768p-19F, 0x1.48034p-24F,
-                                        0x1.139768p-19F, 0x1.48034p-24F}));
+  EXPECT_TRUE(support::sameBits(
+      resultsOf({{{230, 230, 230}, {-82.0500031F, 37.9499969F, 157.949997F}}}),
+      Results{0x1.7936fp-23F, 230, 0x1.3cee1ep-18F, 0x1.139768p-19F, 0x1.48034p-24F, 0x1.139768p-19F, 0x1.48034p-24F}));
 }
 
 TEST(PowerUnbalance, PhasesAreAddedFromTheFirstToTheThird) {

@@ -34,14 +34,14 @@ testing::AssertionResult sinesAreCorrect(float first, float second) {
     const auto series = [x](uint32_t quarterTurns) {
       return kxcalc::detail::sineBySeries(std::abs(static_cast<double>(x)), quarterTurns);
     };
-    const bool isCorrect = support::isSame(own.sines[lane], sine, support::NanRule::anyNan) &&
-                           support::isSame(own.cosines[lane], cosine, support::NanRule::anyNan) &&
-                           support::isSame(kxcalc::sineInSingle(x), static_cast<float>(sine), support::NanRule::anyNan) &&
-                           support::isSame(std::copysign(1.0, static_cast<double>(x)) * series(0), sine,
-                                           support::NanRule::anyNan) &&
-                           support::isSame(series(1), cosine, support::NanRule::anyNan) &&
-                           support::isSame(reference::correctSine(x), sine, support::NanRule::anyNan) &&
-                           support::isSame(reference::correctCosine(x), cosine, support::NanRule::anyNan);
+    const bool isCorrect =
+        support::isSame(own.sines[lane], sine, support::NanRule::anyNan) &&
+        support::isSame(own.cosines[lane], cosine, support::NanRule::anyNan) &&
+        support::isSame(kxcalc::sineInSingle(x), static_cast<float>(sine), support::NanRule::anyNan) &&
+        support::isSame(std::copysign(1.0, static_cast<double>(x)) * series(0), sine, support::NanRule::anyNan) &&
+        support::isSame(series(1), cosine, support::NanRule::anyNan) &&
+        support::isSame(reference::correctSine(x), sine, support::NanRule::anyNan) &&
+        support::isSame(reference::correctCosine(x), cosine, support::NanRule::anyNan);
     if (!isCorrect) {
       return testing::AssertionFailure() << support::describe(x) << ", lane " << lane;
     }
@@ -97,8 +97,8 @@ testing::AssertionResult arctangentIsCorrect(float y, float x) {
   }
   // The quick one is within its bound, or a NaN.
   const double quick = kxcalc::quickArctangent2(static_cast<double>(y), static_cast<double>(x));
-  const kxcalc::f64x2 lanes = kxcalc::quickArctangent2(kxcalc::f64x2{1, static_cast<double>(y)},
-                                                       kxcalc::f64x2{1, static_cast<double>(x)});
+  const kxcalc::f64x2 lanes =
+      kxcalc::quickArctangent2(kxcalc::f64x2{1, static_cast<double>(y)}, kxcalc::f64x2{1, static_cast<double>(x)});
   if (std::abs(quick - truth) > std::abs(truth) * 0x1p-48) {
     return testing::AssertionFailure() << "quick: " << support::describe(y) << ", " << support::describe(x);
   }
@@ -127,8 +127,11 @@ TEST(CorrectRounding, ArctangentsOfOrdinaryPoints) {
 }
 
 TEST(CorrectRounding, ArctangentsOfSmallWholeNumbersAndSpecials) {
-  std::vector<float> numbers{0.0F, std::numeric_limits<float>::infinity(), std::numeric_limits<float>::quiet_NaN(),
-                             std::numeric_limits<float>::denorm_min(), std::numeric_limits<float>::min(),
+  std::vector<float> numbers{0.0F,
+                             std::numeric_limits<float>::infinity(),
+                             std::numeric_limits<float>::quiet_NaN(),
+                             std::numeric_limits<float>::denorm_min(),
+                             std::numeric_limits<float>::min(),
                              std::numeric_limits<float>::max()};
   for (int i = 1; i <= 40; ++i) {
     numbers.push_back(static_cast<float>(i));
@@ -166,7 +169,8 @@ TEST(CorrectRounding, FlickerClassesAndLogarithmsOverAllExponents) {
   for (uint32_t pattern = 1; pattern <= 0x7F800000; pattern += 65537) {
     const auto value = std::bit_cast<float>(pattern);
     ASSERT_EQ(kxcalc::flickerClasses.of(value), trueClass(value)) << value;
-    ASSERT_EQ(reference::correctDecimalLogarithm(value), vmath::correct(mpfr_log10, static_cast<double>(value))) << value;
+    ASSERT_EQ(reference::correctDecimalLogarithm(value), vmath::correct(mpfr_log10, static_cast<double>(value)))
+        << value;
   }
 }
 

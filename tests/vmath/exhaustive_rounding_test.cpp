@@ -1,18 +1,19 @@
 // Every single there is, through the library's own functions in double, held against MPFR. Minutes, not seconds.
 #include <gtest/gtest.h>
 
-#include <array>
 #include <atomic>
 #include <bit>
 #include <cmath>
 #include <cstdint>
 #include <limits>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "power/flicker_classes.hpp"
 #include "reference/correctly_rounded.hpp"
 #include "support/bits.hpp"
+#include "vmath/arctangent2.hpp"
 #include "vmath/mpfr.hpp"
 #include "vmath/sine_cosine.hpp"
 
@@ -20,20 +21,20 @@ namespace {
 
 using reference::Precise;
 
-constexpr uint32_t threadCount = 2;
 constexpr uint32_t blockSize = 4096;  // singles of one exponent
 constexpr uint32_t infinity = 0x7F800000;
 
-/// Sine and cosine of an angle to about 106 bits.
+/// Sine and cosine of an angle, or of a quotient of doubles, to about 106 bits.
 struct Rotation {
   Precise sine = 0;
   Precise cosine = 0;
 
   Rotation() = default;
-  explicit Rotation(double angle) {
-    thread_local vmath::Multiple argument(53);
+  explicit Rotation(double angle, double divisor = 1) {
+    thread_local vmath::Multiple argument(300);
     thread_local vmath::Multiple value(160);
     argument = angle;
+    mpfr_div_d(argument.get(), argument.get(), divisor, MPFR_RNDN);
     mpfr_sin(value.get(), argument.get(), MPFR_RNDN);
     sine = precise(value);
     mpfr_cos(value.get(), argument.get(), MPFR_RNDN);
@@ -92,8 +93,8 @@ TEST(EverySingleCorrectlyRounded, SineAndCosine) {
     for (uint32_t exponent = next++; exponent < exponents && wrong == infinity; exponent = next++) {
       const uint32_t start = exponent << 23;
       std::vector<Rotation> multiples(blockSize);
-      const double distance = static_cast<double>(std::bit_cast<float>(start + 1)) -
-                              static_cast<double>(std::bit_cast<float>(start));
+      const double distance =
+          static_cast<double>(std::bit_cast<float>(start + 1)) - static_cast<double>(std::bit_cast<float>(start));
       for (uint32_t i = 0; i < blockSize; ++i) {
         multiples[i] = Rotation(distance * i);
       }
@@ -109,6 +110,84 @@ TEST(EverySingleCorrectlyRounded, SineAndCosine) {
   run();
   other.join();
   EXPECT_EQ(wrong, infinity) << "in the block of " << std::bit_cast<float>(wrong.load());
+}
+
+constexpr double degreesPerRadian = 57.2957763671875;  // of harmonic angles
+
+/// A point whose angle in degrees may round either way: p and q below 2^24, and p / q of a tangent.
+struct Point {
+  float y;
+  float x;
+};
+
+/// Whether there is one within 2^-49 of a tangent, turned to between 1 and 2. By A. M. Legendre, p / q is then a convergent of its continued fraction,
+/// and the last one with such a denominator: |t - p / q| < 2^-49 < 1 / (2 q^2).
+bool pointAt(Precise tangent, Point* point) {
+  const int exponent = std::ilogb(tangent.high);
+  const double high = std::ldexp(tangent.high, 62 - exponent);
+  const auto whole = static_cast<int64_t>(high);
+  const int64_t numerator = whole + static_cast<int64_t>(std::ldexp(tangent.low, 62 - exponent));
+  uint64_t a = static_cast<uint64_t>(numerator);
+  uint64_t b = uint64_t{1} << 62;
+  uint64_t p = 1;
+  uint64_t q = 0;
+  uint64_t pBefore = 0;
+  uint64_t qBefore = 1;
+  while (b != 0) {
+    const uint64_t digit = a / b;
+    if (digit >= 1 << 24 || digit * q + qBefore >= 1 << 24) {
+      break;
+    }
+    pBefore = std::exchange(p, digit * p + pBefore);
+    qBefore = std::exchange(q, digit * q + qBefore);
+    a = std::exchange(b, a - digit * b);
+  }
+  // Of the quotient's significant bits 24 at most are the numerator's.
+  const double distance = (static_cast<double>(p) - static_cast<double>(q)) * 0x1p62 -
+                          static_cast<double>(q) * static_cast<double>(numerator - (int64_t{1} << 62));
+  const auto single = static_cast<float>(p);
+  const bool isNear = std::abs(distance) < static_cast<double>(q) * 0x1p13;
+  *point = {single, static_cast<float>(std::ldexp(static_cast<double>(q), -exponent))};
+  return isNear && static_cast<uint64_t>(single) == p;
+}
+
+/// Angles up to 60 degrees: at each border between two singles, the points that lie so close to it that the arctangent's last
+/// bits decide. No other point feels them: the roundings of the arctangent and of its product, 2^-52 of the angle, are up to
+/// 4.9 times as much of its tangent.
+TEST(EverySingleCorrectlyRounded, ArctangentOfEveryPointNextToABorder) {
+  constexpr uint32_t first = 0x31800000;  // 2^-28: below, the angle is the tangent but for less than its last bit
+  constexpr uint32_t end = 0x42700000;
+  std::atomic<uint32_t> next = first;
+  std::atomic<uint64_t> points = 0;
+  std::atomic<uint64_t> wrong = 0;
+  const auto run = [&] {
+    uint32_t tableOf = 0;
+    std::vector<Rotation> multiples(blockSize);
+    for (uint32_t start = next.fetch_add(blockSize); start < end; start = next.fetch_add(blockSize)) {
+      const auto single = static_cast<double>(std::bit_cast<float>(start));
+      const double distance = static_cast<double>(std::bit_cast<float>(start + 1)) - single;
+      for (uint32_t i = 0; i < blockSize && tableOf != start >> 23; ++i) {
+        multiples[i] = Rotation(distance * i, degreesPerRadian);
+      }
+      tableOf = start >> 23;
+      const Rotation base(single + distance / 2, degreesPerRadian);
+      for (const Rotation& turn : multiples) {
+        Point point{};
+        if (pointAt((base.sine * turn.cosine + base.cosine * turn.sine) /
+                        (base.cosine * turn.cosine - base.sine * turn.sine),
+                    &point)) {
+          ++points;
+          wrong += kxcalc::arctangent2(point.y, point.x) !=
+                   vmath::correctArctangent2(static_cast<double>(point.y), static_cast<double>(point.x));
+        }
+      }
+    }
+  };
+  std::thread other(run);
+  run();
+  other.join();
+  EXPECT_EQ(wrong, 0U);
+  EXPECT_GT(points, 1000000U);
 }
 
 /// By the rule, with the logarithm of MPFR.
