@@ -161,10 +161,11 @@ void kxcalcPowerUnbalanceExercise(const Functions& functions, Digest& digest) {
     digest.add(results);
   }
   // Balanced systems: what their sums leave of three phasors feels the last bit of each sine and cosine.
-  for (int round = 0; round < 200; ++round) {
+  constexpr std::array<float, 3> turns{-82.0500031F, -130.690506F, -94.6736145F};  // these above all
+  for (std::size_t round = 0; round < 200; ++round) {
     Buffer<float> magnitudes(1), angles(3), results(7);
     magnitudes[0] = 230;
-    const float turn = round == 0 ? -82.0500031F : static_cast<float>(source.unit() * 180);
+    const float turn = round < turns.size() ? turns[round] : static_cast<float>(source.unit() * 180);
     for (std::size_t phase = 0; phase < 3; ++phase) {
       angles[phase] = turn + 120 * static_cast<float>(phase);
     }
