@@ -360,6 +360,7 @@ TEST(PowerAngles, DegreesAreRoundedFromTheCorrectArctangentInDouble) {
   EXPECT_EQ(angleOfBin(2819823, -4488960), -0x1.27ba7ep+7F);
   EXPECT_EQ(angleOfBin(7977621, 447744), -0x1.5b268cp+6F);
   EXPECT_EQ(angleOfBin(411568, 6286586), -0x1.df7244p+1F);
+  EXPECT_EQ(angleOfBin(4179680, -5206549), -0x1.1a7ca2p+7F);
 }
 
 TEST(PowerAngles, AnglesBelowZeroAreTakenFromZeroTo360) {

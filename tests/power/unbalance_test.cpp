@@ -271,6 +271,10 @@ TEST(PowerUnbalance, TheTailsSinesAndCosinesAreCorrectlyRounded) {
   EXPECT_TRUE(support::sameBits(resultsOf({{{230, 230, 230}, {-94.6736145F, 25.3263855F, 145.326385F}}}),
                                 Results{0x1.7936ecp-23F, 230, 0x1.3cee1ep-18F, 0x1.139768p-19F, 0x1.48033cp-24F,
                                         0x1.139768p-19F, 0x1.48033cp-24F}));
+  // And one that feels what an angle's reduction leaves below its last place.
+  EXPECT_TRUE(support::sameBits(
+      resultsOf({{{230, 230, 230}, {-175.975235F, -55.975235F, 64.024765F}}}),
+      Results{0x1.7936fp-23F, 230, 0x1.0d9c46p-15F, 0x1.d4e34p-17F, 0x1.48034p-24F, 0x1.d4e34p-17F, 0x1.48034p-24F}));
 }
 
 TEST(PowerUnbalance, PhasesAreAddedFromTheFirstToTheThird) {

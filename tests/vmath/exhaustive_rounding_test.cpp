@@ -120,8 +120,8 @@ struct Point {
   float x;
 };
 
-/// Whether there is one within 2^-49 of a tangent, turned to between 1 and 2. By A. M. Legendre, p / q is then a convergent of its continued fraction,
-/// and the last one with such a denominator: |t - p / q| < 2^-49 < 1 / (2 q^2).
+/// Whether there is one within 2^-49 of a tangent, turned to between 1 and 2. By A. M. Legendre, p / q is then a convergent of
+/// its continued fraction, and the last one with such a denominator: |t - p / q| < 2^-49 < 1 / (2 q^2).
 bool pointAt(Precise tangent, Point* point) {
   const int exponent = std::ilogb(tangent.high);
   const double high = std::ldexp(tangent.high, 62 - exponent);

@@ -128,15 +128,15 @@ void kxcalcPowerAnglesExercise(const Functions& functions, Digest& digest) {
     digest.add(angles);
   }
   // Bins whose degrees in single are others if the arctangent in double is off by one in the last place.
-  constexpr std::array<float, 18> hard{0,       1,        1750307,  -3658496, 4881615,  2993152,
-                                       -537094, -599756,  -2797386, 4888404,  -7777567, -6980938,
-                                       2819823, -4488960, 7977621,  447744,   411568,   6286586};
+  constexpr std::array<float, 20> hard{0,       1,        1750307, -3658496, 4881615,  2993152, -537094,
+                                       -599756, -2797386, 4888404, -7777567, -6980938, 2819823, -4488960,
+                                       7977621, 447744,   411568,  6286586,  4179680,  -5206549};
   Buffer<float> bins(hard.size() + 2);
   for (std::size_t k = 0; k < hard.size(); ++k) {
     bins[k] = hard[k];
   }
-  Buffer<float> angles(9);
-  functions.kxcalcPowerAngles(bins.data(), angles.data(), 8, 0, 1);
+  Buffer<float> angles(10);
+  functions.kxcalcPowerAngles(bins.data(), angles.data(), 9, 0, 1);
   digest.add(angles);
 }
 
@@ -161,7 +161,7 @@ void kxcalcPowerUnbalanceExercise(const Functions& functions, Digest& digest) {
     digest.add(results);
   }
   // Balanced systems: what their sums leave of three phasors feels the last bit of each sine and cosine.
-  constexpr std::array<float, 3> turns{-82.0500031F, -130.690506F, -94.6736145F};  // these above all
+  constexpr std::array<float, 4> turns{-82.0500031F, -130.690506F, -94.6736145F, -175.975235F};  // these above all
   for (std::size_t round = 0; round < 200; ++round) {
     Buffer<float> magnitudes(1), angles(3), results(7);
     magnitudes[0] = 230;
