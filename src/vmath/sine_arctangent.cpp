@@ -1,15 +1,8 @@
 // Sine and arctangent of a block of singles.
 //
 // From 4 elements on, each is the packed function of itself; what is left after whole vectors is the end of one more
-<<<<<<< HEAD
-// vector that overlaps them. Up to 3 elements both kernels, the arctangent too, give the platform's sine in double,
-// rounded to single: a block too short for a vector has this one rule in both.
-#include <cmath>
-
-=======
 // vector that overlaps them. Up to 3 elements both kernels, the arctangent too, give the sine, correctly rounded to double
-// and then to single.
->>>>>>> k1
+// and then to single: a block too short for a vector has this one rule in both.
 #include "kxcalc.h"
 #include "vmath/sine_cosine.hpp"
 #include "vmath/transcendentals.hpp"
