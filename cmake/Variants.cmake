@@ -39,7 +39,7 @@ if(NOT DEFINED KXCALC_PROCESSOR_RUNS)
   if(NOT CMAKE_CROSSCOMPILING OR CMAKE_CROSSCOMPILING_EMULATOR)
     try_run(probe_result probe_compiled ${PROJECT_BINARY_DIR}/probe
       ${CMAKE_CURRENT_LIST_DIR}/processor_probe.cpp
-      CMAKE_FLAGS -DINCLUDE_DIRECTORIES=${PROJECT_SOURCE_DIR}/functions -DCMAKE_CXX_STANDARD=20
+      CMAKE_FLAGS -DINCLUDE_DIRECTORIES=${PROJECT_SOURCE_DIR} -DCMAKE_CXX_STANDARD=20
       COMPILE_OUTPUT_VARIABLE probe_log RUN_OUTPUT_VARIABLE probe_output)
     if(NOT probe_compiled OR NOT probe_result EQUAL 0)
       message(FATAL_ERROR "The processor cannot be asked what it runs: ${probe_log} ${probe_output}")
