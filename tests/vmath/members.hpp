@@ -183,7 +183,7 @@ testing::AssertionResult widerVectorsEqualTheNarrow() {
       std::copy_n(patterns.begin() + group, 4, four.begin());
       const f32x4 expected = Member::packed(lanesOf(four));
       for (std::size_t lane = 0; lane < 4; ++lane) {
-        const auto result = support::sameResult(float{together[group + lane]}, float{expected[lane]});
+        testing::AssertionResult result = support::sameResult(float{together[group + lane]}, float{expected[lane]});
         if (!result) {
           return result << "; lane " << group + lane << " of " << bytes << " bytes";
         }
