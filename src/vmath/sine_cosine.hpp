@@ -5,7 +5,7 @@
 // elementary functions and their error analysis", 1991) and short polynomials beyond it, and knows its error. Where that
 // leaves two doubles to choose from, about once in 2,900 values, a series of 100 bits decides (A. Ziv, "Fast evaluation
 // of elementary mathematical functions with correctly rounded last bit", ACM TOMS 17, 1991). That 100 bits are enough holds
-// by trial: of all singles, the sine or cosine that is hardest to round lies 2^-85.4 of itself from where the rounding
+// by trial: of all singles, the sine or cosine that is hardest to round lies 2^-84.7 of itself from where the rounding
 // changes.
 #pragma once
 

@@ -361,6 +361,8 @@ TEST(PowerAngles, DegreesAreRoundedFromTheCorrectArctangentInDouble) {
   EXPECT_EQ(angleOfBin(7977621, 447744), -0x1.5b268cp+6F);
   EXPECT_EQ(angleOfBin(411568, 6286586), -0x1.df7244p+1F);
   EXPECT_EQ(angleOfBin(4179680, -5206549), -0x1.1a7ca2p+7F);
+  EXPECT_EQ(angleOfBin(2799360, 8126209), -0x1.302118p+4F);
+  EXPECT_EQ(angleOfBin(1882702, 7876607), -0x1.ae2c04p+3F);
 }
 
 TEST(PowerAngles, AnglesBelowZeroAreTakenFromZeroTo360) {
