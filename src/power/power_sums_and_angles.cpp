@@ -1,7 +1,7 @@
 // Active and reactive power of a voltage and a current spectrum, and the angles of harmonics.
 #include <algorithm>
 
-#include "frame/lanes.hpp"
+#include "frame/conversions.hpp"
 #include "kxcalc.h"
 #include "vmath/arctangent2.hpp"
 
@@ -72,27 +72,7 @@ KXCALC_INLINE f32x4 wrapped(f32x4 phase) {
   return x > 180.0F ? x - 360.0F : x;
 }
 
-<<<<<<< HEAD
-/// The negated phase, brought near the range -180 to 180 by these tests in this order. A phase above 360 loses its whole
-/// turns and is not negated: 10 gives -10, 370 gives 10.
-KXCALC_INLINE float wrapped(float phase) {
-  float x = -phase;
-  if (phase > 360) {
-    x = -withoutTurns(x);
-  }
-  if (-180 > x) {
-    x = x + 360;
-  }
-  if (x > 360) {
-    x = withoutTurns(x);
-  }
-  return x > 180 ? x - 360 : x;
-}
-
-/// Between the two bins around the order's position, referred to a phase that grows with the order. From one bin to the
-=======
 /// Between the two bins around each order's position, referred to a phase that grows with the order. From one bin to the
->>>>>>> k1
 /// next the angle grows, by up to 360 degrees; equal angles count as 360.
 KXCALC_INLINE f32x4 anglesOfOrders(const float* spectrum, f32x4 orders, float phasePerOrder, float binsPerOrder) {
   const f32x4 position = orders * binsPerOrder;

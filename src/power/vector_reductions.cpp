@@ -34,21 +34,8 @@ KXCALC_INLINE float wrappedSum(const float* ring, uint32_t length, uint32_t star
   return sum;
 }
 
-KXCALC_INLINE float toSingle(double value) {
-  return static_cast<float>(value);
-}
-KXCALC_INLINE f32x4 toSingle(Pack<4>::Twin<double> values) {
-  return toSingles(values.low, values.high);
-}
-KXCALC_INLINE double times(double value, double scale) {
-  return scale * value;
-}
-KXCALC_INLINE Pack<4>::Twin<double> times(Pack<4>::Twin<double> values, double scale) {
-  return {scale * values.low, scale * values.high};
-}
-
 KXCALC_INLINE void scaleAll(const double* input, float* output, size_t count, double scale) {
-  walkElements<4>(headLength(input), count, [=](auto at) { at.store(output, toSingle(times(at.load(input), scale))); });
+  walkElements<4>(input, count, [=](auto at) { at.store(output, toSingles(scale * at.load(input))); });
 }
 
 /// The same, with the sum of the magnitudes of the singles, in ascending order.
