@@ -1,14 +1,12 @@
-# kxcalc_add_library(<instruction set> [COMPILE_OPTIONS ...] [DEFINITIONS ...])
+# kxcalc_add_library(<instruction set> [COMPILE_OPTIONS ...])
 # adds the shared library kxcalc-<instruction set> (target kxcalc::<instruction set>) from all sources under src/.
 file(GLOB KXCALC_SOURCES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/src/*/*.cpp)
-set(KXCALC_VARIANTS "")
 
 function(kxcalc_add_library variant)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "COMPILE_OPTIONS;DEFINITIONS")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "COMPILE_OPTIONS")
   # The instruction set, on its own: what the tests of the internal lane kit are compiled with too.
   add_library(kxcalc-isa-${variant} INTERFACE)
   target_compile_options(kxcalc-isa-${variant} INTERFACE ${arg_COMPILE_OPTIONS})
-  target_compile_definitions(kxcalc-isa-${variant} INTERFACE ${arg_DEFINITIONS})
 
   set(target kxcalc-${variant})
   add_library(${target} SHARED ${KXCALC_SOURCES})
@@ -33,7 +31,6 @@ function(kxcalc_add_library variant)
     # The file is kxcalc-<instruction set>.dll everywhere. The platform's start-up code calls the load hook.
     set_target_properties(${target} PROPERTIES PREFIX "" SOVERSION "" VERSION "")
     target_link_options(${target} PRIVATE -static-libgcc -static-libstdc++)
-    set(KXCALC_VARIANTS ${KXCALC_VARIANTS} ${variant} PARENT_SCOPE)
     return()
   endif()
   target_link_options(${target} PRIVATE LINKER:--as-needed) # drops the C++ run-time library, which nothing refers to
@@ -42,5 +39,4 @@ function(kxcalc_add_library variant)
       LINKER:-z,defs # an undefined symbol fails the link, not the host that loads the library
       -nostartfiles) # nothing runs at load: the compiler's start-up files serve static constructors, and there are none
   endif()
-  set(KXCALC_VARIANTS ${KXCALC_VARIANTS} ${variant} PARENT_SCOPE)
 endfunction()

@@ -1,7 +1,7 @@
 // Active and reactive power of a voltage and a current spectrum, and the angles of harmonics.
 #include <cmath>
 
-#include "frame/lanes.hpp"
+#include "frame/conversions.hpp"
 #include "kxcalc.h"
 
 namespace kxcalc {

@@ -10,7 +10,7 @@
 #include <bit>
 #include <numbers>
 
-#include "frame/lanes.hpp"
+#include "frame/conversions.hpp"
 
 namespace kxcalc {
 namespace detail {
