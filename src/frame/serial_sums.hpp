@@ -47,24 +47,6 @@ struct Doubles {
   }
 };
 
-/// The halves of a pack.
-template <class X>
-KXCALC_INLINE auto lowPart(X x) {
-  if constexpr (detail::isTwin<X>) {
-    return x.low;
-  } else {
-    return lowHalf(x);
-  }
-}
-template <class X>
-KXCALC_INLINE auto highPart(X x) {
-  if constexpr (detail::isTwin<X>) {
-    return x.high;
-  } else {
-    return highHalf(x);
-  }
-}
-
 /// How far runs move an even sum, and how far an odd one: one run, or one a lane.
 template <class Integers>
 struct Moves {
@@ -97,7 +79,7 @@ KXCALC_INLINE JoinedRuns joinLanes(Moves<Integers> runs, Integers bitsOfOdd) {
     return {joinRuns<uint64_t>({runs.even[0], runs.odd[0]}, {runs.even[1], runs.odd[1]}), bitsOfOdd[0] | bitsOfOdd[1]};
   } else {
     const auto both = joinRuns<decltype(lowPart(runs.even))>({lowPart(runs.even), lowPart(runs.odd)},
-                                                              {highPart(runs.even), highPart(runs.odd)});
+                                                             {highPart(runs.even), highPart(runs.odd)});
     return joinLanes(both, eachVector([](auto a, auto b) KXCALC_INLINE_LAMBDA { return a | b; }, lowPart(bitsOfOdd),
                                       highPart(bitsOfOdd)));
   }

@@ -112,9 +112,9 @@ struct Energies {
     for (size_t bin = k; bin < k + length; bin += 2) {
       takeFourColumns(spectrum + 2 * bin, 2 * length,
                       [&](auto real, auto imag, auto nextReal, auto nextImag) KXCALC_INLINE_LAMBDA {
-        add(squared(toDoubles(real)) + squared(toDoubles(imag)));
-        add(squared(toDoubles(nextReal)) + squared(toDoubles(nextImag)));
-      });
+                        add(squared(toDoubles(real)) + squared(toDoubles(imag)));
+                        add(squared(toDoubles(nextReal)) + squared(toDoubles(nextImag)));
+                      });
     }
   }
 

@@ -58,9 +58,8 @@ struct ScaledMagnitudes {
       at.store(output, toSingles(scale * at.load(input)));
     });
     unrolled<length / 4>([&](size_t k) KXCALC_INLINE_LAMBDA {
-      takeFourColumns(output + i + 4 * k, length, [&](auto... columns) KXCALC_INLINE_LAMBDA {
-        (add(toDoubles(magnitudes(columns))), ...);
-      });
+      takeFourColumns(output + i + 4 * k, length,
+                      [&](auto... columns) KXCALC_INLINE_LAMBDA { (add(toDoubles(magnitudes(columns))), ...); });
     });
   }
 

@@ -1,6 +1,7 @@
 // Sum of squares and dot product: products of singles, exact in double, added in ascending order to one double that
 // starts at 0, each addition rounded. The result is that of the plain loop, bit for bit.
 #include "frame/serial_sums.hpp"
+
 #include "kxcalc.h"
 
 namespace kxcalc {
