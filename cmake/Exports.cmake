@@ -1,13 +1,13 @@
-# The registry (src/frame/exports.txt) is held against the public header here, at configure time, and turned into the linker's
+# The registry (functions/exports.inc) is held against the public header here, at configure time, and turned into the linker's
 # export list. Both files are configure dependencies, so a name in one and not in the other fails the next build.
-set(KXCALC_REGISTRY ${PROJECT_SOURCE_DIR}/src/frame/exports.txt)
+set(KXCALC_REGISTRY ${PROJECT_SOURCE_DIR}/functions/exports.inc)
 set(KXCALC_HEADER ${PROJECT_SOURCE_DIR}/include/kxcalc.h)
 set_property(DIRECTORY ${PROJECT_SOURCE_DIR} APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${KXCALC_REGISTRY} ${KXCALC_HEADER})
 
-file(STRINGS ${KXCALC_REGISTRY} registry_rows REGEX "^[^#]")
+file(STRINGS ${KXCALC_REGISTRY} registry_rows REGEX "^[^/]")
 set(KXCALC_EXPORTS "")
 foreach(row IN LISTS registry_rows)
-  if(NOT row MATCHES "^[a-z]+ +(kx[cC]alc[A-Za-z0-9_]+)$")
+  if(NOT row MATCHES "^KXCALC_EXPORT\\([a-z]+, (kx[cC]alc[A-Za-z0-9_]+)\\)$")
     message(FATAL_ERROR "${KXCALC_REGISTRY}: not a family and an export's name: ${row}")
   endif()
   list(APPEND KXCALC_EXPORTS ${CMAKE_MATCH_1})

@@ -5,8 +5,9 @@
 #include <iostream>
 #include <string>
 
-#include "commands/command.hpp"
-#include "library.hpp"
+#include "functions/library.hpp"
+#include "host/commands/command.hpp"
+#include "host/reports/floors.hpp"
 
 namespace {
 
@@ -67,7 +68,11 @@ int run(int argumentCount, char** arguments) {
     std::cerr << "kxhost: " << message << " (kxhost --help tells more)\n";
     return misused;
   }
-  const int code = chosen(kxhost::Library(libraryPath(library)));
+  const auto opened = kxcalc::Library::open(libraryPath(library));
+  if (!opened) {
+    throw std::runtime_error(opened.problem());
+  }
+  const int code = chosen(opened->functions());
   if (!std::cout.flush()) {
     throw std::runtime_error("standard output cannot be written");
   }

@@ -5,15 +5,15 @@
 namespace kxverify {
 
 // An export without an exercise fails the link.
-#define KXVERIFY_FUNCTION(name) void name##Exercise(const Functions&, Digest&);
-#include "functions.inc"
-#undef KXVERIFY_FUNCTION
+#define KXCALC_EXPORT(family, name) void name##Exercise(const Functions&, Digest&);
+#include "functions/exports.inc"
+#undef KXCALC_EXPORT
 
 std::span<const Exercise> exercises() {
   static constexpr std::array all{
-#define KXVERIFY_FUNCTION(name) Exercise{#name, &name##Exercise},
-#include "functions.inc"
-#undef KXVERIFY_FUNCTION
+#define KXCALC_EXPORT(family, name) Exercise{#name, &name##Exercise},
+#include "functions/exports.inc"
+#undef KXCALC_EXPORT
   };
   return all;
 }

@@ -4,9 +4,11 @@
 #include <span>
 
 #include "digest.hpp"
-#include "functions.hpp"
+#include "functions/functions.hpp"
 
 namespace kxverify {
+
+using kxcalc::Functions;
 
 struct Exercise {
   const char* name;  // of the export

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "exercises.hpp"
-#include "library.hpp"
+#include "functions/library.hpp"
 #include "manifest.hpp"
 
 namespace {
@@ -23,14 +23,14 @@ constexpr char usage[] =
     "       kxverify --print LIBRARY             writes LIBRARY's manifest to standard output\n"
     "Exit code: 0 if every function gives the published bits, 1 if not, 2 if the command line is wrong.\n";
 
-void print(const kxverify::Functions& functions) {
+void print(const kxcalc::Functions& functions) {
   std::puts("# SHA-256 of the results of every function on kxverify's input sets.");
   for (const kxverify::Exercise& exercise : kxverify::exercises()) {
     std::printf("%s  %s\n", hashOf(exercise, functions).c_str(), exercise.name);
   }
 }
 
-int compare(const kxverify::Functions& functions, const kxverify::Manifest& manifest, const char* library) {
+int compare(const kxcalc::Functions& functions, const kxverify::Manifest& manifest, const char* library) {
   int equal = 0;
   int total = 0;
   for (const kxverify::Exercise& exercise : kxverify::exercises()) {
@@ -49,6 +49,17 @@ int compare(const kxverify::Functions& functions, const kxverify::Manifest& mani
   return equal == total ? 0 : differs;
 }
 
+/// The functions of a library file. It stays open until the program ends.
+kxcalc::Functions openLibrary(const std::string& file) {
+  // Without a slash the loader would look in the system's folders instead of this one.
+  static const auto library =
+      kxcalc::Library::open(file.find_first_of("/\\") == std::string::npos ? "./" + file : file);
+  if (!library) {
+    throw std::runtime_error(library.problem());
+  }
+  return library->functions();
+}
+
 int run(int count, char** arguments) {
   const auto is = [&](int i, const char* option) { return i < count && std::strcmp(arguments[i], option) == 0; };
   if (count == 2 && is(1, "--help")) {
@@ -56,15 +67,15 @@ int run(int count, char** arguments) {
     return 0;
   }
   if (count == 3 && is(1, "--print")) {
-    print(kxverify::openLibrary(arguments[2]));
+    print(openLibrary(arguments[2]));
     return 0;
   }
   if (count == 4 && is(1, "--manifest")) {
     const auto manifest = kxverify::parseManifest(kxverify::readFile(arguments[2]));
-    return compare(kxverify::openLibrary(arguments[3]), manifest, arguments[3]);
+    return compare(openLibrary(arguments[3]), manifest, arguments[3]);
   }
   if (count == 2 && arguments[1][0] != '-') {
-    return compare(kxverify::openLibrary(arguments[1]), kxverify::parseManifest(publishedManifest), arguments[1]);
+    return compare(openLibrary(arguments[1]), kxverify::parseManifest(publishedManifest), arguments[1]);
   }
   std::fputs(usage, stderr);
   return misused;

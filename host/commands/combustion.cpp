@@ -3,16 +3,17 @@
 #include <iostream>
 #include <nlohmann/json.hpp>
 
-#include "combustion_plots.hpp"
-#include "commands/combustion_options.hpp"
-#include "commands/command.hpp"
-#include "cycle_analysis.hpp"
-#include "engine_simulation.hpp"
-#include "number_text.hpp"
-#include "plot.hpp"
-#include "pressure_cycles.hpp"
-#include "recording.hpp"
-#include "table.hpp"
+#include "analysis/combustion/cycle_analysis.hpp"
+#include "analysis/combustion/engine_simulation.hpp"
+#include "analysis/number_text.hpp"
+#include "host/commands/combustion_options.hpp"
+#include "host/commands/command.hpp"
+#include "host/pictures/combustion_plots.hpp"
+#include "host/pictures/plot.hpp"
+#include "host/reports/floors.hpp"
+#include "host/reports/table.hpp"
+#include "recordings/pressure_cycles.hpp"
+#include "recordings/recording.hpp"
 
 namespace kxhost {
 namespace {
@@ -190,10 +191,10 @@ struct Pictures {
         logarithmic(named(plot, "pv-log")),
         trend(named(plot, "trend")) {}
 
-  void draw(const Library& library, const std::string& title, const CycleAnalysis& analysis) const {
+  void draw(const Functions& functions, const std::string& title, const CycleAnalysis& analysis) const {
     drawPressures(pressures, title, analysis);
-    drawPressureVolume(library, linear, title, analysis, AxisScale::linear);
-    drawPressureVolume(library, logarithmic, title, analysis, AxisScale::logarithmic);
+    drawPressureVolume(functions, linear, title, analysis, AxisScale::linear);
+    drawPressureVolume(functions, logarithmic, title, analysis, AxisScale::logarithmic);
     drawTrend(trend, title, analysis);
   }
 
@@ -206,7 +207,7 @@ std::string titleOf(const CombustionOptions& options, const PressureCycles& cycl
          std::to_string(cycles.angles.size()) + " samples)";
 }
 
-int runCombustion(const Library& library, const CombustionOptions& options) {
+int runCombustion(const Functions& functions, const CombustionOptions& options) {
   std::optional<Pictures> pictures;
   std::optional<OutputFile> output;
   if (!options.plot.empty()) {
@@ -218,7 +219,7 @@ int runCombustion(const Library& library, const CombustionOptions& options) {
   std::vector<std::string> notes;
   const PressureCycles cycles = options.simulate ? simulate(options.engine, options.simulation)
                                                  : readCycles(options.file, options.columns, notes);
-  CycleAnalysis analysis(library, options.engine, options.analysis, options.source(), cycles.angles);
+  CycleAnalysis analysis(functions, options.engine, options.analysis, options.source(), cycles.angles);
   for (size_t i = 0; i < cycles.count(); ++i) {
     analysis.add(cycles.cycle(i));
   }
@@ -226,7 +227,7 @@ int runCombustion(const Library& library, const CombustionOptions& options) {
     writeCycles(*output, cycles);
   }
   if (pictures) {
-    pictures->draw(library, titleOf(options, cycles), analysis);
+    pictures->draw(functions, titleOf(options, cycles), analysis);
   }
   for (const std::string& note : notes) {
     std::cerr << "kxhost: " << options.file << ": " << note << '\n';
@@ -245,7 +246,7 @@ void addCombustionCommand(CLI::App& program, Action& chosen) {
   command.callback([options, &chosen] {
     options->requireSense();
     options->simulation.intakePressure = options->analysis.intakePressure;
-    chosen = [options](const Library& library) { return runCombustion(library, *options); };
+    chosen = [options](const Functions& functions) { return runCombustion(functions, *options); };
   });
 }
 

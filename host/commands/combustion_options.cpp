@@ -1,10 +1,11 @@
-#include "commands/combustion_options.hpp"
+#include "host/commands/combustion_options.hpp"
 
 #include <charconv>
 #include <cmath>
 
-#include "number_text.hpp"
-#include "plot.hpp"
+#include "analysis/number_text.hpp"
+#include "host/pictures/plot.hpp"
+#include "host/reports/floors.hpp"
 
 namespace kxhost {
 namespace {

@@ -4,9 +4,10 @@
 #include <string>
 #include <vector>
 
-#include "cycle_analysis.hpp"
-#include "engine.hpp"
-#include "engine_simulation.hpp"
+#include "analysis/combustion/cycle_analysis.hpp"
+#include "analysis/combustion/engine.hpp"
+#include "analysis/combustion/engine_simulation.hpp"
+#include "host/reports/floors.hpp"
 
 namespace kxhost {
 

@@ -4,13 +4,14 @@
 #include <CLI/CLI.hpp>
 #include <functional>
 
-#include "library.hpp"
-#include "recording.hpp"
+#include "functions/functions.hpp"
+#include "host/reports/floors.hpp"
+#include "recordings/recording.hpp"
 
 namespace kxhost {
 
 /// What the chosen subcommand does with the library. Returns the program's exit code.
-using Action = std::function<int(const Library&)>;
+using Action = std::function<int(const Functions&)>;
 
 /// Adds the options about input files, which all subcommands share.
 /// @param rateOption  what the one for the files' sample rate is called.

@@ -4,16 +4,17 @@
 #include <iostream>
 #include <limits>
 
-#include "audio_output.hpp"
-#include "channel_values.hpp"
-#include "commands/command.hpp"
-#include "frequency_plot.hpp"
-#include "number_text.hpp"
-#include "plot.hpp"
-#include "progress.hpp"
-#include "recording.hpp"
-#include "response_picture.hpp"
-#include "stream_filter.hpp"
+#include "analysis/channel_values/channel_values.hpp"
+#include "analysis/filters/stream_filter.hpp"
+#include "analysis/number_text.hpp"
+#include "host/commands/command.hpp"
+#include "host/pictures/frequency_plot.hpp"
+#include "host/pictures/plot.hpp"
+#include "host/pictures/response_picture.hpp"
+#include "host/reports/floors.hpp"
+#include "host/reports/progress.hpp"
+#include "recordings/audio_output.hpp"
+#include "recordings/recording.hpp"
 
 namespace kxhost {
 namespace {
@@ -93,7 +94,7 @@ void requireFinite(const std::string& file, std::span<const T> values, uint64_t 
 /// Streams a recording into the output, every channel through a filter of its own. 32-bit integers and doubles are
 /// filtered as doubles.
 template <class T>
-void filterInto(const Library& library, const std::string& file, Recording& recording, const FilterDesign& design,
+void filterInto(const Functions& functions, const std::string& file, Recording& recording, const FilterDesign& design,
                 AudioOutput& output) {
   using Value = std::conditional_t<std::is_same_v<T, int32_t> || std::is_same_v<T, double>, double, float>;
   const Format& format = recording.format();
@@ -101,7 +102,7 @@ void filterInto(const Library& library, const std::string& file, Recording& reco
   const Scaling scaling{1 / format.fullScale, 0};
   std::vector<std::unique_ptr<StreamFilter>> filters;
   for (size_t i = 0; i < channels; ++i) {
-    filters.push_back(makeFilter(library, design));
+    filters.push_back(makeFilter(functions, design));
   }
   Progress progress(file);
   std::vector<T> block(blockFrames * channels);
@@ -110,7 +111,7 @@ void filterInto(const Library& library, const std::string& file, Recording& reco
   while (const size_t frames = recording.read(std::span(block))) {
     const auto channel = std::span(values).first(frames);
     for (size_t i = 0; i < channels; ++i) {
-      channelValues(library, block.data() + i, channels, scaling, channel);
+      channelValues(functions, block.data() + i, channels, scaling, channel);
       requireFinite<Value>(file, channel, output.frames());
       filters[i]->process(channel);
       for (size_t frame = 0; frame < frames; ++frame) {
@@ -130,7 +131,7 @@ int wholeRate(const FilterOptions& options, double rate) {
   return static_cast<int>(rate);
 }
 
-int runFilter(const Library& library, const FilterOptions& options) {
+int runFilter(const Functions& functions, const FilterOptions& options) {
   const auto recording = openRecording(options.file, options.input);
   const Format& format = recording->format();
   if (!format.rate) {
@@ -146,7 +147,8 @@ int runFilter(const Library& library, const FilterOptions& options) {
   std::optional<AudioOutput> output;
   if (!options.output.empty()) {
     output.emplace(options.output, format.channels.size(), wholeRate(options, rate));
-    visitSampleType(format.type, [&]<class T>() { filterInto<T>(library, options.file, *recording, design, *output); });
+    visitSampleType(format.type,
+                    [&]<class T>() { filterInto<T>(functions, options.file, *recording, design, *output); });
   }
   const std::string name = nameOf(options, design);
   std::string said = name + '\n';
@@ -155,7 +157,7 @@ int runFilter(const Library& library, const FilterOptions& options) {
     said += "delay: " + numberText(delay, allDigits) + " samples, " + numberText(1000 * delay / rate, 6) + " ms\n";
   }
   if (picture) {
-    const Responses responses = responsesOf(library, design, band, rate);
+    const Responses responses = responsesOf(functions, design, band, rate);
     drawResponses(*picture, name + ", sample rate " + hertz(rate), responses);
     said += edgesText(responses) + '\n';
   }
@@ -261,7 +263,7 @@ void addFilterCommand(CLI::App& program, Action& chosen) {
     if (options->taps && *options->taps % 2 == 0 && !options->edges.high) {
       throw CLI::ValidationError("--fir", "a high-pass needs an odd number of taps: " + std::to_string(*options->taps));
     }
-    chosen = [options](const Library& library) { return runFilter(library, *options); };
+    chosen = [options](const Functions& functions) { return runFilter(functions, *options); };
   });
 }
 

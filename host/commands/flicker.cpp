@@ -4,17 +4,18 @@
 #include <limits>
 #include <stdexcept>
 
-#include "channel_values.hpp"
-#include "commands/command.hpp"
-#include "flicker_plot.hpp"
-#include "flicker_report.hpp"
-#include "flicker_self_test.hpp"
-#include "flickermeter.hpp"
-#include "number_text.hpp"
-#include "output_file.hpp"
-#include "plot.hpp"
-#include "progress.hpp"
-#include "recording.hpp"
+#include "analysis/channel_values/channel_values.hpp"
+#include "analysis/flicker/flickermeter.hpp"
+#include "analysis/number_text.hpp"
+#include "host/commands/command.hpp"
+#include "host/pictures/flicker_plot.hpp"
+#include "host/pictures/plot.hpp"
+#include "host/reports/flicker_conformity.hpp"
+#include "host/reports/flicker_report.hpp"
+#include "host/reports/floors.hpp"
+#include "host/reports/progress.hpp"
+#include "recordings/output_file.hpp"
+#include "recordings/recording.hpp"
 
 namespace kxhost {
 namespace {
@@ -52,16 +53,16 @@ uint64_t countFrames(Recording& recording) {
 }
 
 template <class T>
-void measure(const Library& library, const FlickerOptions& options, Recording& recording, FlickerResult& result) {
+void measure(const Functions& functions, const FlickerOptions& options, Recording& recording, FlickerResult& result) {
   const Format& format = recording.format();
   const size_t channels = format.channels.size();
   const uint64_t columns = options.plot.empty() ? 0 : plotColumns;
   Envelope<float> envelope(columns > 0 ? countFrames<T>(recording) : 0, columns);
-  Flickermeter meter(library, result.setting, result.rate);
-  FlickerObservation observation(library, result.settling, result.period);
+  Flickermeter meter(functions, result.setting, result.rate);
+  FlickerObservation observation(functions, result.settling, result.period);
   const auto observe = [&](std::span<const float> sensation) {
     observation.add(sensation);
-    envelope.add(library, sensation);
+    envelope.add(functions, sensation);
   };
   Progress progress(options.file);
   std::vector<T> block(blockFrames * channels);
@@ -69,7 +70,7 @@ void measure(const Library& library, const FlickerOptions& options, Recording& r
   try {
     while (const size_t frames = recording.read(std::span(block))) {
       const auto part = std::span(voltage).first(frames);
-      channelValues(library, block.data() + options.channel - 1, channels, {1 / format.fullScale, 0}, part);
+      channelValues(functions, block.data() + options.channel - 1, channels, {1 / format.fullScale, 0}, part);
       observe(meter.feed(part));
       result.samples += frames;
       progress.update(recording.position());
@@ -118,7 +119,7 @@ FlickerResult settingOf(const FlickerOptions& options, const Format& format) {
   return result;
 }
 
-int runFile(const Library& library, const FlickerOptions& options) {
+int runFile(const Functions& functions, const FlickerOptions& options) {
   const auto recording = openRecording(options.file, options.input);
   const Format& format = recording->format();
   FlickerResult result = settingOf(options, format);
@@ -126,7 +127,7 @@ int runFile(const Library& library, const FlickerOptions& options) {
   if (!options.plot.empty()) {
     picture.emplace(options.plot);
   }
-  visitSampleType(format.type, [&]<class T>() { measure<T>(library, options, *recording, result); });
+  visitSampleType(format.type, [&]<class T>() { measure<T>(functions, options, *recording, result); });
   const double duration = result.secondsOf(result.samples), needed = result.beginOf(1);
   if (result.periods.empty()) {
     throw FileError(options.file, "lasts " + numberText(duration, figureDigits) +
@@ -144,7 +145,7 @@ int runFile(const Library& library, const FlickerOptions& options) {
   return 0;
 }
 
-int runTest(const Library& library, const FlickerOptions& options) {
+int runTest(const Functions& functions, const FlickerOptions& options) {
   constexpr double testRate = 12000;  // whole numbers of samples in the half cycles of 50 Hz and of 60 Hz
   const double rate = options.input.rate.value_or(testRate);
   constexpr double highestTestRate = 1e6;
@@ -152,7 +153,7 @@ int runTest(const Library& library, const FlickerOptions& options) {
     throw std::runtime_error("--test: the sample rate must be from " + numberText(leastFlickerRate, allDigits) +
                              " to 1000000 Hz");
   }
-  return testFlickermeter(library, {options.test, lampOf(options), rate, options.tolerance, options.json}) ? 0 : 1;
+  return testFlickermeter(functions, {options.test, lampOf(options), rate, options.tolerance, options.json}) ? 0 : 1;
 }
 
 void addMeasurementOptions(CLI::App& command, FlickerOptions& options) {
@@ -241,8 +242,8 @@ void addFlickerCommand(CLI::App& program, Action& chosen) {
     if (options->tolerance && !(*options->tolerance > 0)) {
       throw CLI::ValidationError("--tolerance", "is not above 0 %");
     }
-    chosen = [options, isTest](const Library& library) {
-      return isTest ? runTest(library, *options) : runFile(library, *options);
+    chosen = [options, isTest](const Functions& functions) {
+      return isTest ? runTest(functions, *options) : runFile(functions, *options);
     };
   });
 }

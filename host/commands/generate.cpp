@@ -3,12 +3,13 @@
 #include <cmath>
 #include <iostream>
 
-#include "audio_output.hpp"
-#include "commands/command.hpp"
-#include "commands/number_range.hpp"
-#include "csv_output.hpp"
-#include "mains_signal.hpp"
-#include "number_text.hpp"
+#include "analysis/number_text.hpp"
+#include "analysis/power/mains_signal.hpp"
+#include "host/commands/command.hpp"
+#include "host/commands/number_range.hpp"
+#include "host/reports/floors.hpp"
+#include "recordings/audio_output.hpp"
+#include "recordings/csv_output.hpp"
 
 namespace kxhost {
 namespace {
@@ -23,8 +24,8 @@ struct GeneratePowerOptions {
 };
 
 template <class Output>
-void writeMains(const Library& library, const MainsSettings& settings, uint64_t frames, Output& output) {
-  MainsSignal signal(library, settings);
+void writeMains(const Functions& functions, const MainsSettings& settings, uint64_t frames, Output& output) {
+  MainsSignal signal(functions, settings);
   std::vector<float> block(blockFrames * MainsSignal::channels);
   for (uint64_t written = 0; written < frames; written += blockFrames) {
     const auto part = std::span(block).first(std::min<uint64_t>(blockFrames, frames - written) * MainsSignal::channels);
@@ -34,7 +35,7 @@ void writeMains(const Library& library, const MainsSettings& settings, uint64_t 
   output.finish();
 }
 
-int runGeneratePower(const Library& library, const GeneratePowerOptions& options) {
+int runGeneratePower(const Functions& functions, const GeneratePowerOptions& options) {
   const double frames = std::round(options.seconds * options.rate);
   if (frames < 1) {
     throw FileError(options.output, "would hold no samples");
@@ -47,10 +48,10 @@ int runGeneratePower(const Library& library, const GeneratePowerOptions& options
   }
   if (options.isCsv()) {
     CsvOutput output(options.output, {"U1 [V]", "U2 [V]", "U3 [V]", "I1 [A]", "I2 [A]", "I3 [A]"});
-    writeMains(library, settings, static_cast<uint64_t>(frames), output);
+    writeMains(functions, settings, static_cast<uint64_t>(frames), output);
   } else {
     AudioOutput output(options.output, MainsSignal::channels, options.rate);
-    writeMains(library, settings, static_cast<uint64_t>(frames), output);
+    writeMains(functions, settings, static_cast<uint64_t>(frames), output);
   }
   std::cout << options.output << ": " << numberText(frames, allDigits) << " frames at " << options.rate
             << " Hz, channels 1 to 3 U1 to U3 in V, 4 to 6 I1 to I3 in A\n"
@@ -107,7 +108,7 @@ void addGeneratePower(CLI::App& generate, Action& chosen) {
       "  kxhost generate power -o mains.csv --seconds 1 --frequency 60 --voltage 120\n"
       "  kxhost generate power -o pure.wav --unbalance 0 --distortion 0 --flicker 0 --noise 0");
   command.callback([options, &chosen] {
-    chosen = [options](const Library& library) { return runGeneratePower(library, *options); };
+    chosen = [options](const Functions& functions) { return runGeneratePower(functions, *options); };
   });
 }
 

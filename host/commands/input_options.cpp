@@ -1,4 +1,4 @@
-#include "commands/command.hpp"
+#include "host/commands/command.hpp"
 
 namespace kxhost {
 

@@ -3,18 +3,19 @@
 #include <cmath>
 #include <iostream>
 
-#include "audio_output.hpp"
-#include "commands/command.hpp"
-#include "filter_design.hpp"
-#include "frequency_plot.hpp"
-#include "noise_spectrum.hpp"
-#include "number_text.hpp"
-#include "pink_filter.hpp"
-#include "plot.hpp"
-#include "progress.hpp"
-#include "statistics.hpp"
-#include "table.hpp"
-#include "white_noise.hpp"
+#include "analysis/filters/filter_design.hpp"
+#include "analysis/filters/pink_filter.hpp"
+#include "analysis/filters/white_noise.hpp"
+#include "analysis/number_text.hpp"
+#include "analysis/spectra/noise_spectrum.hpp"
+#include "analysis/statistics/statistics.hpp"
+#include "host/commands/command.hpp"
+#include "host/pictures/frequency_plot.hpp"
+#include "host/pictures/plot.hpp"
+#include "host/reports/floors.hpp"
+#include "host/reports/progress.hpp"
+#include "host/reports/table.hpp"
+#include "recordings/audio_output.hpp"
 
 namespace kxhost {
 namespace {
@@ -64,10 +65,10 @@ std::string leastSeconds(const NoiseOptions& options) {
 }
 
 /// Writes the noise and takes note of what is written.
-void generate(const Library& library, const NoiseOptions& options, double factor, AudioOutput& output,
+void generate(const Functions& functions, const NoiseOptions& options, double factor, AudioOutput& output,
               Statistics<float>& statistics, AveragedSpectrum& spectrum) {
   WhiteNoise source(options.seed);
-  PinkFilter filter(library);
+  PinkFilter filter(functions);
   Progress progress(options.output);
   std::vector<float> block(blockFrames);
   std::vector<double> written(blockFrames);
@@ -80,7 +81,7 @@ void generate(const Library& library, const NoiseOptions& options, double factor
       written[i] = static_cast<double>(block[i]);
     }
     const auto samples = std::span<const float>(block).first(length);
-    statistics.add(library, samples);
+    statistics.add(functions, samples);
     spectrum.add(std::span(written).first(length));
     output.write(samples);
     progress.update(static_cast<double>(output.frames()) / static_cast<double>(frames));
@@ -201,7 +202,7 @@ void drawSpectra(const NoiseOptions& options, const OutputFile& file, double fac
   drawOverFrequency(file, picture);
 }
 
-int runNoise(const Library& library, const NoiseOptions& options) {
+int runNoise(const Functions& functions, const NoiseOptions& options) {
   std::optional<OutputFile> picture;
   if (!options.plot.empty()) {
     if (framesOf(options) < segmentLength(options)) {
@@ -211,11 +212,11 @@ int runNoise(const Library& library, const NoiseOptions& options) {
     picture.emplace(options.plot);
   }
   AudioOutput output(options.output, 1, options.rate);
-  const ImpulseResponse impulseResponse = options.pink ? pinkImpulseResponse(library) : ImpulseResponse();
+  const ImpulseResponse impulseResponse = options.pink ? pinkImpulseResponse(functions) : ImpulseResponse();
   const double factor = levelFactor(impulseResponse);
   Statistics<float> statistics;
   AveragedSpectrum spectrum(segmentLength(options));
-  generate(library, options, factor, output, statistics, spectrum);
+  generate(functions, options, factor, output, statistics, spectrum);
   const Spectra spectra = spectraOf(options, spectrum, impulseResponse);
   if (picture) {
     drawSpectra(options, *picture, factor, spectra);
@@ -279,7 +280,7 @@ void addNoiseCommand(CLI::App& program, Action& chosen) {
       "  kxhost noise --pink --seconds 60 -o pink.wav --plot spectrum.png\n"
       "  kxhost noise --white --seconds 10 --rate 48000 --seed 7 -o white.wav");
   command.callback(
-      [options, &chosen] { chosen = [options](const Library& library) { return runNoise(library, *options); }; });
+      [options, &chosen] { chosen = [options](const Functions& functions) { return runNoise(functions, *options); }; });
 }
 
 }  // namespace kxhost

@@ -3,8 +3,9 @@
 #include <CLI/CLI.hpp>
 #include <string>
 
-#include "number_text.hpp"
-#include "text_fields.hpp"
+#include "analysis/number_text.hpp"
+#include "host/reports/floors.hpp"
+#include "recordings/text_fields.hpp"
 
 namespace kxhost {
 

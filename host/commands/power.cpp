@@ -2,14 +2,15 @@
 #include <filesystem>
 #include <iostream>
 
-#include "channel_values.hpp"
-#include "commands/command.hpp"
-#include "commands/number_range.hpp"
-#include "plot.hpp"
-#include "power_channels.hpp"
-#include "power_plot.hpp"
-#include "power_report.hpp"
-#include "progress.hpp"
+#include "analysis/channel_values/channel_values.hpp"
+#include "host/commands/command.hpp"
+#include "host/commands/number_range.hpp"
+#include "host/pictures/plot.hpp"
+#include "host/pictures/power_plot.hpp"
+#include "host/reports/floors.hpp"
+#include "host/reports/power_report.hpp"
+#include "host/reports/progress.hpp"
+#include "recordings/power_channels.hpp"
 
 namespace kxhost {
 namespace {
@@ -55,15 +56,15 @@ PowerSettings settingsFor(const PowerOptions& options, const Format& format) {
 
 /// Reads the recording a window at a time.
 template <class T>
-void analyzeWindows(const Library& library, const PowerOptions& options, const PowerChannels& channels,
+void analyzeWindows(const Functions& functions, const PowerOptions& options, const PowerChannels& channels,
                     Recording& recording, PowerReport& report) {
   const size_t frameSize = recording.format().channels.size(), phases = channels.voltages.size();
-  PowerAnalyzer analyzer(library, report.settings);
+  PowerAnalyzer analyzer(functions, report.settings);
   Progress progress(options.file);
   std::vector<T> block(report.windowLength * frameSize);
   std::vector<std::vector<double>> voltages(phases, std::vector<double>(report.windowLength)), currents = voltages;
   const auto fill = [&](const PhysicalChannel& channel, std::vector<double>& values) {
-    channelValues(library, block.data() + channel.index, frameSize, {channel.scale, 0}, std::span(values));
+    channelValues(functions, block.data() + channel.index, frameSize, {channel.scale, 0}, std::span(values));
   };
   while ((report.leftOver = recording.read(std::span(block))) == report.windowLength) {
     for (size_t i = 0; i < phases; ++i) {
@@ -114,7 +115,7 @@ PowerReport emptyReport(const PowerOptions& options, const Format& format, const
   return report;
 }
 
-int runPower(const Library& library, const PowerOptions& options) {
+int runPower(const Functions& functions, const PowerOptions& options) {
   const auto recording = openRecording(options.file, options.input);
   const Format& format = recording->format();
   const PowerChannels channels = powerChannels(options.file, format, options.channels);
@@ -125,7 +126,7 @@ int runPower(const Library& library, const PowerOptions& options) {
       pictures.push_back(std::make_unique<OutputFile>(pictureFile(options.plot, kind)));
     }
   }
-  visitSampleType(format.type, [&]<class T>() { analyzeWindows<T>(library, options, channels, *recording, report); });
+  visitSampleType(format.type, [&]<class T>() { analyzeWindows<T>(functions, options, channels, *recording, report); });
   if (!pictures.empty()) {
     drawPhasors(*pictures[0], report);
     drawHarmonics(*pictures[1], report);
@@ -228,7 +229,7 @@ void addPowerCommand(CLI::App& program, Action& chosen) {
     if (channels.voltages.size() != channels.currents.size() || channels.voltages.size() > mostPhases) {
       throw CLI::ValidationError("--voltage and --current", "name one to three channels each, and as many");
     }
-    chosen = [options](const Library& library) { return runPower(library, *options); };
+    chosen = [options](const Functions& functions) { return runPower(functions, *options); };
   });
 }
 

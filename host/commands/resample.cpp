@@ -4,13 +4,14 @@
 #include <iostream>
 #include <limits>
 
-#include "audio_output.hpp"
-#include "channel_values.hpp"
-#include "commands/command.hpp"
-#include "number_text.hpp"
-#include "progress.hpp"
-#include "recording.hpp"
-#include "resampler.hpp"
+#include "analysis/channel_values/channel_values.hpp"
+#include "analysis/number_text.hpp"
+#include "analysis/resampling/resampler.hpp"
+#include "host/commands/command.hpp"
+#include "host/reports/floors.hpp"
+#include "host/reports/progress.hpp"
+#include "recordings/audio_output.hpp"
+#include "recordings/recording.hpp"
 
 namespace kxhost {
 namespace {
@@ -53,7 +54,7 @@ private:
 
 /// Streams a recording into the output; returns its number of frames.
 template <class T>
-uint64_t resample(const Library& library, const std::string& file, Recording& recording, int rate,
+uint64_t resample(const Functions& functions, const std::string& file, Recording& recording, int rate,
                   AudioOutput& output) {
   const Format& format = recording.format();
   const size_t channels = format.channels.size();
@@ -61,7 +62,7 @@ uint64_t resample(const Library& library, const std::string& file, Recording& re
   const size_t length = Resampler::blockLength(*format.rate, rate);
   std::vector<Resampler> resamplers;
   for (size_t i = 0; i < channels; ++i) {
-    resamplers.emplace_back(library, *format.rate, rate);
+    resamplers.emplace_back(functions, *format.rate, rate);
   }
   FrameWriter writer(output, channels);
   Progress progress(file);
@@ -75,7 +76,7 @@ uint64_t resample(const Library& library, const std::string& file, Recording& re
     }
     const auto channel = std::span(values).first(frames);
     for (size_t i = 0; i < channels; ++i) {
-      channelValues(library, block.data() + i, channels, scaling, channel);
+      channelValues(functions, block.data() + i, channels, scaling, channel);
       writer.add(i, resamplers[i].feed(channel));
     }
     progress.update(recording.position());
@@ -86,7 +87,7 @@ uint64_t resample(const Library& library, const std::string& file, Recording& re
   return total;
 }
 
-int runResample(const Library& library, const ResampleOptions& options) {
+int runResample(const Functions& functions, const ResampleOptions& options) {
   const auto recording = openRecording(options.file, options.input);
   const Format& format = recording->format();
   if (!format.rate) {
@@ -101,7 +102,7 @@ int runResample(const Library& library, const ResampleOptions& options) {
   const int rate = static_cast<int>(options.rate);
   AudioOutput output(options.output, format.channels.size(), rate);
   const uint64_t frames = visitSampleType(
-      format.type, [&]<class T>() { return resample<T>(library, options.file, *recording, rate, output); });
+      format.type, [&]<class T>() { return resample<T>(functions, options.file, *recording, rate, output); });
   output.finish();
   for (const std::string& note : recording->notes()) {
     std::cerr << "kxhost: " << options.file << ": " << note << '\n';
@@ -134,8 +135,9 @@ void addResampleCommand(CLI::App& program, Action& chosen) {
       "Examples:\n"
       "  kxhost resample take1.wav --rate 48000 -o take1-48k.wav\n"
       "  kxhost resample --input-rate 50000 --column Va --column Ia mains.csv --rate 8000 -o mains.wav");
-  command.callback(
-      [options, &chosen] { chosen = [options](const Library& library) { return runResample(library, *options); }; });
+  command.callback([options, &chosen] {
+    chosen = [options](const Functions& functions) { return runResample(functions, *options); };
+  });
 }
 
 }  // namespace kxhost

@@ -3,13 +3,14 @@
 #include <iostream>
 #include <nlohmann/json.hpp>
 
-#include "commands/command.hpp"
-#include "number_text.hpp"
-#include "plot.hpp"
-#include "progress.hpp"
-#include "recording.hpp"
-#include "statistics.hpp"
-#include "table.hpp"
+#include "analysis/number_text.hpp"
+#include "analysis/statistics/statistics.hpp"
+#include "host/commands/command.hpp"
+#include "host/pictures/plot.hpp"
+#include "host/reports/floors.hpp"
+#include "host/reports/progress.hpp"
+#include "host/reports/table.hpp"
+#include "recordings/recording.hpp"
 
 namespace kxhost {
 namespace {
@@ -82,7 +83,7 @@ ChannelLine lineOf(const Statistics<T>& plain, const Statistics<T>& aboutOffset,
 /// Two passes: the first gives the average, the second the RMS about it, and the picture, for which the length must be
 /// known.
 template <class T>
-FileResult measure(const Library& library, const std::string& file, Recording& recording, bool withEnvelopes) {
+FileResult measure(const Functions& functions, const std::string& file, Recording& recording, bool withEnvelopes) {
   const size_t channels = recording.format().channels.size();
   Progress progress(file);
 
@@ -90,7 +91,7 @@ FileResult measure(const Library& library, const std::string& file, Recording& r
   const uint64_t frames = readThrough<T>(
       recording,
       [&](size_t i, const T* first, std::span<T> channel) {
-        plain[i].addInterleaved(library, first, channels, channel);
+        plain[i].addInterleaved(functions, first, channels, channel);
       },
       [&](double position) { progress.update(position / 2); });
 
@@ -104,9 +105,9 @@ FileResult measure(const Library& library, const std::string& file, Recording& r
   const uint64_t framesAgain = readThrough<T>(
       recording,
       [&](size_t i, const T* first, std::span<T> channel) {
-        alternating[i].addInterleaved(library, first, channels, channel);
+        alternating[i].addInterleaved(functions, first, channels, channel);
         if (withEnvelopes) {
-          envelopes[i].add(library, channel);
+          envelopes[i].add(functions, channel);
         }
       },
       [&](double position) { progress.update(0.5 + position / 2); });
@@ -143,7 +144,7 @@ std::string plotFile(const StatsOptions& options, size_t index) {
       .string();
 }
 
-FileResult process(const Library& library, const StatsOptions& options, size_t index) {
+FileResult process(const Functions& functions, const StatsOptions& options, size_t index) {
   const std::string& file = options.files[index];
   const auto recording = openRecording(file, options.input);
   std::optional<OutputFile> picture;
@@ -154,8 +155,9 @@ FileResult process(const Library& library, const StatsOptions& options, size_t i
     }
     picture.emplace(plotFile(options, index));  // first of all: it may turn out that nothing can be written there
   }
-  FileResult result = visitSampleType(
-      recording->format().type, [&]<class T>() { return measure<T>(library, file, *recording, picture.has_value()); });
+  FileResult result = visitSampleType(recording->format().type, [&]<class T>() {
+    return measure<T>(functions, file, *recording, picture.has_value());
+  });
   if (picture) {
     plotInto(*picture, result);
   }
@@ -237,11 +239,11 @@ void print(const std::vector<FileResult>& results, const StatsOptions& options) 
 }
 
 /// A file that cannot be used does not keep the others from being measured.
-int runStats(const Library& library, const StatsOptions& options) {
+int runStats(const Functions& functions, const StatsOptions& options) {
   std::vector<FileResult> results;
   for (size_t i = 0; i < options.files.size(); ++i) {
     try {
-      results.push_back(process(library, options, i));
+      results.push_back(process(functions, options, i));
     } catch (const FileError& error) {
       std::cerr << "kxhost: " << error.what() << '\n';
     }
@@ -283,7 +285,7 @@ void addStatsCommand(CLI::App& program, Action& chosen) {
       "  kxhost stats --rate 50000 --column Va --column Ia mains.csv\n"
       "  kxhost stats --raw int16 --channels 12 --rate 1000 heart.dat");
   command.callback(
-      [options, &chosen] { chosen = [options](const Library& library) { return runStats(library, *options); }; });
+      [options, &chosen] { chosen = [options](const Functions& functions) { return runStats(functions, *options); }; });
 }
 
 }  // namespace kxhost

@@ -6,14 +6,15 @@
 #include <limits>
 #include <sstream>
 
-#include "channel_values.hpp"
-#include "commands/command.hpp"
-#include "curve.hpp"
-#include "graph.hpp"
-#include "number_text.hpp"
-#include "output_file.hpp"
-#include "progress.hpp"
-#include "recording.hpp"
+#include "analysis/channel_values/channel_values.hpp"
+#include "analysis/display/curve.hpp"
+#include "analysis/number_text.hpp"
+#include "host/commands/command.hpp"
+#include "host/pictures/graph.hpp"
+#include "host/reports/floors.hpp"
+#include "host/reports/progress.hpp"
+#include "recordings/output_file.hpp"
+#include "recordings/recording.hpp"
 
 namespace kxhost {
 namespace {
@@ -57,8 +58,8 @@ template <class T>
 class ChannelReader {
 public:
   /// @param passes  how often the recording will be gone through.
-  ChannelReader(const Library& library, Recording& recording, const std::string& file, int passes)
-      : library_(library),
+  ChannelReader(const Functions& functions, Recording& recording, const std::string& file, int passes)
+      : functions_(functions),
         recording_(recording),
         file_(file),
         progress_(file),
@@ -89,7 +90,7 @@ public:
       const uint64_t end = std::min(position + frames, selection.end);
       if (const uint64_t begin = std::max(position, selection.begin); begin < end) {
         const auto part = std::span(values_).first(end - begin);
-        channelValues(library_, block_.data() + (begin - position) * channels + selection.channel, channels,
+        channelValues(functions_, block_.data() + (begin - position) * channels + selection.channel, channels,
                       selection.scaling, part);
         use(std::span<const double>(part));
       }
@@ -102,7 +103,7 @@ public:
 private:
   void report() { progress_.update((pass_ + recording_.position()) / passes_); }
 
-  const Library& library_;
+  const Functions& functions_;
   Recording& recording_;
   const std::string& file_;
   Progress progress_;
@@ -243,13 +244,13 @@ std::string unitOf(const ViewOptions& options, const Format& format) {
 }
 
 template <class T>
-void view(const Library& library, const ViewOptions& options, Recording& recording, const OutputFile& picture) {
+void view(const Functions& functions, const ViewOptions& options, Recording& recording, const OutputFile& picture) {
   const Format& format = recording.format();
   const double rate = format.rate.value_or(1);
-  ChannelReader<T> reader(library, recording, options.file, options.cursor ? 3 : 2);
+  ChannelReader<T> reader(functions, recording, options.file, options.cursor ? 3 : 2);
 
   const Selection selection = selectionOf(options, format, reader.countFrames());
-  Graph graph(library, options.width, options.height, rate, xAxisFor(options, selection, rate));
+  Graph graph(functions, options.width, options.height, rate, xAxisFor(options, selection, rate));
   const std::vector<uint64_t> borders = graph.columnBorders(selection.begin, selection.end);
   Curve curve(borders);
   std::vector<double> drawn;
@@ -257,7 +258,7 @@ void view(const Library& library, const ViewOptions& options, Recording& recordi
     drawn.resize(values.size());
     std::transform(values.begin(), values.end(), drawn.begin(),
                    [&](double value) { return drawnValue(selection, value); });
-    curve.add(library, drawn);
+    curve.add(functions, drawn);
   });
   graph.setYAxis(yAxisFor(curve, options.yScale));
   graph.drawCurve(curve, borders);
@@ -284,7 +285,7 @@ void view(const Library& library, const ViewOptions& options, Recording& recordi
   std::cout << said.str();
 }
 
-int runView(const Library& library, const ViewOptions& options) {
+int runView(const Functions& functions, const ViewOptions& options) {
   const auto recording = openRecording(options.file, options.input);
   const size_t channels = recording->format().channels.size();
   if (options.channel < 1 || static_cast<size_t>(options.channel) > channels) {
@@ -292,7 +293,7 @@ int runView(const Library& library, const ViewOptions& options) {
                                       std::to_string(channels));
   }
   const OutputFile picture(options.picture);
-  visitSampleType(recording->format().type, [&]<class T>() { view<T>(library, options, *recording, picture); });
+  visitSampleType(recording->format().type, [&]<class T>() { view<T>(functions, options, *recording, picture); });
   for (const std::string& note : recording->notes()) {
     std::cerr << "kxhost: " << options.file << ": " << note << '\n';
   }
@@ -374,7 +375,7 @@ void addViewCommand(CLI::App& program, Action& chosen) {
         cursor && (cursor->x < 0 || cursor->x >= options->width || cursor->y < 0 || cursor->y >= options->height)) {
       throw CLI::ValidationError("--cursor", "lies outside of the picture");
     }
-    chosen = [options](const Library& library) { return runView(library, *options); };
+    chosen = [options](const Functions& functions) { return runView(functions, *options); };
   });
 }
 

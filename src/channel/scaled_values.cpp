@@ -106,7 +106,8 @@ void scaleValues(const Raw* source, Stride stride, const Params& params) {
   using Value = std::remove_pointer_t<decltype(params.output)>;
   using Working = std::conditional_t<std::is_same_v<Raw, double>, double, Value>;
   const auto scale = static_cast<Working>(params.scale), offset = static_cast<Working>(params.offset);
-  walkElements<4>(params.output, static_cast<size_t>(params.count), [=](auto at) KXCALC_INLINE_LAMBDA {
+  constexpr size_t wide = std::is_same_v<Stride, Contiguous> ? 4 * widening : 4;
+  walkElements<4, wide>(params.output, static_cast<size_t>(params.count), [=](auto at) KXCALC_INLINE_LAMBDA {
     if constexpr (std::is_same_v<Working, float>) {
       at.store(params.output, gatherSingles(at, source, stride) * scale + offset);
     } else if constexpr (std::is_same_v<Value, double>) {

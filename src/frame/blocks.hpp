@@ -99,16 +99,16 @@ KXCALC_INLINE size_t walkPacks(size_t i, size_t end, Rule rule) {
 /// rule(One) for the tail; all in ascending order. The rule computes each element by the same operations in every form,
 /// so no result depends on where the seams lie; that is why short counts need no form of their own. Packs run strictly one
 /// after the other, each loading before it stores: an output that overlaps an input from behind, or by a widest pack or
-/// more ahead, gives what the plain loop gives.
-template <size_t width, class T, class Rule>
+/// more ahead, gives what the plain loop gives. A rule that gathers its inputs one by one gains nothing by wider packs:
+/// it names its width as the widest too.
+template <size_t width, size_t wide = widening* width, class T, class Rule>
 KXCALC_INLINE void walkElements(const T* buffer, size_t count, Rule rule) {
   size_t i = 0;
   for (const size_t head = std::min(headLength(buffer), count); i < head; ++i) {
     rule(One{i});
   }
-  if constexpr (widening > 1) {
-    constexpr size_t wide = widening * width;
-    if (count - i >= 2 * wide) {
+  if constexpr (wide > width) {
+    if (count - i >= 4 * wide) {
       const size_t boundary = i + headLength<widening * 16>(buffer + i);
       i = detail::walkPacks<width, 1>(i, boundary, rule);
       for (; i < boundary; ++i) {
@@ -155,14 +155,16 @@ KXCALC_INLINE size_t walkBlocks(size_t count, Rule rule, const T*... buffers) {
   return detail::walkPacks<width, 1>(i, count, rule);
 }
 
-/// The body walk of reductions: line(p) for each four blocks, block(p) for each that is left over, from element `begin`
-/// on in ascending order. Returns the index at which the tail begins.
-template <class T, class Line, class Block>
+/// The body walk of reductions: line(p) for each four blocks of a vector, of 16 bytes or as many as are named, block(p) for
+/// each that is left over, from element `begin` on in ascending order. Returns the index at which the tail begins.
+template <size_t bytes = 16, class T, class Line, class Block>
 KXCALC_INLINE size_t walkBody(const T* data, size_t begin, size_t count, Line line, Block block) {
-  constexpr size_t width = laneCount<T>;
+  constexpr size_t width = laneCount<T, bytes>;
   size_t i = begin;
   for (; count - i >= 4 * width; i += 4 * width) {
-    prefetchAhead(data + i);
+    for (size_t k = 0; k < 4 * width; k += laneCount<T, 64>) {
+      prefetchAhead(data + i + k);
+    }
     line(data + i);
   }
   for (; count - i >= width; i += width) {
@@ -172,10 +174,12 @@ KXCALC_INLINE size_t walkBody(const T* data, size_t begin, size_t count, Line li
 }
 
 /// The same where four blocks are just one block four times.
-template <class T, class Block>
+template <size_t bytes = 16, class T, class Block>
 KXCALC_INLINE size_t walkBody(const T* data, size_t begin, size_t count, Block block) {
-  const auto line = [&](const T* at) { unrolled<4>([&](size_t k) { block(at + k * laneCount<T>); }); };
-  return walkBody(data, begin, count, line, block);
+  const auto line = [&](const T* at) KXCALC_INLINE_LAMBDA {
+    unrolled<4>([&](size_t k) KXCALC_INLINE_LAMBDA { block(at + k * laneCount<T, bytes>); });
+  };
+  return walkBody<bytes>(data, begin, count, line, block);
 }
 
 }  // namespace kxcalc

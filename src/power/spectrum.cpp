@@ -20,11 +20,12 @@ KXCALC_INLINE V complexProduct(V bins, V factors) {
   return bins * evenLanesTwice(factors) + flipSigns(swappedPairs(bins) * oddLanesTwice(factors), signsOfRealParts);
 }
 
+/// In a vector as well: of scalars that are multiplied, added and subtracted side by side GCC makes fused operations,
+/// whatever it is told.
 KXCALC_INLINE void correctOne(float* bin, const float* factor) {
-  const float real = bin[0] * factor[0] - bin[1] * factor[1];
-  const float imag = bin[0] * factor[1] + bin[1] * factor[0];
-  bin[0] = real;
-  bin[1] = imag;
+  const f32x4 product = complexProduct(f32x4{bin[0], bin[1]}, f32x4{factor[0], factor[1]});
+  bin[0] = product[0];
+  bin[1] = product[1];
 }
 
 /// Where the spectrum begins less than a vector ahead of the correction, a bin is a factor of a later one: the plain loop

@@ -1,7 +1,8 @@
 // Statistics line of a block: extremes, sum, and sum of squares about an offset.
 //
 // Below one vector of samples the extremes are merged with the caller's; from one vector on they are those of this
-// block alone and overwrite the caller's. The difference is part of the contract.
+// block alone and overwrite the caller's. The difference is part of the contract; so is the order of the results: the
+// sums, the minimum, the maximum.
 #include "kxcalc.h"
 #include "stats/exact_sums.hpp"
 #include "stats/split_sums.hpp"
@@ -53,13 +54,16 @@ KXCALC_INLINE void getStatistics(const T* data, size_t count, T* minimum, T* max
   if (count == 0) {
     return;
   }
-  Sums totals{*sum, *sumOfSquares};
   if (count < laneCount<T>) {
     for (size_t i = 0; i < count; ++i) {
       mergeSample(data[i], minimum, maximum);
+      Sums totals{*sum, *sumOfSquares};
       addSample(data[i], rmsOffset, totals);
+      *sum = totals.sum;
+      *sumOfSquares = totals.sumOfSquares;
     }
   } else {
+    Sums totals{*sum, *sumOfSquares};
     Extremes<T> extremes;
     if constexpr (std::is_same_v<T, int16_t>) {
       extremes = addStatisticsOf16Bit(data, headLength(data), count, rmsOffset, totals, [](size_t, size_t) {});
@@ -68,11 +72,11 @@ KXCALC_INLINE void getStatistics(const T* data, size_t count, T* minimum, T* max
     } else {
       extremes = addStatistics<true>(data, count, rmsOffset, totals);
     }
+    *sum = totals.sum;
+    *sumOfSquares = totals.sumOfSquares;
     *minimum = extremes.minimum;
     *maximum = extremes.maximum;
   }
-  *sum = totals.sum;
-  *sumOfSquares = totals.sumOfSquares;
 }
 
 }  // namespace

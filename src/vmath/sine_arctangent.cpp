@@ -5,6 +5,7 @@
 // rounded to single: an old habit of the interface that callers know, and kept.
 #include <cmath>
 
+#include "frame/blocks.hpp"
 #include "kxcalc.h"
 #include "vmath/transcendentals.hpp"
 
@@ -19,19 +20,18 @@ KXCALC_INLINE void mapBlock(const float* input, float* output, size_t count, Fun
     }
     return;
   }
-  for (size_t i = 0; i + 4 <= count; i += 4) {
-    store(output + i, function(load(input + i)));
-  }
-  store(output + count - 4, function(load(input + count - 4)));
+  const auto mapPack = [=](auto at) KXCALC_INLINE_LAMBDA { at.store(output, function(at.load(input))); };
+  walkBlocks<4>(count, mapPack, input, output);
+  mapPack(Pack<4>{count - 4});
 }
 
 }  // namespace
 }  // namespace kxcalc
 
 extern "C" void kxcalcSin_float(const float* input, float* output, uint32_t count) {
-  kxcalc::mapBlock(input, output, count, kxcalc::packedSin);
+  kxcalc::mapBlock(input, output, count, [](auto x) KXCALC_INLINE_LAMBDA { return kxcalc::packedSin(x); });
 }
 
 extern "C" void kxcalcATan_float(const float* input, float* output, uint32_t count) {
-  kxcalc::mapBlock(input, output, count, kxcalc::packedATan);
+  kxcalc::mapBlock(input, output, count, [](auto x) KXCALC_INLINE_LAMBDA { return kxcalc::packedATan(x); });
 }

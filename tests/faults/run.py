@@ -34,6 +34,8 @@ from fnmatch import fnmatchcase
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[2]
+sys.path.insert(0, str(ROOT))
+from functions import registry  # noqa: E402
 FAULTS_OF_AN_EXPORT = 3
 TIME_LIMIT = 60  # seconds; the tests of an export take a few
 
@@ -62,8 +64,7 @@ class Fault:
 
 def registered_exports():
     """Their names without the prefix."""
-    rows = (ROOT / "src/frame/exports.txt").read_text().splitlines()
-    return [row.split()[1][len("kxcalc"):] for row in rows if row and not row.startswith("#")]
+    return [name[len("kxcalc"):] for name in registry.names()]
 
 
 def faults_of(path, exports):

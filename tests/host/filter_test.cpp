@@ -7,12 +7,12 @@
 #include <sstream>
 
 #include "host/audio_file.hpp"
-#include "recording.hpp"
+#include "recordings/recording.hpp"
 
 namespace kxhost_test {
 namespace {
 
-using kxhost::blockFrames;
+using kxrecordings::blockFrames;
 using std::numbers::pi;
 using Complex = std::complex<double>;
 

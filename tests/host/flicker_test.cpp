@@ -5,7 +5,7 @@
 #include <limits>
 #include <numbers>
 
-#include "flicker_severity.hpp"
+#include "analysis/flicker/flicker_severity.hpp"
 #include "host/kxhost_test.hpp"
 
 namespace kxhost_test {
@@ -287,40 +287,40 @@ TEST_F(FlickerTest, SteadyAndAbsentVoltagesCanBeDrawn) {
 }
 
 TEST(FlickerSeverity, LevelsAreInterpolatedInsideOfAClass) {
-  kxhost::ClassCounts classes{};
-  EXPECT_EQ(kxhost::exceededLevel(classes, 50), 0);
+  kxanalysis::ClassCounts classes{};
+  EXPECT_EQ(kxanalysis::exceededLevel(classes, 50), 0);
   classes[400] = 50;  // from 1 to 10^0.01
   classes[500] = 50;  // from 10 to 10^1.01
   const double step = std::pow(10, 0.01);
-  EXPECT_NEAR(kxhost::exceededLevel(classes, 0.1), 10 * (step - 0.002 * (step - 1)), 1e-12);
-  EXPECT_NEAR(kxhost::exceededLevel(classes, 25), 10 * (1 + step) / 2, 1e-12);
-  EXPECT_NEAR(kxhost::exceededLevel(classes, 50), 10, 1e-12);
-  EXPECT_NEAR(kxhost::exceededLevel(classes, 75), (1 + step) / 2, 1e-12);
-  EXPECT_NEAR(kxhost::exceededLevel(classes, 100), 1, 1e-12);
+  EXPECT_NEAR(kxanalysis::exceededLevel(classes, 0.1), 10 * (step - 0.002 * (step - 1)), 1e-12);
+  EXPECT_NEAR(kxanalysis::exceededLevel(classes, 25), 10 * (1 + step) / 2, 1e-12);
+  EXPECT_NEAR(kxanalysis::exceededLevel(classes, 50), 10, 1e-12);
+  EXPECT_NEAR(kxanalysis::exceededLevel(classes, 75), (1 + step) / 2, 1e-12);
+  EXPECT_NEAR(kxanalysis::exceededLevel(classes, 100), 1, 1e-12);
 }
 
 TEST(FlickerSeverity, TheFirstClassBeginsAtZeroAndTheLastEndsAtAMillion) {
-  kxhost::ClassCounts low{}, high{};
+  kxanalysis::ClassCounts low{}, high{};
   low[0] = 7;
-  EXPECT_NEAR(kxhost::exceededLevel(low, 50), std::pow(10, -3.99) / 2, 1e-15);
+  EXPECT_NEAR(kxanalysis::exceededLevel(low, 50), std::pow(10, -3.99) / 2, 1e-15);
   high[999] = 7;
-  EXPECT_NEAR(kxhost::exceededLevel(high, 0), 1e6, 1e-6);
+  EXPECT_NEAR(kxanalysis::exceededLevel(high, 0), 1e6, 1e-6);
 }
 
 TEST(FlickerSeverity, CountsBeyondThirtyTwoBitsAreSummed) {
-  kxhost::ClassCounts classes{};
+  kxanalysis::ClassCounts classes{};
   classes[400] = 4000000000;
   classes[500] = 4000000000;
-  EXPECT_NEAR(kxhost::exceededLevel(classes, 50), 10, 1e-9);
+  EXPECT_NEAR(kxanalysis::exceededLevel(classes, 50), 10, 1e-9);
 }
 
 // By hand: where all is in the class from 1 to 1.0232930, a percentile is 1.0232930 - 0.0232930 k / 100, and the smoothed
 // ones are at the means of their k: 16/15, 46/15, 10.8 and 160/3.
 TEST(FlickerSeverity, PstWeighsTheSmoothedPercentiles) {
-  kxhost::ClassCounts classes{};
+  kxanalysis::ClassCounts classes{};
   classes[400] = 1000000;
   const auto at = [](double percent) { return 1.0232929923 - 0.0232929923 * percent / 100; };
-  const kxhost::Severity severity = kxhost::severityOf(classes);
+  const kxanalysis::Severity severity = kxanalysis::severityOf(classes);
   EXPECT_NEAR(severity.p01, at(0.1), 1e-9);
   EXPECT_NEAR(severity.p1s, at(16.0 / 15), 1e-9);
   EXPECT_NEAR(severity.p3s, at(46.0 / 15), 1e-9);
@@ -332,10 +332,10 @@ TEST(FlickerSeverity, PstWeighsTheSmoothedPercentiles) {
 TEST(FlickerSeverity, PltIsTheCubicMean) {
   std::array<double, 12> severities{};
   severities.fill(0.5);
-  EXPECT_NEAR(kxhost::longTermSeverity(severities), 0.5, 1e-12);
+  EXPECT_NEAR(kxanalysis::longTermSeverity(severities), 0.5, 1e-12);
   severities.fill(0);
   severities[3] = 2;
-  EXPECT_NEAR(kxhost::longTermSeverity(severities), 2 / std::cbrt(12), 1e-12);
+  EXPECT_NEAR(kxanalysis::longTermSeverity(severities), 2 / std::cbrt(12), 1e-12);
 }
 
 }  // namespace

@@ -5,12 +5,12 @@
 #include <sstream>
 
 #include "host/kxhost_test.hpp"
-#include "recording.hpp"
+#include "recordings/recording.hpp"
 
 namespace kxhost_test {
 namespace {
 
-using kxhost::blockFrames;
+using kxrecordings::blockFrames;
 
 constexpr int floatWav = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
 

@@ -6,12 +6,12 @@
 #include <sstream>
 
 #include "host/kxhost_test.hpp"
-#include "recording.hpp"
+#include "recordings/recording.hpp"
 
 namespace kxhost_test {
 namespace {
 
-using kxhost::blockFrames;
+using kxrecordings::blockFrames;
 
 struct Figures {
   double minimum, maximum, average, rms, acRms;

@@ -10,7 +10,7 @@
 #include <sstream>
 
 #include "host/kxhost_test.hpp"
-#include "recording.hpp"
+#include "recordings/recording.hpp"
 
 namespace kxhost_test {
 namespace {
@@ -164,9 +164,9 @@ TEST_F(ViewTest, EachColumnIsCoveredFromItsMinimumToItsMaximumAndNoFurther) {
 TEST_F(ViewTest, ALineLeadsFromTheLastSampleOfAColumnToTheFirstOfTheNext) {
   // The step lies within a column, and where one block that is read ends and the next begins.
   std::vector<float> samples(40000);
-  std::fill(samples.begin() + kxhost::blockFrames, samples.end(), 1.0F);
+  std::fill(samples.begin() + kxrecordings::blockFrames, samples.end(), 1.0F);
   draw(writeFloats("a.wav", samples));
-  const int x = left + static_cast<int>((right - left) * (kxhost::blockFrames / 40000.0) + 0.5);
+  const int x = left + static_cast<int>((right - left) * (kxrecordings::blockFrames / 40000.0) + 0.5);
   const Image image(picture());
   EXPECT_EQ(image.curveIn(x - 1), std::vector<int>{rowOf(0, 0, 1)});
   EXPECT_EQ(image.curveIn(x).size(), static_cast<size_t>(rowOf(0, 0, 1) - rowOf(1, 0, 1) + 1));

@@ -10,13 +10,16 @@ import subprocess
 import sys
 from pathlib import Path
 
+sys.path.insert(0, str(Path(__file__).resolve().parents[2]))
+from functions import registry  # noqa: E402
+
 DECLARATION = re.compile(r"/\*\*(?P<comment>(?:[^*]|\*(?!/))*)\*/\s*KXCALC_API (?P<returns>\w+) (?P<name>\w+)\((?P<arguments>[^)]*)\);")
 
 
-def gaps(header, registry, models, calls, tests, benchmarks):
-    """The texts of header, registry, models and of the calls that threads make; the listings of tests and benchmarks, the
+def gaps(header, rows, models, calls, tests, benchmarks):
+    """The texts of header, registry (its rows), models and of the calls that threads make; the listings of tests and benchmarks, the
     latter None where not built."""
-    promised = [line.split()[1] for line in registry.splitlines() if line and not line.startswith("#")]
+    promised = registry.names(rows)
     declared = []
     for match in DECLARATION.finditer(header):
         name, comment = match["name"], match["comment"]
@@ -47,14 +50,14 @@ def gaps(header, registry, models, calls, tests, benchmarks):
 
 def self_test():
     header = "/** Doubles.\n * @param count  0 returns.\n * @return  it. */\nKXCALC_API int kxcalcTwice(int count);\n"
-    whole = [header, "stats kxcalcTwice", "int kxcalcTwice(int count) {}", '{"kxcalcTwice"}', "Twice.\n  Works\n", "kxcalcTwice/1000\n"]
+    whole = [header, "KXCALC_EXPORT(stats, kxcalcTwice)", "int kxcalcTwice(int count) {}", '{"kxcalcTwice"}', "Twice.\n  Works\n", "kxcalcTwice/1000\n"]
     planted = [
         (None, whole, None),
         ("an argument", [header.replace("@param count", "count"), *whole[1:]], "argument count"),
         ("count 0", [header.replace("0 returns", "number"), *whole[1:]], "count 0"),
         ("a result", [header.replace("@return", ""), *whole[1:]], "the result"),
         ("a comment", ["KXCALC_API int kxcalcBare(int a);\n" + header, *whole[1:]], "without a comment"),
-        ("a row", [whole[0], "stats kxcalcTwice\nstats kxcalcThrice", *whole[2:]], "differ"),
+        ("a row", [whole[0], "KXCALC_EXPORT(stats, kxcalcTwice)\nKXCALC_EXPORT(stats, kxcalcThrice)", *whole[2:]], "differ"),
         ("a model", [*whole[:2], "", *whole[3:]], "has no model"),
         ("a call", [*whole[:3], '{"kxcalcTwiceOver"}', *whole[4:]], "threads"),
         ("a test", [*whole[:4], "Thrice.\n", whole[5]], "has no test"),
@@ -76,7 +79,7 @@ def main():
     listing = lambda *command: subprocess.run(command, check=True, capture_output=True, text=True).stdout
     found = list(gaps(
         (source / "include/kxcalc.h").read_text(),
-        (source / "src/frame/exports.txt").read_text(),
+        registry.FILE.read_text(),
         "".join(path.read_text() for path in sorted((source / "tests/reference").glob("*.hpp"))),
         (source / "tests/support/every_export.cpp").read_text(),
         listing(sys.argv[2], "--gtest_list_tests"),

@@ -12,7 +12,7 @@ attempt() {
   shift 2
   rm -rf "$work/copy"
   mkdir "$work/copy"
-  cp -r "$source"/{CMakeLists.txt,cmake,include,src,verify} "$work/copy"
+  cp -r "$source"/{CMakeLists.txt,cmake,include,src,functions,verify,analysis} "$work/copy"
   (cd "$work/copy" && "$@")
   local passed=no
   if cmake -S "$work/copy" -B "$work/copy/build" -DBUILD_TESTING=OFF -DCMAKE_C_COMPILER="$cc" -DCMAKE_CXX_COMPILER="$cxx" \
@@ -27,9 +27,9 @@ attempt() {
   fi
 }
 
-add_row() { echo 'frame   kxcalcNowhere' >>src/frame/exports.txt; }
-drop_row() { sed -i '/kxcalcGetVersion/d' src/frame/exports.txt; }
-swap_rows() { sed -i '/kxcalcGetVersion/{h;d};/kxcalcGetMinMax_int32_t/{G}' src/frame/exports.txt; }
+add_row() { echo 'KXCALC_EXPORT(frame, kxcalcNowhere)' >>functions/exports.inc; }
+drop_row() { sed -i '/kxcalcGetVersion/d' functions/exports.inc; }
+swap_rows() { sed -i '/kxcalcGetVersion/{h;d};/kxcalcGetMinMax_int32_t/{G}' functions/exports.inc; }
 drop_definition() { rm src/frame/version.cpp; }
 add_definition() { echo 'extern "C" void kxcalcStray() {}' >>src/frame/version.cpp; }
 

@@ -9,7 +9,7 @@
 #include <type_traits>
 
 #include "exercises.hpp"
-#include "verify/linked_functions.hpp"
+#include "functions/linked.hpp"
 
 // Calls function with words as its arguments, the stack pointer being (16 - offset) % 16 past a 16-byte boundary, and
 // stores the result, which is of the kind that ResultKind tells.
@@ -94,15 +94,15 @@ struct Misaligned<function, offset> {
 };
 
 template <uint32_t offset>
-constexpr kxverify::Functions misalignedFunctions{
-#define KXVERIFY_FUNCTION(name) &Misaligned<&::name, offset>::call,
-#include "functions.inc"
-#undef KXVERIFY_FUNCTION
+constexpr kxcalc::Functions misalignedFunctions{
+#define KXCALC_EXPORT(family, name) &Misaligned<&::name, offset>::call,
+#include "functions/exports.inc"
+#undef KXCALC_EXPORT
 };
 
 TEST(MisalignedStack, EveryExportDeliversTheSame) {
   for (const kxverify::Exercise& exercise : kxverify::exercises()) {
-    const std::string expected = hashOf(exercise, verify::linkedFunctions);
+    const std::string expected = hashOf(exercise, kxcalc::linkedFunctions);
     EXPECT_EQ(hashOf(exercise, misalignedFunctions<0>), expected) << exercise.name;
     EXPECT_EQ(hashOf(exercise, misalignedFunctions<4>), expected) << exercise.name << ", 4 bytes off";
     EXPECT_EQ(hashOf(exercise, misalignedFunctions<8>), expected) << exercise.name << ", 8 bytes off";

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "exercises.hpp"
-#include "verify/linked_functions.hpp"
+#include "functions/linked.hpp"
 
 namespace {
 
@@ -25,7 +25,7 @@ TEST(Soak, EightThreadsGetWhatOneGets) {
   const auto exercises = kxverify::exercises();
   std::vector<std::string> expected;
   for (const kxverify::Exercise& exercise : exercises) {
-    expected.push_back(hashOf(exercise, verify::linkedFunctions));
+    expected.push_back(hashOf(exercise, kxcalc::linkedFunctions));
   }
   const auto end = std::chrono::steady_clock::now() + duration();
   std::atomic<std::size_t> runs = 0;
@@ -39,7 +39,7 @@ TEST(Soak, EightThreadsGetWhatOneGets) {
       std::size_t next = thread;
       do {
         next = (next + strides[thread]) % exercises.size();
-        if (hashOf(exercises[next], verify::linkedFunctions) != expected[next]) {
+        if (hashOf(exercises[next], kxcalc::linkedFunctions) != expected[next]) {
           differences[thread] = exercises[next].name;
         }
         ++runs;

@@ -1,0 +1,23 @@
+// The geometry of a piston engine's cylinder.
+#pragma once
+
+namespace kxanalysis {
+
+/// Crank angles are in degrees from the top dead centre of combustion, a four-stroke cycle runs from -360 to 360.
+/// Lengths are in millimetres, volumes in cubic centimetres.
+struct Engine {
+  double bore = 86;
+  double stroke = 86;
+  double rod = 143;  ///< length of the connecting rod, at least half of the stroke
+  double compressionRatio = 10;
+
+  double displacement() const;
+
+  /// Volume at top dead centre.
+  double clearance() const { return displacement() / (compressionRatio - 1); }
+
+  /// Volume above the piston.
+  double volume(double angle) const;
+};
+
+}  // namespace kxanalysis

@@ -1,0 +1,35 @@
+// What a flicker measurement found, for people and for programs.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "analysis/flicker/flickermeter.hpp"
+#include "analysis/statistics/statistics.hpp"
+#include "host/reports/floors.hpp"
+
+namespace kxhost {
+
+/// One channel's measurement.
+struct FlickerResult {
+  std::string file;
+  std::string channel;
+  FlickerSetting setting;
+  double rate;
+  uint64_t settling, period;  ///< in samples
+  uint64_t samples = 0;
+  std::vector<FlickerPeriod> periods;
+  std::vector<EnvelopeColumn> sensation;  ///< from the first sample on, where a picture is to be drawn
+
+  double secondsOf(uint64_t count) const { return static_cast<double>(count) / rate; }
+  /// Of a period, in seconds.
+  double beginOf(size_t index) const { return secondsOf(settling + index * period); }
+
+  /// One of each dozen of periods that is complete.
+  std::vector<double> longTermSeverities() const;
+};
+
+void printTable(const FlickerResult& result);
+void printJson(const FlickerResult& result);
+
+}  // namespace kxhost

@@ -1,0 +1,36 @@
+// Which channels of a recording are the voltages and the currents of the phases, and what one step of them is worth.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "recordings/recording.hpp"
+
+namespace kxrecordings {
+
+struct PhysicalChannel {
+  size_t index;  ///< in the recording, from 0
+  double scale;  ///< V or A per step of the recording
+};
+
+/// One voltage and one current for each phase.
+struct PowerChannels {
+  std::vector<PhysicalChannel> voltages;
+  std::vector<PhysicalChannel> currents;
+};
+
+/// What the user says of the channels.
+struct PowerChannelOptions {
+  std::vector<int> voltages;   ///< channel numbers from 1; empty: what the channels' names tell
+  std::vector<int> currents;   ///< as many
+  std::vector<double> scales;  ///< one for all voltages and one for all currents, or one for each; empty: 1
+};
+
+constexpr size_t mostPhases = 3;
+
+/// Names that end in a unit ("Ua [kV]", "Ia (mA)", "Ib/A", "Ib in A") tell the channels' kinds and are taken at their
+/// units. Without any such name the first half of two, four or six channels is taken as the voltages. Integer audio
+/// samples count as fractions of full scale. Throws FileError.
+PowerChannels powerChannels(const std::string& file, const Format& format, const PowerChannelOptions& options);
+
+}  // namespace kxrecordings

@@ -1,0 +1,75 @@
+#include "recordings/recording.hpp"
+
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+#include <cmath>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+
+#include "analysis/number_text.hpp"
+#include "recordings/audio_recording.hpp"
+#include "recordings/comtrade_recording.hpp"
+#include "recordings/csv_recording.hpp"
+
+namespace kxrecordings {
+using namespace kxanalysis;
+namespace {
+
+/// Everything here reads its file more than once, which a pipe cannot do.
+void requireReadableFile(const std::string& file) {
+  std::error_code error;
+  const auto status = std::filesystem::status(file, error);
+  if (status.type() == std::filesystem::file_type::not_found) {
+    throw FileError(file, "no such file");
+  }
+  if (std::filesystem::is_directory(status)) {
+    throw FileError(file, "is a directory");
+  }
+  if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
+    throw FileError(file, "is not a regular file, and only those can be read more than once");
+  }
+  errno = 0;
+  if (!std::ifstream(file)) {
+    throw FileError(file, errno != 0 ? std::strerror(errno) : "cannot be opened");
+  }
+}
+
+std::string lowerCaseExtension(const std::string& file) {
+  std::string extension = std::filesystem::path(file).extension().string();
+  std::transform(extension.begin(), extension.end(), extension.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  return extension;
+}
+
+}  // namespace
+
+std::unique_ptr<Recording> openRecording(const std::string& file, const InputOptions& options) {
+  requireReadableFile(file);
+  if (options.rate && !(*options.rate > 0 && std::isfinite(*options.rate))) {
+    throw FileError(file, "the sample rate must be above 0");
+  }
+  const std::string extension = lowerCaseExtension(file);
+  if (!options.raw && (extension == ".csv" || extension == ".tsv")) {
+    return openCsv(file, options);
+  }
+  if (!options.columns.empty()) {
+    throw FileError(file, "has no named columns: --column is for CSV files");
+  }
+  if (!options.raw && extension == ".cfg") {
+    return openComtrade(file, options);
+  }
+  return options.raw ? openRaw(file, options) : openAudio(file, options);
+}
+
+std::string titleOf(const std::string& file, const Format& format) {
+  const std::string rate = format.rate ? ", " + numberText(*format.rate, 6) + " Hz" : "";
+  return std::filesystem::path(file).filename().string() + " (" + format.container + ", " + format.samples + rate + ')';
+}
+
+std::string timeAxisTitle(const Format& format) {
+  return format.rate ? "time in seconds" : "time in samples";
+}
+
+}  // namespace kxrecordings

@@ -1,0 +1,100 @@
+// Recordings: audio containers, CSV files and raw interleaved samples, read in blocks of interleaved frames.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace kxrecordings {
+
+/// What is wrong with a file.
+class FileError : public std::runtime_error {
+public:
+  FileError(const std::string& file, const std::string& what) : std::runtime_error(file + ": " + what) {}
+};
+
+/// Frames (one sample of every channel) that are read at a time: few enough for a block to stay in the processor's
+/// caches.
+constexpr size_t blockFrames = 4096;
+
+/// The type that samples have in memory: the one of the four kernel families that holds the file's samples exactly.
+enum class SampleType { int16, int32, float32, float64 };
+
+struct Format {
+  std::string container;              ///< "wav", "flac", "csv", "raw", ...
+  std::string samples;                ///< as stored: "int16", "int24", "vorbis", ...
+  std::string unit;                   ///< of the values, empty if not known
+  SampleType type;                    ///< as read
+  double fullScale = 1;               ///< the magnitude that stands for 1 in other sample formats
+  std::vector<std::string> channels;  ///< names; numbers from 1 where the file names none
+  std::optional<double> rate;         ///< frames a second
+};
+
+/// How to take the input files, from the command line.
+struct InputOptions {
+  std::optional<std::string> raw;    ///< sample type of raw files: "int16", "int32", "float" or "double"
+  int channels = 0;                  ///< of raw files
+  std::optional<double> rate;        ///< instead of the file's own
+  std::vector<std::string> columns;  ///< of CSV files; all numeric ones if empty
+};
+
+class Recording {
+public:
+  virtual ~Recording() = default;
+
+  const Format& format() const { return format_; }
+
+  /// What the user should know about how the file was taken, a line each.
+  const std::vector<std::string>& notes() const { return notes_; }
+
+  /// Reads the next interleaved frames, as many as `samples` has room for; returns how many, fewer only at the end.
+  /// T is the type that format().type names.
+  template <class T>
+  size_t read(std::span<T> samples) {
+    return readFrames(samples.data(), samples.size() / format_.channels.size());
+  }
+
+  /// Back to the first frame.
+  virtual void rewind() = 0;
+
+  /// Share of the file that has been read, 0 to 1.
+  virtual double position() const = 0;
+
+protected:
+  virtual size_t readFrames(void* samples, size_t frames) = 0;
+
+  Format format_;
+  std::vector<std::string> notes_;
+};
+
+/// Opens a file as what its name and the options say. Throws FileError.
+std::unique_ptr<Recording> openRecording(const std::string& file, const InputOptions& options);
+
+/// A heading for pictures: the file's name without folders, and its format.
+std::string titleOf(const std::string& file, const Format& format);
+
+/// What a time axis shows: seconds, or samples of recordings without a rate.
+std::string timeAxisTitle(const Format& format);
+
+/// Calls visitor.operator()<T>() with the C++ type of a sample type.
+template <class Visitor>
+auto visitSampleType(SampleType type, Visitor visitor) {
+  switch (type) {
+    case SampleType::int16:
+      return visitor.template operator()<int16_t>();
+    case SampleType::int32:
+      return visitor.template operator()<int32_t>();
+    case SampleType::float32:
+      return visitor.template operator()<float>();
+    case SampleType::float64:
+      return visitor.template operator()<double>();
+  }
+  throw std::logic_error("unknown sample type");
+}
+
+}  // namespace kxrecordings
