@@ -196,6 +196,20 @@ TEST(SerialSums, EqualTheChainAtEveryCount) {
   }
 }
 
+// Terms that move a sum by an eighth of all bit patterns, or a quarter of them: as many as bring it back to where it was.
+TEST(SerialSums, MovesByAllBitPatternsAreNotLost) {
+  for (unsigned runs = 1; runs < 256; ++runs) {
+    for (const int distance : {512, 1024}) {
+      std::vector<double> terms(700);
+      terms[0] = 0x1p-1000;
+      for (std::size_t run = 0; run < 8; ++run) {
+        terms[128 + 8 * run] = (runs >> run & 1) != 0 ? std::ldexp(0x1p-1000, distance) : 0.0;
+      }
+      ASSERT_TRUE(equalsChain(terms)) << runs;
+    }
+  }
+}
+
 // Each run takes the sum out of its binade: the engine steps aside for longer and longer.
 TEST(SerialSums, TermsThatGrowWithoutEndEqualTheChain) {
   for (const double growth : {1.0001, 1.003, 1.03, 1.2, 2.0}) {
