@@ -68,7 +68,7 @@ KXCALC_INLINE Moves<Integers> joinRuns(Moves<Integers> first, Moves<Integers> se
   }
 }
 
-/// The moves of all lanes' runs as one, and what is common to their moves of an odd sum: every bit that one of them has.
+/// The moves of all lanes' runs as one, and every bit that is set in one of their moves of an odd sum.
 struct JoinedRuns {
   Moves<uint64_t> moves;
   uint64_t bitsOfOdd;
@@ -85,47 +85,69 @@ KXCALC_INLINE JoinedRuns joinLanes(Moves<Integers> runs, Integers bitsOfOdd) {
   }
 }
 
-/// Adds runs of terms to a sum in the binade whose lower end is given, up to the run that takes the sum out of there;
-/// returns how many. rows(add) calls add(row) with the first terms of all runs, with the second ones, and so on.
-template <class Format, class Rows>
-KXCALC_INLINE size_t addRuns(uint64_t& sum, uint64_t lowerEnd, Rows rows) {
-  auto evenSums = Format::row(Format::number(lowerEnd));
-  auto oddSums = Format::row(Format::number(lowerEnd + 1));
-  rows([&](const auto& terms) KXCALC_INLINE_LAMBDA {
+/// Runs of terms, a run a lane, for a sum in the binade whose lower end is given.
+template <class Format>
+struct Runs {
+  static constexpr uint64_t binade = uint64_t{1} << Format::significandBits;
+  uint64_t lowerEnd;
+  typename Format::Row evenSums, oddSums;
+
+  KXCALC_INLINE explicit Runs(uint64_t lowerEndOfSum)
+      : lowerEnd(lowerEndOfSum),
+        evenSums(Format::row(Format::number(lowerEndOfSum))),
+        oddSums(Format::row(Format::number(lowerEndOfSum + 1))) {}
+
+  /// The next term of each run.
+  template <class Terms>
+  KXCALC_INLINE void add(const Terms& terms) {
     evenSums = evenSums + terms;
     oddSums = oddSums + terms;
-  });
-  const auto even = Format::bits(evenSums) - lowerEnd;
-  const auto odd = Format::bits(oddSums) - (lowerEnd + 1);
+  }
 
-  constexpr uint64_t binade = uint64_t{1} << Format::significandBits;
-  const uint64_t room = lowerEnd + binade - sum;  // even where the sum is
-  const auto [moves, bitsOfOdd] = joinLanes<decltype(even)>({even, odd}, odd);
-  // The sums that began at the odd number are the larger ones. Within the binade, the moves of all runs do not wrap.
-  const uint64_t move = moves.even ^ ((moves.even ^ moves.odd) & -(room & 1));
-  if (bitsOfOdd < binade && move < room) {
-    sum += move;
-    return runsSideBySide;
-  }
-  uint64_t evenMoves[runsSideBySide], oddMoves[runsSideBySide];
-  store(evenMoves, even);
-  store(oddMoves, odd);
-  size_t run = 0;
-  for (uint64_t left = room; run < runsSideBySide; ++run) {
-    const size_t lane = runOfLane[run];
-    const uint64_t moveOfRun = (left & 1) != 0 ? oddMoves[lane] : evenMoves[lane];
-    if (moveOfRun >= left) {
-      break;
+  /// Adds all runs to the sum, unless they take it out of the binade.
+  KXCALC_INLINE bool addAllTo(uint64_t& sum) const {
+    const auto even = Format::bits(evenSums) - lowerEnd;
+    const auto odd = Format::bits(oddSums) - (lowerEnd + 1);
+    const auto [moves, bitsOfOdd] = joinLanes<decltype(even)>({even, odd}, odd);
+    const uint64_t room = lowerEnd + binade - sum;  // even where the sum is
+    // The sums that began at the odd number are the larger ones. Within the binade, the moves of all runs do not wrap.
+    const uint64_t move = moves.even ^ ((moves.even ^ moves.odd) & -(room & 1));
+    if (bitsOfOdd >= binade || move >= room) {
+      return false;
     }
-    left -= moveOfRun;
-    sum += moveOfRun;
+    sum += move;
+    return true;
   }
-  return run;
+
+  /// Adds the runs before the one that takes the sum out of the binade; returns how many.
+  KXCALC_INLINE size_t addFirstTo(uint64_t& sum) const {
+    uint64_t even[runsSideBySide], odd[runsSideBySide];
+    store(even, Format::bits(evenSums) - lowerEnd);
+    store(odd, Format::bits(oddSums) - (lowerEnd + 1));
+    uint64_t room = lowerEnd + binade - sum;
+    size_t run = 0;
+    for (; run < runsSideBySide; ++run) {
+      const size_t lane = runOfLane[run];
+      const uint64_t move = (room & 1) != 0 ? odd[lane] : even[lane];
+      if (move >= room) {
+        break;
+      }
+      room -= move;
+    }
+    sum = lowerEnd + binade - room;
+    return run;
+  }
+};
+
+/// The lower end of a number's binade.
+template <class Format>
+KXCALC_INLINE uint64_t lowerEndOf(uint64_t bits) {
+  return bits >> Format::significandBits << Format::significandBits;
 }
 
 /// What a sum is made of: terms that are not negative. `Terms` has
 /// - one(i): the term at an index;
-/// - length, and rows(i, add): the runs of so many terms from an index on, for `addRuns`;
+/// - length, and rows(i, add): the runs of so many terms from an index on, one term of each run a row;
 /// - prefetch(i): asks for the memory of `termsOfPrefetch` terms some time after those at the index.
 inline constexpr size_t termsOfPrefetch = 16;
 
@@ -162,13 +184,15 @@ KXCALC_INLINE typename Format::Number serialSum(const Terms& terms, size_t count
       break;
     }
     // A loop for each binade: its lower end is a constant that nothing waits for.
-    const uint64_t lowerEnd = bits >> Format::significandBits << Format::significandBits;
+    const uint64_t lowerEnd = lowerEndOf<Format>(bits);
     const size_t begin = i;
     size_t added = runsSideBySide;
     while (added == runsSideBySide && count - i >= block) {
       unrolled<block / termsOfPrefetch>([&](size_t k)
                                             KXCALC_INLINE_LAMBDA { terms.prefetch(i + k * termsOfPrefetch); });
-      added = addRuns<Format>(bits, lowerEnd, [&](auto add) KXCALC_INLINE_LAMBDA { terms.rows(i, add); });
+      Runs<Format> runs(lowerEnd);
+      terms.rows(i, [&](const auto& row) KXCALC_INLINE_LAMBDA { runs.add(row); });
+      added = runs.addAllTo(bits) ? runsSideBySide : runs.addFirstTo(bits);
       i += added * Terms::length;
     }
     sum = Format::number(bits);
@@ -213,11 +237,12 @@ KXCALC_INLINE V highPairs(V a, V b) {
   }
 }
 
-/// The singles at `from` and the three behind it, those `stride` elements later, and so on: eight runs, a run a lane.
+/// The elements at `from` and the three behind it, those `stride` elements later, and so on: eight runs, a run a lane.
 /// Calls take(first ones, second ones, third ones, fourth ones).
-template <class Take>
-KXCALC_INLINE void takeFourColumns(const float* from, size_t stride, Take take) {
-  using Column = PackOf<float, runsSideBySide>;
+template <class T, class Take>
+KXCALC_INLINE void takeFourColumns(const T* from, size_t stride, Take take) {
+  static_assert(sizeof(T) == 4);
+  using Column = PackOf<T, runsSideBySide>;
   const auto runs = [=](size_t lane) KXCALC_INLINE_LAMBDA {
     return paired(load(from + runOfLane[lane] * stride), load(from + runOfLane[lane + 4] * stride));
   };

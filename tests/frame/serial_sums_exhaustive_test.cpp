@@ -84,9 +84,14 @@ bool aRandomBlockEqualsTheChain(Xorshift& random) {
     expected = chain;
   }
   uint64_t sum = start;
-  const std::size_t added = kxcalc::addRuns<kxcalc::Doubles>(
-      sum, field << 52, [&](auto add) { add(kxcalc::loadPack<kxcalc::runsSideBySide>(lanes)); });
-  return added == runs && std::bit_cast<double>(sum) == expected;
+  kxcalc::Runs<kxcalc::Doubles> sideBySide(field << 52);
+  sideBySide.add(kxcalc::loadPack<kxcalc::runsSideBySide>(lanes));
+  uint64_t sumOfFirst = start;
+  if (sideBySide.addAllTo(sum) != (runs == kxcalc::runsSideBySide)) {
+    return false;
+  }
+  return sideBySide.addFirstTo(sumOfFirst) == runs && std::bit_cast<double>(sumOfFirst) == expected &&
+         (runs < kxcalc::runsSideBySide || sum == sumOfFirst);
 }
 
 TEST(SerialSumsOfRandomBlocks, OfDoublesEqualTheChain) {

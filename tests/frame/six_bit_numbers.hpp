@@ -72,17 +72,18 @@ inline Row operator+(Row a, const Row& b) {
 /// What `kxcalc::Doubles` is for doubles.
 struct Format {
   using Number = six_bits::Number;
+  using Row = six_bits::Row;
   static constexpr int significandBits = 3;
   static constexpr uint64_t infinity = six_bits::infinity;
 
   static uint64_t bits(Number number) { return number.bits; }
   static Number number(uint64_t bits) { return {bits}; }
-  static Row row(Number number) {
-    Row row;
+  static six_bits::Row row(Number number) {
+    six_bits::Row row;
     row.bits.fill(static_cast<uint8_t>(number.bits));
     return row;
   }
-  static Lanes bits(const Row& row) {
+  static Lanes bits(const six_bits::Row& row) {
     uint64_t lanes[kxcalc::runsSideBySide];
     for (std::size_t lane = 0; lane < row.bits.size(); ++lane) {
       lanes[lane] = row.bits[lane];
@@ -123,12 +124,17 @@ bool addsWhatTheChainAdds(const std::array<uint8_t, count>& block) {
         expected = chain;
       }
     }
-    const auto added = kxcalc::addRuns<Format>(sum, lowerEnd, [&](auto add) {
-      for (const Row& row : rows) {
-        add(row);
-      }
-    });
-    if (added != runs || sum != expected) {
+    kxcalc::Runs<Format> sideBySide(lowerEnd);
+    for (const Row& row : rows) {
+      sideBySide.add(row);
+    }
+    uint64_t sumOfFirst = start;
+    const bool all = sideBySide.addAllTo(sum);
+    if (all != (runs == kxcalc::runsSideBySide) || sideBySide.addFirstTo(sumOfFirst) != runs ||
+        sumOfFirst != expected) {
+      return false;
+    }
+    if (sum != (all ? expected : start)) {
       return false;
     }
   }
