@@ -101,6 +101,24 @@ KXCALC_INLINE auto paired(X low, X high) {
   }
 }
 
+/// The halves of a pack.
+template <class X>
+KXCALC_INLINE auto lowPart(X x) {
+  if constexpr (detail::isTwin<X>) {
+    return x.low;
+  } else {
+    return lowHalf(x);
+  }
+}
+template <class X>
+KXCALC_INLINE auto highPart(X x) {
+  if constexpr (detail::isTwin<X>) {
+    return x.high;
+  } else {
+    return highHalf(x);
+  }
+}
+
 /// A pack from, or to, any address that is aligned to its element.
 template <size_t count, class T>
 KXCALC_INLINE PackOf<T, count> loadPack(const T* from) {

@@ -1,7 +1,7 @@
 // Active and reactive power of a voltage and a current spectrum, and the angles of harmonics.
 #include <algorithm>
 
-#include "frame/conversions.hpp"
+#include "frame/blocks.hpp"
 #include "kxcalc.h"
 #include "vmath/arctangent2.hpp"
 
@@ -16,16 +16,33 @@ KXCALC_INLINE f64x2 terms(const float* voltage, const float* current) {
   return f64x2{straight[0] + straight[1], crossed[0] - crossed[1]};
 }
 
-/// Adds the terms of two bins, one after the other. Their real and their imaginary parts lie in lanes of their own, which
-/// gives the terms of both bins at once.
-KXCALC_INLINE void addTwo(f64x2& sums, const float* voltage, const float* current) {
-  const auto reals = [](f32x4 bins) { return widenLow(__builtin_shufflevector(bins, bins, 0, 2, 0, 2)); };
-  const auto imags = [](f32x4 bins) { return widenLow(__builtin_shufflevector(bins, bins, 1, 3, 1, 3)); };
-  const f32x4 u = load(voltage), i = load(current);
-  const f64x2 active = reals(u) * reals(i) + imags(u) * imags(i);
-  const f64x2 reactive = reals(u) * imags(i) - imags(u) * reals(i);
-  sums += __builtin_shufflevector(active, reactive, 0, 2);
-  sums += __builtin_shufflevector(active, reactive, 1, 3);
+/// The real parts of two bins or of four, or the imaginary ones.
+template <size_t bins, int part>
+KXCALC_INLINE auto partsOf(const float* from) {
+  if constexpr (bins == 2) {
+    const f32x4 both = load(from);
+    return widenLow(__builtin_shufflevector(both, both, part, part + 2, part, part + 2));
+  } else {
+    return toDoubles(__builtin_shufflevector(load(from), load(from + 4), part, part + 2, part + 4, part + 6));
+  }
+}
+
+/// Adds the terms of two bins or of four, one after the other. The terms of all of them are formed at once.
+template <size_t bins>
+KXCALC_INLINE void addBins(f64x2& sums, const float* voltage, const float* current) {
+  const auto ur = partsOf<bins, 0>(voltage), ui = partsOf<bins, 1>(voltage);
+  const auto ir = partsOf<bins, 0>(current), ii = partsOf<bins, 1>(current);
+  const auto active = ur * ir + ui * ii, reactive = ur * ii - ui * ir;
+  const auto addTwo = [&](f64x2 p, f64x2 q) KXCALC_INLINE_LAMBDA {
+    sums += __builtin_shufflevector(p, q, 0, 2);
+    sums += __builtin_shufflevector(p, q, 1, 3);
+  };
+  if constexpr (bins == 2) {
+    addTwo(active, reactive);
+  } else {
+    addTwo(lowPart(active), lowPart(reactive));
+    addTwo(highPart(active), highPart(reactive));
+  }
 }
 
 constexpr double degreesPerRadian = 57.2957763671875;  // 180/pi as a single, although it multiplies doubles
@@ -95,8 +112,17 @@ extern "C" void kxcalcPowerPandQsum(const float* voltage, const float* current, 
   const size_t last = binCount > 2 ? static_cast<size_t>(binCount) - 1 : 1;
   f64x2 sums = terms(voltage, current) * 0.5;
   size_t bin = 1;
+  constexpr size_t line = 8, atOnce = widestBytes > 16 ? 4 : 2;
+  for (; last - bin >= line; bin += line) {
+    prefetchAhead(voltage + 2 * bin);
+    prefetchAhead(current + 2 * bin);
+    unrolled<line / atOnce>([&](size_t k) KXCALC_INLINE_LAMBDA {
+      const size_t at = 2 * (bin + k * atOnce);
+      addBins<atOnce>(sums, voltage + at, current + at);
+    });
+  }
   for (; last - bin >= 2; bin += 2) {
-    addTwo(sums, voltage + 2 * bin, current + 2 * bin);
+    addBins<2>(sums, voltage + 2 * bin, current + 2 * bin);
   }
   if (bin < last) {
     sums += terms(voltage + 2 * bin, current + 2 * bin);

@@ -1,6 +1,6 @@
 // One-sided complex spectra in single, real and imaginary part of a bin side by side: correction, conjugation, the
 // strongest bin, the energy.
-#include "frame/blocks.hpp"
+#include "frame/serial_sums.hpp"
 #include "kxcalc.h"
 
 namespace kxcalc {
@@ -97,16 +97,39 @@ KXCALC_INLINE size_t strongestBin(const float* spectrum, size_t bins) {
   return index;
 }
 
-/// Squares of singles are exact in double; the terms of a bin are added first, then one serial sum.
-KXCALC_INLINE double energy(const float* spectrum, size_t bins) {
-  double sum = 0;
-  for (size_t k = 0; k < bins; ++k) {
+/// The energy of a bin: squares of singles are exact in double, their sum is rounded.
+struct Energies {
+  static constexpr size_t length = 8;
+  const float* spectrum;
+
+  KXCALC_INLINE double one(size_t k) const {
     const f64x2 bin = loadAsDoubles(spectrum + 2 * k);
     const f64x2 squares = bin * bin;
-    sum += squares[0] + squares[1];
+    return squares[0] + squares[1];
   }
-  return sum;
-}
+
+  template <class Add>
+  KXCALC_INLINE void rows(size_t k, Add add) const {
+    for (size_t bin = k; bin < k + length; bin += 2) {
+      takeFourColumns(spectrum + 2 * bin, 2 * length,
+                      [&](auto real, auto imag, auto nextReal, auto nextImag) KXCALC_INLINE_LAMBDA {
+                        add(squared(toDoubles(real)) + squared(toDoubles(imag)));
+                        add(squared(toDoubles(nextReal)) + squared(toDoubles(nextImag)));
+                      });
+    }
+  }
+
+  KXCALC_INLINE void prefetch(size_t k) const {
+    prefetchAhead(spectrum + 2 * k);
+    prefetchAhead(spectrum + 2 * k + 16);
+  }
+
+private:
+  template <class V>
+  KXCALC_INLINE static V squared(V v) {
+    return v * v;
+  }
+};
 
 }  // namespace
 }  // namespace kxcalc
@@ -126,5 +149,6 @@ extern "C" uint32_t kxcalcPowerFindIndexOfMaxAmplitude(const float* spectrum, ui
 }
 
 extern "C" double kxcalcPowerHarmonicZero(const float* spectrum, uint32_t binCount) {
-  return kxcalc::energy(spectrum, binCount);
+  using namespace kxcalc;
+  return serialSum<Doubles>(Energies{spectrum}, binCount);
 }
