@@ -14,15 +14,15 @@ namespace kxanalysis {
 class RealTransform {
 public:
   /// @param length  number of samples, 1 to longest.
-  static Result<RealTransform> create(std::size_t length);
-  static constexpr std::size_t longest = std::size_t{1} << 26;
+  static Result<RealTransform> create(size_t length);
+  static constexpr size_t longest = size_t{1} << 26;
 
   RealTransform(RealTransform&& other) noexcept;
   RealTransform& operator=(RealTransform&& other) noexcept;
   ~RealTransform();
 
-  std::size_t length() const;
-  std::size_t binCount() const { return length() / 2 + 1; }
+  size_t length() const;
+  size_t binCount() const { return length() / 2 + 1; }
 
   /// Bins 0 to length / 2 of sum over n of x[n] exp(-2 pi i k n / length), not scaled. They stay until the next call.
   /// @param samples  `length` samples.

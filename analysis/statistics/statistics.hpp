@@ -62,6 +62,17 @@ public:
   /// @param channels  number of channels.
   /// @param channel   as long as there are frames.
   void feedInterleaved(const T* first, size_t channels, std::span<T> channel) {
+    if constexpr (std::is_same_v<T, int16_t>) {
+      // One kernel does both: it adds up as the other one does from the destination's boundaries on.
+      while (channels > 1 && waitingCount_ == 0 && channel.size() >= block_ && isAligned(channel.data())) {
+        total_ = with(total_, channel.first(block_), *first, [&](auto... results) {
+          functions_->kxcalcMoveAndGetMinMaxAveRMS_int16_t(channel.data(), first, static_cast<uint32_t>(block_),
+                                                           results..., rmsOffset_, static_cast<int32_t>(channels));
+        });
+        first += channels * block_;
+        channel = channel.subspan(block_);
+      }
+    }
     for (T& sample : channel) {
       sample = *first;
       first += channels;
@@ -124,13 +135,19 @@ private:
     return waitingCount_ == 0 ? total_ : with(total_, {waiting_.front().samples.data(), waitingCount_});
   }
 
-  /// The kernels merge the extremes of a short block with the values they are passed, but overwrite those with the
-  /// extremes of a longer one. With the block's own first sample as start value either way gives the extremes of this
-  /// block alone. The sums need no such care: they are always added to.
-  Total with(Total total, std::span<const T> block) const {
-    T minimum = block.front(), maximum = block.front();
-    kernel (*functions_)(block.data(), static_cast<uint32_t>(block.size()), &minimum, &maximum, &total.sum,
-                         &total.sumOfSquares, rmsOffset_);
+  Total with(const Total& total, std::span<const T> block) const {
+    return with(total, block, block.front(), [&](auto... results) {
+      kernel (*functions_)(block.data(), static_cast<uint32_t>(block.size()), results..., rmsOffset_);
+    });
+  }
+
+  /// The kernels merge the extremes of some blocks with the values they are passed, but overwrite those with the
+  /// extremes of others. With the block's own first sample as start value either way gives the extremes of this block
+  /// alone. The sums need no such care: they are always added to.
+  template <class Kernel>
+  static Total with(Total total, std::span<const T> block, T first, Kernel kernel) {
+    T minimum = first, maximum = first;
+    kernel(&minimum, &maximum, &total.sum, &total.sumOfSquares);
     total.minimum = total.samples == 0 ? minimum : std::min(total.minimum, minimum);
     total.maximum = total.samples == 0 ? maximum : std::max(total.maximum, maximum);
     total.samples += block.size();
