@@ -50,6 +50,6 @@ if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
 endif()
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/kxcalc)
-install(EXPORT kxcalcTargets NAMESPACE kxcalc:: FILE kxcalcConfig.cmake DESTINATION ${package_dir})
+install(EXPORT kxcalcTargets NAMESPACE kxcalc:: DESTINATION ${package_dir})
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/kxcalcConfigVersion.cmake COMPATIBILITY SameMajorVersion)
-install(FILES ${PROJECT_BINARY_DIR}/kxcalcConfigVersion.cmake DESTINATION ${package_dir})
+install(FILES ${CMAKE_CURRENT_LIST_DIR}/kxcalcConfig.cmake ${PROJECT_BINARY_DIR}/kxcalcConfigVersion.cmake DESTINATION ${package_dir})

@@ -5,14 +5,16 @@
 
 #include "analysis/combustion/cycle_analysis.hpp"
 #include "analysis/combustion/engine_simulation.hpp"
+#include "analysis/combustion/pressure_cycles.hpp"
 #include "analysis/number_text.hpp"
 #include "host/commands/combustion_options.hpp"
 #include "host/commands/command.hpp"
 #include "host/pictures/combustion_plots.hpp"
 #include "host/pictures/plot.hpp"
 #include "host/reports/floors.hpp"
+#include "host/reports/required.hpp"
 #include "host/reports/table.hpp"
-#include "recordings/pressure_cycles.hpp"
+#include "recordings/pressure_table.hpp"
 #include "recordings/recording.hpp"
 
 namespace kxhost {
@@ -106,12 +108,13 @@ void printPolytrope(const char* stroke, const std::optional<Polytrope>& polytrop
   }
 }
 
-void printText(const CombustionOptions& options, const PressureCycles& cycles, const CycleAnalysis& analysis) {
-  const CycleFigures& last = analysis.figures().back();
+void printText(const CombustionOptions& options, const PressureCycles& cycles, const CycleAnalysis& analysis,
+               const std::vector<CycleFigures>& figures) {
+  const CycleFigures& last = figures.back();
   const Statistics<float>& statistics = analysis.statistics();
-  printCycles(analysis.figures());
+  printCycles(figures);
   std::cout << '\n';
-  printOverall(analysis.figures());
+  printOverall(figures);
   std::cout << "\nCycles: " << cycles.count() << " of " << cycles.angles.size() << " samples, " << text(cycles.step())
             << " deg apart\n"
             << "Displacement: " << text(options.engine.displacement()) << " cm3, clearance "
@@ -153,10 +156,11 @@ Json exponentOf(const std::optional<Polytrope>& polytrope) {
   return polytrope ? Json(polytrope->exponent) : Json(nullptr);
 }
 
-void printJson(const CombustionOptions& options, const PressureCycles& cycles, const CycleAnalysis& analysis) {
+void printJson(const CombustionOptions& options, const PressureCycles& cycles, const CycleAnalysis& analysis,
+               const std::vector<CycleFigures>& figures) {
   const Statistics<float>& statistics = analysis.statistics();
   Json overall;
-  for (const Quantity& quantity : quantitiesOf(analysis.figures())) {
+  for (const Quantity& quantity : quantitiesOf(figures)) {
     overall[quantity.name] = jsonOf(quantity.spread);
   }
   const Json all{{"source", options.source()},
@@ -164,7 +168,7 @@ void printJson(const CombustionOptions& options, const PressureCycles& cycles, c
                  {"step_deg", cycles.step()},
                  {"displacement_cm3", options.engine.displacement()},
                  {"clearance_cm3", options.engine.clearance()},
-                 {"cycles", jsonOf(analysis.figures())},
+                 {"cycles", jsonOf(figures)},
                  {"overall", std::move(overall)},
                  {"windowed_cycles", analysis.windowedCycles()},
                  {"smoothed_pressure_bar",
@@ -191,11 +195,12 @@ struct Pictures {
         logarithmic(named(plot, "pv-log")),
         trend(named(plot, "trend")) {}
 
-  void draw(const Functions& functions, const std::string& title, const CycleAnalysis& analysis) const {
-    drawPressures(pressures, title, analysis);
+  void draw(const Functions& functions, const std::string& title, const CycleAnalysis& analysis,
+            const std::vector<CycleFigures>& figures) const {
+    drawPressures(pressures, title, analysis, figures.back());
     drawPressureVolume(functions, linear, title, analysis, AxisScale::linear);
     drawPressureVolume(functions, logarithmic, title, analysis, AxisScale::logarithmic);
-    drawTrend(trend, title, analysis);
+    drawTrend(trend, title, analysis, figures);
   }
 
   OutputFile pressures, linear, logarithmic, trend;
@@ -207,6 +212,14 @@ std::string titleOf(const CombustionOptions& options, const PressureCycles& cycl
          std::to_string(cycles.angles.size()) + " samples)";
 }
 
+CutCycles cyclesFor(const CombustionOptions& options) {
+  if (options.simulate) {
+    return {required(simulate(options.engine, options.simulation), options.source())};
+  }
+  PressureTable table = readPressureTable(options.file, options.columns, mostPressures);
+  return required(cyclesOf(std::move(table.angles), table.pressures, table.columns), options.file);
+}
+
 int runCombustion(const Functions& functions, const CombustionOptions& options) {
   std::optional<Pictures> pictures;
   std::optional<OutputFile> output;
@@ -216,23 +229,24 @@ int runCombustion(const Functions& functions, const CombustionOptions& options) 
   if (!options.output.empty()) {
     output.emplace(options.output);
   }
-  std::vector<std::string> notes;
-  const PressureCycles cycles = options.simulate ? simulate(options.engine, options.simulation)
-                                                 : readCycles(options.file, options.columns, notes);
-  CycleAnalysis analysis(functions, options.engine, options.analysis, options.source(), cycles.angles);
+  const auto [cycles, leftOut] = cyclesFor(options);
+  CycleAnalysis analysis =
+      required(CycleAnalysis::create(functions, options.engine, options.analysis, cycles.angles), options.source());
+  std::vector<CycleFigures> figures;
   for (size_t i = 0; i < cycles.count(); ++i) {
-    analysis.add(cycles.cycle(i));
+    figures.push_back(analysis.feed(cycles.cycle(i)));
   }
   if (output) {
-    writeCycles(*output, cycles);
+    writePressureTable(*output, cycles.angles, cycles.samples);
   }
   if (pictures) {
-    pictures->draw(functions, titleOf(options, cycles), analysis);
+    pictures->draw(functions, titleOf(options, cycles), analysis, figures);
   }
-  for (const std::string& note : notes) {
-    std::cerr << "kxhost: " << options.file << ": " << note << '\n';
+  if (leftOut > 0) {
+    std::cerr << "kxhost: " << options.file << ": " << leftOut << " samples outside of the " << cycles.count()
+              << " complete cycles are left out\n";
   }
-  (options.json ? printJson : printText)(options, cycles, analysis);
+  (options.json ? printJson : printText)(options, cycles, analysis, figures);
   return 0;
 }
 

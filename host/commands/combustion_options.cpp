@@ -171,8 +171,8 @@ void CombustionOptions::requireSense() const {
     if (std::abs(length * simulation.step - 720) > 1e-6) {
       throw CLI::ValidationError("--step", "720 degrees are not a whole number of steps");
     }
-    if (length * simulation.cycles > static_cast<double>(mostSamples)) {
-      throw CLI::ValidationError("--cycles", "that is more than " + std::to_string(mostSamples) + " samples");
+    if (length * simulation.cycles > static_cast<double>(mostPressures)) {
+      throw CLI::ValidationError("--cycles", "that is more than " + std::to_string(mostPressures) + " samples");
     }
   }
 }

@@ -13,6 +13,7 @@
 #include "host/pictures/response_picture.hpp"
 #include "host/reports/floors.hpp"
 #include "host/reports/progress.hpp"
+#include "host/reports/required.hpp"
 #include "recordings/audio_output.hpp"
 #include "recordings/recording.hpp"
 
@@ -71,14 +72,9 @@ PassBand bandOf(const FilterOptions& options, double rate) {
 
 FilterDesign designOf(const FilterOptions& options, const PassBand& band) {
   if (!options.taps) {
-    return butterworth(band, options.order);
+    return required(butterworth(band, options.order), options.file);
   }
-  std::vector<float> coefficients = windowedSinc(band, *options.taps, options.window);
-  if (coefficients.empty()) {
-    throw FileError(options.file, "cannot be filtered: " + std::to_string(*options.taps) +
-                                      " taps are too few for this band at its sample rate");
-  }
-  return coefficients;
+  return required(windowedSinc(band, *options.taps, options.window), options.file);
 }
 
 /// What is not finite would never leave a recursive filter again.
@@ -100,9 +96,9 @@ void filterInto(const Functions& functions, const std::string& file, Recording& 
   const Format& format = recording.format();
   const size_t channels = format.channels.size();
   const Scaling scaling{1 / format.fullScale, 0};
-  std::vector<std::unique_ptr<StreamFilter>> filters;
+  std::vector<StreamFilter> filters;
   for (size_t i = 0; i < channels; ++i) {
-    filters.push_back(makeFilter(functions, design));
+    filters.push_back(required(StreamFilter::create(functions, design)));
   }
   Progress progress(file);
   std::vector<T> block(blockFrames * channels);
@@ -113,7 +109,7 @@ void filterInto(const Functions& functions, const std::string& file, Recording& 
     for (size_t i = 0; i < channels; ++i) {
       channelValues(functions, block.data() + i, channels, scaling, channel);
       requireFinite<Value>(file, channel, output.frames());
-      filters[i]->process(channel);
+      filters[i].feed(channel);
       for (size_t frame = 0; frame < frames; ++frame) {
         filtered[frame * channels + i] = static_cast<float>(channel[frame]);
       }

@@ -13,6 +13,7 @@
 #include "host/pictures/graph.hpp"
 #include "host/reports/floors.hpp"
 #include "host/reports/progress.hpp"
+#include "host/reports/required.hpp"
 #include "recordings/output_file.hpp"
 #include "recordings/recording.hpp"
 
@@ -252,13 +253,13 @@ void view(const Functions& functions, const ViewOptions& options, Recording& rec
   const Selection selection = selectionOf(options, format, reader.countFrames());
   Graph graph(functions, options.width, options.height, rate, xAxisFor(options, selection, rate));
   const std::vector<uint64_t> borders = graph.columnBorders(selection.begin, selection.end);
-  Curve curve(borders);
+  Curve curve = required(Curve::create(functions, borders));
   std::vector<double> drawn;
   reader.read(selection, [&](std::span<const double> values) {
     drawn.resize(values.size());
     std::transform(values.begin(), values.end(), drawn.begin(),
                    [&](double value) { return drawnValue(selection, value); });
-    curve.add(functions, drawn);
+    curve.feed(drawn);
   });
   graph.setYAxis(yAxisFor(curve, options.yScale));
   graph.drawCurve(curve, borders);

@@ -69,10 +69,11 @@ std::string anglesData(const CycleAnalysis& analysis) {
 
 }  // namespace
 
-void drawPressures(const OutputFile& picture, const std::string& title, const CycleAnalysis& analysis) {
+void drawPressures(const OutputFile& picture, const std::string& title, const CycleAnalysis& analysis,
+                   const CycleFigures& last) {
   constexpr double around = 15;  // degrees before and after the last cycle's peak
-  const size_t cycles = analysis.figures().size();
-  const double peakAngle = analysis.figures().back().peakAngle.value_or(0);
+  const uint64_t cycles = analysis.cycles();
+  const double peakAngle = last.peakAngle.value_or(0);
   std::ostringstream script;
   script << anglesData(analysis) << "set multiplot\n"
          << frameOf(title, Sheet::height) << "set xlabel 'crank angle in degrees'\nset ylabel 'pressure in bar'\n"
@@ -232,8 +233,8 @@ void drawPressureVolume(const Functions& functions, const OutputFile& picture, c
   drawScript(picture, script.str(), width, height);
 }
 
-void drawTrend(const OutputFile& picture, const std::string& title, const CycleAnalysis& analysis) {
-  const std::vector<CycleFigures>& figures = analysis.figures();
+void drawTrend(const OutputFile& picture, const std::string& title, const CycleAnalysis& analysis,
+               const std::vector<CycleFigures>& figures) {
   std::vector<double> pressures;
   std::ostringstream script;
   script.precision(9);

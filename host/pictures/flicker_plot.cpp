@@ -100,7 +100,7 @@ void writeData(std::ostream& script, const FlickerResult& result, const TimeUnit
 double highestOf(const std::vector<FlickerPeriod>& periods) {
   double highest = 0;
   for (const FlickerPeriod& period : periods) {
-    highest = std::max(highest, period.sensation.maximum());
+    highest = std::max(highest, period.largest);
   }
   return highest;
 }

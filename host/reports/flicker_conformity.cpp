@@ -1,13 +1,17 @@
 #include "host/reports/flicker_conformity.hpp"
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
+#include <future>
 #include <iostream>
 #include <nlohmann/json.hpp>
+#include <thread>
 #include <vector>
 
 #include "analysis/number_text.hpp"
 #include "host/reports/floors.hpp"
+#include "host/reports/required.hpp"
 #include "host/reports/table.hpp"
 
 namespace kxhost {
@@ -16,7 +20,7 @@ namespace {
 constexpr int figureDigits = 5;
 
 struct Row {
-  FlickerTestPoint point;
+  FlickerStandardPoint point;
   double measured;
   double deviation;  // in percent
   double tolerance;
@@ -24,16 +28,18 @@ struct Row {
   bool passes() const { return std::abs(deviation) <= tolerance; }
 };
 
-const char* nameOf(FlickerTest test) {
-  return test == FlickerTest::sinusoidal ? "sinusoidal" : test == FlickerTest::rectangular ? "rectangular" : "pst";
+const char* nameOf(FlickerSeries series) {
+  return series == FlickerSeries::sinusoidal    ? "sinusoidal"
+         : series == FlickerSeries::rectangular ? "rectangular"
+                                                : "pst";
 }
 
-std::vector<FlickerTestPoint> pointsOf(const FlickerSelfTest& test) {
-  std::vector<FlickerTestPoint> points;
-  for (const FlickerTest part : {FlickerTest::severity, FlickerTest::sinusoidal, FlickerTest::rectangular}) {
+std::vector<FlickerStandardPoint> pointsOf(const FlickerSelfTest& test) {
+  std::vector<FlickerStandardPoint> points;
+  for (const FlickerSeries part : {FlickerSeries::severity, FlickerSeries::sinusoidal, FlickerSeries::rectangular}) {
     for (const Lamp lamp : {Lamp::volts230, Lamp::volts120}) {
       if ((test.part == "all" || test.part == nameOf(part)) && lamp == test.lamp.value_or(lamp)) {
-        const auto some = flickerTestPoints(part, lamp);
+        const auto some = flickerStandardPoints(part, lamp);
         points.insert(points.end(), some.begin(), some.end());
       }
     }
@@ -41,8 +47,8 @@ std::vector<FlickerTestPoint> pointsOf(const FlickerSelfTest& test) {
   return points;
 }
 
-std::string modulationText(const FlickerTestPoint& point) {
-  const char* const unit = point.test == FlickerTest::severity ? " changes/min" : " Hz";
+std::string modulationText(const FlickerStandardPoint& point) {
+  const char* const unit = point.series == FlickerSeries::severity ? " changes/min" : " Hz";
   return numberText(point.modulation, figureDigits) + unit;
 }
 
@@ -50,6 +56,25 @@ std::string percentText(double percent) {
   const std::string sign = percent > 0 ? "+" : "";
   constexpr double hundredth = 0.01;
   return sign + numberText(std::round(percent / hundredth) / (1 / hundredth), figureDigits) + " %";
+}
+
+/// What a flickermeter finds at each point. Several points are measured at a time.
+std::vector<double> measure(const Functions& functions, const std::vector<FlickerStandardPoint>& points, double rate) {
+  std::vector<double> measured(points.size());
+  std::atomic<size_t> next = 0;
+  const auto work = [&] {
+    for (size_t i = next++; i < points.size(); i = next++) {
+      measured[i] = required(measureStandardPoint(functions, points[i], rate));
+    }
+  };
+  std::vector<std::future<void>> workers;
+  for (unsigned i = 0; i < std::max(1U, std::thread::hardware_concurrency()); ++i) {
+    workers.push_back(std::async(std::launch::async, work));
+  }
+  for (auto& worker : workers) {
+    worker.get();
+  }
+  return measured;
 }
 
 void printTable(const std::vector<Row>& rows) {
@@ -64,8 +89,8 @@ void printTable(const std::vector<Row>& rows) {
                {"Allowed", true},
                {"Result", false}});
   for (const Row& row : rows) {
-    const bool isSeverity = row.point.test == FlickerTest::severity;
-    table.add({isSeverity ? "rectangular" : nameOf(row.point.test), settingText(nominalSetting(row.point.lamp)),
+    const bool isSeverity = row.point.series == FlickerSeries::severity;
+    table.add({isSeverity ? "rectangular" : nameOf(row.point.series), settingText(nominalSetting(row.point.lamp)),
                modulationText(row.point), numberText(row.point.change, figureDigits) + " %",
                isSeverity ? "Pst" : "largest sensation", numberText(row.measured, figureDigits), "1",
                percentText(row.deviation), numberText(row.tolerance, figureDigits) + " %",
@@ -77,8 +102,8 @@ void printTable(const std::vector<Row>& rows) {
 void printJson(const std::vector<Row>& rows, double rate, bool passes) {
   auto points = nlohmann::ordered_json::array();
   for (const Row& row : rows) {
-    const char* const modulation = row.point.test == FlickerTest::severity ? "changes_per_minute" : "modulation_hz";
-    points.push_back({{"test", nameOf(row.point.test)},
+    const char* const modulation = row.point.series == FlickerSeries::severity ? "changes_per_minute" : "modulation_hz";
+    points.push_back({{"test", nameOf(row.point.series)},
                       {"lamp_volts", nominalVoltage(row.point.lamp)},
                       {"mains_hz", nominalSetting(row.point.lamp).mains},
                       {modulation, row.point.modulation},
@@ -96,8 +121,8 @@ void printJson(const std::vector<Row>& rows, double rate, bool passes) {
 }  // namespace
 
 bool testFlickermeter(const Functions& functions, const FlickerSelfTest& test) {
-  const std::vector<FlickerTestPoint> points = pointsOf(test);
-  const std::vector<double> measured = measureTestPoints(functions, points, test.rate);
+  const std::vector<FlickerStandardPoint> points = pointsOf(test);
+  const std::vector<double> measured = measure(functions, points, test.rate);
   std::vector<Row> rows;
   for (size_t i = 0; i < points.size(); ++i) {
     rows.push_back({points[i], measured[i], 100 * (measured[i] - 1), test.tolerance.value_or(points[i].tolerance())});
@@ -113,7 +138,7 @@ bool testFlickermeter(const Functions& functions, const FlickerSelfTest& test) {
               << rows.size() << " test points at " << numberText(test.rate, allDigits) << " Hz, " << failures
               << " outside of what is allowed. The largest deviation of what is allowed: "
               << percentText(worst.deviation) << " of " << numberText(worst.tolerance, figureDigits) << " %, at "
-              << modulationText(worst.point) << " (" << nameOf(worst.point.test) << ", "
+              << modulationText(worst.point) << " (" << nameOf(worst.point.series) << ", "
               << settingText(nominalSetting(worst.point.lamp)) << ")\n";
   }
   return failures == 0;

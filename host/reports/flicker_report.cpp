@@ -45,7 +45,7 @@ void printTable(const FlickerResult& result) {
     const Severity severity = severityOf(result.periods[i].classes);
     table.add({numberText(result.beginOf(i), timeDigits), numberText(result.beginOf(i + 1), timeDigits),
                text(severity.shortTerm), text(severity.p01), text(severity.p1s), text(severity.p3s),
-               text(severity.p10s), text(severity.p50s), text(result.periods[i].sensation.maximum())});
+               text(severity.p10s), text(severity.p50s), text(result.periods[i].largest)});
   }
   table.print(std::cout);
   std::cout << "\nP... and Largest: instantaneous sensation, in units of the threshold of perception\n";
@@ -72,7 +72,7 @@ void printJson(const FlickerResult& result) {
                        {"p3s", severity.p3s},
                        {"p10s", severity.p10s},
                        {"p50s", severity.p50s},
-                       {"largest_sensation", result.periods[i].sensation.maximum()}});
+                       {"largest_sensation", result.periods[i].largest}});
   }
   const nlohmann::ordered_json json{{"file", result.file},
                                     {"channel", result.channel},

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Installs into a temporary prefix, moves it, builds the README's example as C99 through pkg-config (for every library) and a
-# C++20 consumer through CMake, and compares what they print. Moving the prefix shows that nothing of the build tree is needed.
+# Installs into a temporary prefix, moves it, builds the README's example as C99 through pkg-config (for every library) and
+# C++20 consumers of the kernels and of the analyses through CMake, and compares what they print. Moving the prefix shows that
+# nothing of the build tree is needed.
 # usage: package_test.sh <build directory> <C compiler> <C++ compiler> <library directory> <libraries...>
 set -euo pipefail
 build=$1 cc=$2 cxx=$3 libdir=$4
@@ -52,6 +53,7 @@ cmake --build "$work/cpp20" >/dev/null
 for consumer in "$work"/cpp20/consumer-{sse41,portable,kxcalc}; do
   expect "$consumer" "$("$consumer")" "2.17 1 -4 8"
 done
+expect "the flickermeter of the analyses" "$("$work/cpp20/flickermeter")" "Pst 1.00"
 
 # The pkg-config files name the right folders whatever the library folder is: one or two below the prefix, or elsewhere.
 for layout in lib lib/x86_64-linux-gnu /opt/kxcalc/lib; do
@@ -60,6 +62,7 @@ for layout in lib lib/x86_64-linux-gnu /opt/kxcalc/lib; do
     -DCMAKE_INSTALL_PREFIX=/usr -DCMAKE_INSTALL_LIBDIR="$layout" >/dev/null
   cp -P "$build"/libkxcalc-* "$folder/build"
   cp "$build/verify/kxverify" "$folder/build/verify"
+  cp "$build"/analysis/libkxcalc-analysis.* "$folder/build/analysis"
   DESTDIR=$folder/root cmake --install "$folder/build" >/dev/null
   [ "${layout#/}" = "$layout" ] && root='' libraries=/usr/$layout || root=$folder/root libraries=$layout
   for library in "$@"; do
