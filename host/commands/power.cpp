@@ -1,13 +1,17 @@
 // kxhost power: power, harmonics and unbalance of recorded voltages and currents.
-#include <filesystem>
+#include <fmt/format.h>
+
 #include <iostream>
 
 #include "analysis/channel_values/channel_values.hpp"
+#include "analysis/number_text.hpp"
 #include "host/commands/command.hpp"
-#include "host/commands/number_range.hpp"
-#include "host/pictures/plot.hpp"
-#include "host/pictures/power_plot.hpp"
+#include "host/commands/input_files.hpp"
+#include "host/commands/options.hpp"
+#include "host/pictures/picture_file.hpp"
+#include "host/pictures/power_pictures.hpp"
 #include "host/reports/floors.hpp"
+#include "host/reports/notes.hpp"
 #include "host/reports/power_report.hpp"
 #include "host/reports/progress.hpp"
 #include "recordings/power_channels.hpp"
@@ -25,7 +29,7 @@ struct PowerOptions {
   bool json = false;
   bool harmonics = false;
   bool windows = false;
-  std::string plot;
+  std::string picture;
 };
 
 /// 10 cycles of 50 Hz or 12 of 60 Hz, which are 0.2 s (IEC 61000-4-7, 4.4.1).
@@ -35,21 +39,18 @@ int usualCycles(double frequency) {
 }
 
 PowerSettings settingsFor(const PowerOptions& options, const Format& format) {
-  if (!format.rate) {
-    throw FileError(options.file, "carries no sample rate: --rate is needed");
-  }
   PowerSettings settings;
-  settings.rate = *format.rate;
+  settings.rate = rateOf(options.file, format);
   settings.frequency = options.frequency;
   settings.cycles = options.cycles.value_or(usualCycles(options.frequency));
   settings.correctionFile = options.correction;
   constexpr double longestWindow = 1 << 24;  // single precision counts bins no further
   if (PowerAnalyzer::windowLength(settings) > longestWindow) {
-    throw FileError(options.file, "a window would have more than " + std::to_string(1 << 24) + " samples");
+    throw FileError(options.file, fmt::format("a window would have more than {} samples", 1 << 24));
   }
   if (PowerAnalyzer::orderCount(settings) < 1) {
-    throw FileError(options.file, "its sample rate is too low to see " + numberText(options.frequency, allDigits) +
-                                      " Hz: more than twice that is needed");
+    throw FileError(options.file, fmt::format("its sample rate is too low to see {} Hz: more than twice that is needed",
+                                              numberText(options.frequency, allDigits)));
   }
   return settings;
 }
@@ -75,22 +76,14 @@ void analyzeWindows(const Functions& functions, const PowerOptions& options, con
     progress.update(recording.position());
   }
   if (report.windows.empty()) {
-    throw FileError(options.file, "is too short: a window has " + std::to_string(report.windowLength) +
-                                      " samples, the recording " + std::to_string(report.leftOver));
+    throw FileError(options.file, fmt::format("is too short: a window has {} samples, the recording {}",
+                                              report.windowLength, report.leftOver));
   }
-}
-
-/// out.svg becomes out-phasors.svg; a name without a picture's extension is taken for PNG.
-std::string pictureFile(const std::string& prefix, const std::string& kind) {
-  const std::filesystem::path file = prefix;
-  const bool hasKind = canDraw(prefix);
-  const std::string stem = hasKind ? file.stem().string() : file.filename().string();
-  return (file.parent_path() / (stem + '-' + kind + (hasKind ? file.extension().string() : ".png"))).string();
 }
 
 void print(const PowerReport& report, const PowerOptions& options) {
   if (options.json) {
-    std::cout << jsonOf(report).dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
+    printJson(jsonOf(report));
     return;
   }
   printSummary(std::cout, report);
@@ -120,10 +113,10 @@ int runPower(const Functions& functions, const PowerOptions& options) {
   const Format& format = recording->format();
   const PowerChannels channels = powerChannels(options.file, format, options.channels);
   PowerReport report = emptyReport(options, format, channels);
-  std::vector<std::unique_ptr<OutputFile>> pictures;  // first of all: it may turn out that nothing can be written there
-  for (const char* kind : {"phasors", "harmonics", "trends"}) {
-    if (!options.plot.empty()) {
-      pictures.push_back(std::make_unique<OutputFile>(pictureFile(options.plot, kind)));
+  std::vector<std::unique_ptr<OutputFile>> pictures;  // begun before the work
+  for (const char* which : {"phasors", "harmonics", "trends"}) {
+    if (!options.picture.empty()) {
+      pictures.push_back(std::make_unique<OutputFile>(pictureFile(options.picture, which)));
     }
   }
   visitSampleType(format.type, [&]<class T>() { analyzeWindows<T>(functions, options, channels, *recording, report); });
@@ -136,9 +129,7 @@ int runPower(const Functions& functions, const PowerOptions& options) {
   if (const std::string note = frequencyNote(report); !note.empty()) {
     notes.push_back(note);
   }
-  for (const std::string& note : notes) {
-    std::cerr << "kxhost: " << options.file << ": " << note << '\n';
-  }
+  printNotes(options.file, notes);
   print(report, options);
   return 0;
 }
@@ -220,7 +211,7 @@ void addPowerCommand(CLI::App& program, Action& chosen) {
   command.add_flag("--windows", options->windows, "Also print a row for each window");
   command.add_flag("--json", options->json, "Print JSON, with all figures of each window");
   command
-      .add_option("--plot", options->plot,
+      .add_option("--plot", options->picture,
                   "Draw phasors, harmonics and trends: OUT-phasors.png, OUT-harmonics.png, OUT-trends.png")
       ->type_name("OUT|OUT.png|OUT.svg");
   command.footer(footer);

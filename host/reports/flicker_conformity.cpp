@@ -1,13 +1,15 @@
 #include "host/reports/flicker_conformity.hpp"
 
+#include <fmt/ostream.h>
+
 #include <algorithm>
 #include <cmath>
 #include <iostream>
-#include <nlohmann/json.hpp>
 #include <vector>
 
 #include "analysis/number_text.hpp"
 #include "host/reports/floors.hpp"
+#include "host/reports/json.hpp"
 #include "host/reports/table.hpp"
 
 namespace kxhost {
@@ -28,11 +30,11 @@ const char* nameOf(FlickerTest test) {
   return test == FlickerTest::sinusoidal ? "sinusoidal" : test == FlickerTest::rectangular ? "rectangular" : "pst";
 }
 
-std::vector<FlickerTestPoint> pointsOf(const FlickerSelfTest& test) {
+std::vector<FlickerTestPoint> pointsOf(const FlickerConformityOptions& options) {
   std::vector<FlickerTestPoint> points;
   for (const FlickerTest part : {FlickerTest::severity, FlickerTest::sinusoidal, FlickerTest::rectangular}) {
     for (const Lamp lamp : {Lamp::volts230, Lamp::volts120}) {
-      if ((test.part == "all" || test.part == nameOf(part)) && lamp == test.lamp.value_or(lamp)) {
+      if ((options.part == "all" || options.part == nameOf(part)) && lamp == options.lamp.value_or(lamp)) {
         const auto some = flickerTestPoints(part, lamp);
         points.insert(points.end(), some.begin(), some.end());
       }
@@ -42,40 +44,39 @@ std::vector<FlickerTestPoint> pointsOf(const FlickerSelfTest& test) {
 }
 
 std::string modulationText(const FlickerTestPoint& point) {
-  const char* const unit = point.test == FlickerTest::severity ? " changes/min" : " Hz";
-  return numberText(point.modulation, figureDigits) + unit;
+  return fmt::format("{:.5g} {}", point.modulation, point.test == FlickerTest::severity ? "changes/min" : "Hz");
 }
 
 std::string percentText(double percent) {
-  const std::string sign = percent > 0 ? "+" : "";
   constexpr double hundredth = 0.01;
-  return sign + numberText(std::round(percent / hundredth) / (1 / hundredth), figureDigits) + " %";
+  return fmt::format("{}{:.5g} %", percent > 0 ? "+" : "", std::round(percent / hundredth) / (1 / hundredth));
 }
 
-void printTable(const std::vector<Row>& rows) {
-  Table table({{"Changes", false},
-               {"Lamp", false},
-               {"Modulation", true},
-               {"dU/U", true},
-               {"Figure", false},
-               {"Measured", true},
-               {"Required", true},
-               {"Deviation", true},
-               {"Allowed", true},
-               {"Result", false}});
+void printRows(const std::vector<Row>& rows) {
+  Table table({Table::text("Changes"), Table::text("Lamp"), "Modulation", "dU/U", Table::text("Figure"), "Measured",
+               "Required", "Deviation", "Allowed", Table::text("Result")});
   for (const Row& row : rows) {
     const bool isSeverity = row.point.test == FlickerTest::severity;
     table.add({isSeverity ? "rectangular" : nameOf(row.point.test), settingText(nominalSetting(row.point.lamp)),
-               modulationText(row.point), numberText(row.point.change, figureDigits) + " %",
-               isSeverity ? "Pst" : "largest sensation", numberText(row.measured, figureDigits), "1",
-               percentText(row.deviation), numberText(row.tolerance, figureDigits) + " %",
-               row.passes() ? "pass" : "FAIL"});
+               modulationText(row.point), fmt::format("{:.5g} %", row.point.change),
+               isSeverity ? "Pst" : "largest sensation", cell(row.measured, figureDigits), "1",
+               percentText(row.deviation), fmt::format("{:.5g} %", row.tolerance), row.passes() ? "pass" : "FAIL"});
   }
   table.print(std::cout);
 }
 
-void printJson(const std::vector<Row>& rows, double rate, bool passes) {
-  auto points = nlohmann::ordered_json::array();
+void printSummary(const std::vector<Row>& rows, double rate, size_t failures) {
+  const Row& worst =
+      *std::ranges::max_element(rows, {}, [](const Row& row) { return std::abs(row.deviation) / row.tolerance; });
+  fmt::print(std::cout,
+             "\n{} test points at {} Hz, {} outside of what is allowed. The largest deviation of what is allowed: {} "
+             "of {:.5g} %, at {} ({}, {})\n",
+             rows.size(), numberText(rate, allDigits), failures, percentText(worst.deviation), worst.tolerance,
+             modulationText(worst.point), nameOf(worst.point.test), settingText(nominalSetting(worst.point.lamp)));
+}
+
+Json jsonOf(const std::vector<Row>& rows, double rate, bool passes) {
+  auto points = Json::array();
   for (const Row& row : rows) {
     const char* const modulation = row.point.test == FlickerTest::severity ? "changes_per_minute" : "modulation_hz";
     points.push_back({{"test", nameOf(row.point.test)},
@@ -89,32 +90,25 @@ void printJson(const std::vector<Row>& rows, double rate, bool passes) {
                       {"allowed_percent", row.tolerance},
                       {"passes", row.passes()}});
   }
-  const nlohmann::ordered_json result{{"sample_rate", rate}, {"passes", passes}, {"points", std::move(points)}};
-  std::cout << result.dump(2) << '\n';
+  return {{"sample_rate", rate}, {"passes", passes}, {"points", std::move(points)}};
 }
 
 }  // namespace
 
-bool testFlickermeter(const Functions& functions, const FlickerSelfTest& test) {
-  const std::vector<FlickerTestPoint> points = pointsOf(test);
-  const std::vector<double> measured = measureTestPoints(functions, points, test.rate);
+bool reportFlickerConformity(const Functions& functions, const FlickerConformityOptions& options) {
+  const std::vector<FlickerTestPoint> points = pointsOf(options);
+  const std::vector<double> measured = measureTestPoints(functions, points, options.rate);
   std::vector<Row> rows;
   for (size_t i = 0; i < points.size(); ++i) {
-    rows.push_back({points[i], measured[i], 100 * (measured[i] - 1), test.tolerance.value_or(points[i].tolerance())});
+    rows.push_back(
+        {points[i], measured[i], 100 * (measured[i] - 1), options.tolerance.value_or(points[i].tolerance())});
   }
-  const auto failures = std::ranges::count_if(rows, [](const Row& row) { return !row.passes(); });
-  if (test.json) {
-    printJson(rows, test.rate, failures == 0);
+  const auto failures = static_cast<size_t>(std::ranges::count_if(rows, [](const Row& row) { return !row.passes(); }));
+  if (options.json) {
+    printJson(jsonOf(rows, options.rate, failures == 0));
   } else {
-    printTable(rows);
-    const Row& worst =
-        *std::ranges::max_element(rows, {}, [](const Row& row) { return std::abs(row.deviation) / row.tolerance; });
-    std::cout << '\n'
-              << rows.size() << " test points at " << numberText(test.rate, allDigits) << " Hz, " << failures
-              << " outside of what is allowed. The largest deviation of what is allowed: "
-              << percentText(worst.deviation) << " of " << numberText(worst.tolerance, figureDigits) << " %, at "
-              << modulationText(worst.point) << " (" << nameOf(worst.point.test) << ", "
-              << settingText(nominalSetting(worst.point.lamp)) << ")\n";
+    printRows(rows);
+    printSummary(rows, options.rate, failures);
   }
   return failures == 0;
 }

@@ -7,6 +7,7 @@
 #include "analysis/flicker/flickermeter.hpp"
 #include "analysis/statistics/statistics.hpp"
 #include "host/reports/floors.hpp"
+#include "host/reports/json.hpp"
 
 namespace kxhost {
 
@@ -30,6 +31,6 @@ struct FlickerResult {
 };
 
 void printTable(const FlickerResult& result);
-void printJson(const FlickerResult& result);
+Json jsonOf(const FlickerResult& result);
 
 }  // namespace kxhost
