@@ -1,3 +1,4 @@
+// Numbers in sentences and labels.
 #pragma once
 
 #include <string>

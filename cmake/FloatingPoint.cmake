@@ -4,6 +4,9 @@ function(kxcalc_set_floating_point_model target)
   if(NOT CMAKE_CXX_COMPILER_ID MATCHES "^(GNU|Clang|AppleClang)$")
     message(FATAL_ERROR "kxcalc is built with GCC or Clang; the floating-point model of ${CMAKE_CXX_COMPILER_ID} is not known")
   endif()
+  if(CMAKE_CXX_COMPILER_FRONTEND_VARIANT STREQUAL "MSVC")
+    message(FATAL_ERROR "kxcalc is built with clang++, not with clang-cl: it takes other flags for the floating-point model")
+  endif()
   target_compile_options(${target} PRIVATE
     -ffp-contract=off # both compilers fuse a * b + c by default where the processor can, which skips a rounding
     -fno-fast-math # whatever the user's flags say: reassociation, reciprocals and flush-to-zero change bits

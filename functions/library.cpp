@@ -59,15 +59,17 @@ Result<Library> Library::open(const std::string& file) {
 #include "functions/exports.inc"
 #undef KXCALC_EXPORT
   };
-  if (lacking != nullptr) {
-    return Problem{file + ": lacks the export " + lacking};
-  }
   constexpr uint32_t supported = 2;
-  uint32_t major = 0, minor = 0, flag = 0;
-  functions.kxcalcGetVersion(&major, &minor, 0, &flag);
-  if (major != supported) {
+  uint32_t major = supported, minor = 0, flag = 0;
+  if (functions.kxcalcGetVersion != nullptr) {
+    functions.kxcalcGetVersion(&major, &minor, 0, &flag);
+  }
+  if (major != supported) {  // which explains what else is missing
     return Problem{file + ": has interface version " + std::to_string(major) + "." + std::to_string(minor) +
                    ", this program needs version " + std::to_string(supported)};
+  }
+  if (lacking != nullptr) {
+    return Problem{file + ": lacks the export " + lacking};
   }
   return Library(handle, functions);
 }

@@ -1,10 +1,10 @@
 #include "recordings/csv_output.hpp"
 
-#include "analysis/number_text.hpp"
+#include <fmt/format.h>
+
 #include "recordings/recording.hpp"
 
 namespace kxrecordings {
-using namespace kxanalysis;
 
 CsvOutput::CsvOutput(const std::string& file, const std::vector<std::string>& columns)
     : file_(file), out_(file_.draft(), std::ios::binary), columns_(columns.size()) {
@@ -14,9 +14,9 @@ CsvOutput::CsvOutput(const std::string& file, const std::vector<std::string>& co
 }
 
 void CsvOutput::write(std::span<const float> samples) {
-  constexpr int digits = 9;  // tell any two singles apart
   for (size_t i = 0; i < samples.size(); ++i) {
-    out_ << numberText(static_cast<double>(samples[i]), digits) << ((i + 1) % columns_ != 0 ? ',' : '\n');
+    out_ << fmt::format("{:.9g}", samples[i])  // 9 digits tell any two singles apart
+         << ((i + 1) % columns_ != 0 ? ',' : '\n');
   }
 }
 

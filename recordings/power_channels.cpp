@@ -1,15 +1,15 @@
 #include "recordings/power_channels.hpp"
 
+#include <fmt/format.h>
+
 #include <array>
 #include <cmath>
 #include <optional>
 #include <string_view>
 
-#include "analysis/number_text.hpp"
 #include "recordings/text_fields.hpp"
 
 namespace kxrecordings {
-using namespace kxanalysis;
 namespace {
 
 enum class Quantity { voltage, current };
@@ -116,7 +116,7 @@ Selection selectionByName(const std::string& file, const Format& format) {
 std::vector<double> factorsFor(const std::string& file, size_t phases, const std::vector<double>& scales) {
   for (const double scale : scales) {
     if (!std::isfinite(scale) || scale == 0) {
-      throw FileError(file, "a scale of " + numberText(scale, allDigits) + " is of no use");
+      throw FileError(file, fmt::format("a scale of {} is of no use", scale));
     }
   }
   if (scales.size() == 2 * phases) {

@@ -1,5 +1,7 @@
 #include "recordings/recording.hpp"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
@@ -8,13 +10,11 @@
 #include <filesystem>
 #include <fstream>
 
-#include "analysis/number_text.hpp"
 #include "recordings/audio_recording.hpp"
 #include "recordings/comtrade_recording.hpp"
 #include "recordings/csv_recording.hpp"
 
 namespace kxrecordings {
-using namespace kxanalysis;
 namespace {
 
 /// Everything here reads its file more than once, which a pipe cannot do.
@@ -64,7 +64,7 @@ std::unique_ptr<Recording> openRecording(const std::string& file, const InputOpt
 }
 
 std::string titleOf(const std::string& file, const Format& format) {
-  const std::string rate = format.rate ? ", " + numberText(*format.rate, 6) + " Hz" : "";
+  const std::string rate = format.rate ? fmt::format(", {:.6g} Hz", *format.rate) : "";
   return std::filesystem::path(file).filename().string() + " (" + format.container + ", " + format.samples + rate + ')';
 }
 

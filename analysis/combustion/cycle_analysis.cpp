@@ -2,12 +2,13 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
+#include <string>
+#include <utility>
 
 #include "analysis/number_text.hpp"
-#include "recordings/recording.hpp"
 
 namespace kxanalysis {
-using namespace kxrecordings;
 namespace {
 
 /// What the kernels report when no pressure is above 0: the value that their search for a peak starts from.
@@ -16,6 +17,31 @@ constexpr uint32_t noPeakIndex = 0xFFFFFFFF;
 
 std::string windowText(AngleWindow window) {
   return numberText(window.from, 6) + " to " + numberText(window.to, 6) + " degrees";
+}
+
+AngleWindow peggingWindowOf(const AnalysisOptions& options) {
+  return options.peggingWindow.value_or(defaultPeggingWindow(options.pegging));
+}
+
+/// What keeps cycles at these angles from being analysed so.
+std::optional<Problem> problemOf(const AnalysisOptions& options, const std::vector<double>& angles) {
+  constexpr double tolerance = 1e-6;
+  if (angles.size() < 2 || !std::ranges::is_sorted(angles, std::less_equal())) {
+    return Problem{"the crank angle does not rise"};
+  }
+  if (!(angles.front() <= closedCycle.from + tolerance && angles.back() >= closedCycle.to - tolerance)) {
+    return Problem{"the crank angle runs from " + windowText({angles.front(), angles.back()}) +
+                   ": -180 to 180 degrees are needed"};
+  }
+  const size_t needed = options.pegging == Pegging::none ? 0 : options.pegging == Pegging::intake ? 1 : 2;
+  const std::pair<AngleWindow, size_t> windows[] = {
+      {peggingWindowOf(options), needed}, {options.compression, 2}, {options.expansion, 2}};
+  for (const auto& [window, samples] : windows) {
+    if (samplesIn(angles, window).count < samples) {
+      return Problem{"holds less than " + std::to_string(samples) + " samples of a cycle from " + windowText(window)};
+    }
+  }
+  return std::nullopt;
 }
 
 }  // namespace
@@ -27,69 +53,41 @@ AngleWindow defaultPeggingWindow(Pegging pegging) {
   return pegging == Pegging::polytropic ? AngleWindow{-100, -60} : AngleWindow{-190, -170};
 }
 
-/// Room for whole blocks of four samples, so that the kernel's remainder, which divides by another number, never runs.
-WindowedAverage::WindowedAverage(const Functions& functions, size_t length, uint32_t window)
-    : functions_(functions), length_(length), window_(window), sum_((length + 3) / 4 * 4), average_(sum_.size()) {}
-
-/// While the window fills, the kernel divides the sum by the number of cycles that it is told. That is the number of
-/// cycles in the sum here: one more than before this one, but for the first, which is to start the sum. The cycle that
-/// fills the window is told as many as the window holds, which makes the kernel slide, so a cycle of zeros leaves.
-void WindowedAverage::add(std::span<const float> cycle) {
-  std::vector<float> newest(sum_.size()), leaving(sum_.size());
-  std::copy(cycle.begin(), cycle.end(), newest.begin());
-  const auto place = static_cast<size_t>(cycles_ % window_);
-  if (place < history_.size()) {
-    leaving.swap(history_[place]);
-  } else {
-    history_.emplace_back();
+Result<CycleAnalysis> CycleAnalysis::create(const Functions& functions, const Engine& engine,
+                                            const AnalysisOptions& options, const std::vector<double>& angles) {
+  if (const auto measures = checked(engine); !measures) {
+    return Problem{measures.problem()};
   }
-  const uint64_t told = cycles_ == 0 ? 0 : cycles_ + 1;
-  functions_.kxCalcCARunningVal(newest.data(), leaving.data(), sum_.data(), average_.data(), 0,
-                                static_cast<uint32_t>(sum_.size() - 1), told, window_);
-  history_[place] = std::move(newest);
-  ++cycles_;
+  if (options.window < 1) {
+    return unsuitable("window", options.window, "at least 1 cycle is averaged");
+  }
+  if (auto problem = problemOf(options, angles)) {
+    return std::move(*problem);
+  }
+  auto smoother = CycleSmoother::create(functions, options.smoothing, options.smoothingWidth, angles.size());
+  if (!smoother) {
+    return Problem{smoother.problem()};
+  }
+  return CycleAnalysis(functions, engine, options, angles, std::move(*smoother));
 }
 
 CycleAnalysis::CycleAnalysis(const Functions& functions, const Engine& engine, const AnalysisOptions& options,
-                             const std::string& source, const std::vector<double>& angles)
-    : functions_(functions),
+                             const std::vector<double>& angles, CycleSmoother smoother)
+    : functions_(&functions),
       engine_(engine),
       options_(options),
       angles_(angles),
-      pegging_(samplesIn(angles, options.peggingWindow.value_or(defaultPeggingWindow(options.pegging)))),
-      smoother_(functions, options.smoothing, options.smoothingWidth, angles.size()),
+      pegging_(samplesIn(angles, peggingWindowOf(options))),
+      smoother_(std::move(smoother)),
       windowed_(functions, angles.size(), options.window),
       corrected_(angles.size()),
       smoothed_(angles.size()),
       average_(angles.size()),
       lowest_(angles.size(), INFINITY),
-      highest_(angles.size(), -INFINITY) {
-  requireSuitableAngles(source);
+      highest_(angles.size(), -INFINITY),
+      statistics_(functions, 0, angles.size()) {
   for (const double angle : angles) {
     volumes_.push_back(static_cast<float>(engine.volume(angle)));
-  }
-}
-
-void CycleAnalysis::requireSuitableAngles(const std::string& source) const {
-  constexpr double tolerance = 1e-6;
-  if (angles_.front() > closedCycle.from + tolerance || angles_.back() < closedCycle.to - tolerance) {
-    throw FileError(source, "the crank angle runs from " + windowText({angles_.front(), angles_.back()}) +
-                                ": -180 to 180 degrees are needed");
-  }
-  if (options_.smoothing != Smoothing::none && options_.smoothingWidth > angles_.size()) {
-    throw FileError(source, "cycles of " + std::to_string(angles_.size()) + " samples cannot be smoothed over " +
-                                std::to_string(options_.smoothingWidth));
-  }
-  const size_t needed = options_.pegging == Pegging::none ? 0 : options_.pegging == Pegging::intake ? 1 : 2;
-  const std::pair<AngleWindow, size_t> windows[] = {
-      {options_.peggingWindow.value_or(defaultPeggingWindow(options_.pegging)), needed},
-      {options_.compression, 2},
-      {options_.expansion, 2}};
-  for (const auto& [window, samples] : windows) {
-    if (samplesIn(angles_, window).count < samples) {
-      throw FileError(source,
-                      "holds less than " + std::to_string(samples) + " samples of a cycle from " + windowText(window));
-    }
   }
 }
 
@@ -99,8 +97,8 @@ double CycleAnalysis::zeroLevel(std::span<const float> raw) const {
     case Pegging::none:
       return 0;
     case Pegging::intake: {
-      Statistics<float> statistics;
-      statistics.add(functions_, window);
+      Statistics<float> statistics(*functions_, 0, window.size());
+      statistics.feed(window);
       return statistics.average() - options_.intakePressure;
     }
     case Pegging::polytropic: {
@@ -113,15 +111,15 @@ double CycleAnalysis::zeroLevel(std::span<const float> raw) const {
       return line ? line->intercept : 0;
     }
   }
-  throw std::logic_error("unknown pegging");
+  return 0;
 }
 
-void CycleAnalysis::add(std::span<const float> raw) {
+CycleFigures CycleAnalysis::feed(std::span<const float> raw) {
   const auto count = static_cast<uint32_t>(raw.size());
   const auto offset = static_cast<float>(zeroLevel(raw));
   float peak = 0;
   uint32_t peakIndex = 0;
-  functions_.kxCalcCACopyRawDataToChannels(raw.data(), corrected_.data(), 0, count, offset, &peak, &peakIndex);
+  functions_->kxCalcCACopyRawDataToChannels(raw.data(), corrected_.data(), 0, count, offset, &peak, &peakIndex);
   smoother_.smooth(corrected_, smoothed_);
 
   CycleFigures figures{};
@@ -133,19 +131,20 @@ void CycleAnalysis::add(std::span<const float> raw) {
   figures.meanEffectivePressure = grossMeanEffectivePressure(engine_, angles_, corrected_);
   figures.rise = steepestRise(angles_, smoothed_);
   figures.averagePeak = foldIntoAverages();
-  Statistics<float> windowed;
-  windowed.add(functions_, windowed_.curve());
+  Statistics<float> windowed(*functions_);
+  windowed.feed(windowed_.curve());
   figures.windowedPeak = windowed.maximum();
-  figures_.push_back(figures);
+  ++cycles_;
+  return figures;
 }
 
 /// Returns the peak of the average of all cycles.
 std::optional<double> CycleAnalysis::foldIntoAverages() {
   float peak = 0;
-  functions_.kxCalcCAOverallPressure(smoothed_.data(), average_.data(), 0, static_cast<uint32_t>(smoothed_.size()),
-                                     figures_.size(), &peak);
-  windowed_.add(smoothed_);
-  statistics_.add(functions_, std::span<const float>(smoothed_));
+  functions_->kxCalcCAOverallPressure(smoothed_.data(), average_.data(), 0, static_cast<uint32_t>(smoothed_.size()),
+                                      cycles_, &peak);
+  windowed_.feed(smoothed_);
+  statistics_.feed(smoothed_);
   for (size_t i = 0; i < smoothed_.size(); ++i) {
     lowest_[i] = std::min(lowest_[i], smoothed_[i]);
     highest_[i] = std::max(highest_[i], smoothed_[i]);

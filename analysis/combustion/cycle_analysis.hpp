@@ -3,15 +3,19 @@
 
 #include <optional>
 #include <span>
-#include <string>
 #include <vector>
 
 #include "analysis/combustion/cycle_figures.hpp"
 #include "analysis/combustion/cycle_smoothing.hpp"
 #include "analysis/combustion/engine.hpp"
+#include "analysis/combustion/windowed_average.hpp"
+#include "analysis/problem.hpp"
 #include "analysis/statistics/statistics.hpp"
+#include "functions/functions.hpp"
 
 namespace kxanalysis {
+
+using kxcalc::Functions;
 
 /// How the zero level of a sensor that knows only differences of pressure is found, in every cycle anew.
 enum class Pegging { none, intake, polytropic };
@@ -20,18 +24,19 @@ enum class Pegging { none, intake, polytropic };
 struct AnalysisOptions {
   Pegging pegging = Pegging::intake;
   std::optional<AngleWindow> peggingWindow;  ///< the method's own if none
-  double intakePressure = 1;
-  double peggingExponent = 1.32;
+  double intakePressure = 1;                 ///< absolute, which Pegging::intake takes the gas to have
+  double peggingExponent = 1.32;             ///< which Pegging::polytropic assumes
   Smoothing smoothing = Smoothing::savitzkyGolay;
-  uint16_t smoothingWidth = 11;
-  uint32_t window = 20;  ///< cycles in the windowed average, at least 1
-  AngleWindow compression{-100, -40};
+  uint16_t smoothingWidth = 11;        ///< samples that make a smoothed one, odd
+  uint32_t window = 20;                ///< cycles in the windowed average, at least 1
+  AngleWindow compression{-100, -40};  ///< where the polytropic exponents are fitted
   AngleWindow expansion{80, 120};
 };
 
 /// The window that a method of pegging looks at by default.
 AngleWindow defaultPeggingWindow(Pegging pegging);
 
+/// Of one cycle, pressures in bar and angles in degrees.
 struct CycleFigures {
   double offset;               ///< the zero level that was taken off
   std::optional<double> peak;  ///< of the pressure before smoothing; none if no pressure is above 0
@@ -42,44 +47,26 @@ struct CycleFigures {
   double windowedPeak;                ///< of the average of the last cycles
 };
 
-/// The average of the last cycles.
-class WindowedAverage {
-public:
-  WindowedAverage(const Functions& functions, size_t length, uint32_t window);
-
-  void add(std::span<const float> cycle);
-
-  std::span<const float> curve() const { return std::span(average_).first(length_); }
-
-  /// Cycles in the average.
-  size_t cycles() const { return history_.size(); }
-
-private:
-  const Functions& functions_;
-  size_t length_;
-  uint32_t window_;
-  uint64_t cycles_ = 0;
-  std::vector<float> sum_, average_;
-  std::vector<std::vector<float>> history_;  // cycle c at c % window
-};
-
+/// Takes cycle after cycle and keeps what all of them, and the last of them, have in common.
 class CycleAnalysis {
 public:
-  /// @param source  of the cycles, for messages.
-  /// @param angles  even steps that hold the closed cycle. Throws FileError if they do not suit the options.
-  CycleAnalysis(const Functions& functions, const Engine& engine, const AnalysisOptions& options,
-                const std::string& source, const std::vector<double>& angles);
+  /// @param functions  they outlive the analysis.
+  /// @param angles     of a cycle's samples, rising in even steps, from -180 or less to 180 or more.
+  static Result<CycleAnalysis> create(const Functions& functions, const Engine& engine, const AnalysisOptions& options,
+                                      const std::vector<double>& angles);
 
-  /// Takes the next cycle's raw pressures.
-  void add(std::span<const float> raw);
+  /// Takes the next cycle's raw pressures, in bar, one for each angle; returns its figures.
+  CycleFigures feed(std::span<const float> raw);
+
+  /// Cycles so far.
+  uint64_t cycles() const { return cycles_; }
 
   const std::vector<double>& angles() const { return angles_; }
+
+  /// In cubic centimetres, at the angles.
   const std::vector<float>& volumes() const { return volumes_; }
 
-  /// Of all cycles so far.
-  const std::vector<CycleFigures>& figures() const { return figures_; }
-
-  /// The last cycle less its zero level, and smoothed.
+  /// The last cycle less its zero level, and smoothed. All pressures are in bar.
   const std::vector<float>& corrected() const { return corrected_; }
   const std::vector<float>& smoothed() const { return smoothed_; }
 
@@ -98,12 +85,14 @@ public:
   std::optional<Polytrope> expansion() const;
 
 private:
-  void requireSuitableAngles(const std::string& source) const;
+  CycleAnalysis(const Functions& functions, const Engine& engine, const AnalysisOptions& options,
+                const std::vector<double>& angles, CycleSmoother smoother);
+
   double zeroLevel(std::span<const float> raw) const;
   std::optional<double> foldIntoAverages();
 
-  const Functions& functions_;
-  const Engine& engine_;
+  const Functions* functions_;
+  Engine engine_;
   AnalysisOptions options_;
   std::vector<double> angles_;
   std::vector<float> volumes_;
@@ -112,7 +101,7 @@ private:
   WindowedAverage windowed_;
   std::vector<float> corrected_, smoothed_, average_, lowest_, highest_;
   Statistics<float> statistics_;
-  std::vector<CycleFigures> figures_;
+  uint64_t cycles_ = 0;
 };
 
 }  // namespace kxanalysis

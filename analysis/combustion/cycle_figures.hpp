@@ -42,7 +42,7 @@ double grossMeanEffectivePressure(const Engine& engine, const std::vector<double
 
 struct PressureRise {
   double steepness;  ///< pressure per degree
-  double angle;
+  double angle;      ///< in degrees
 };
 
 /// The steepest rise from -180 to 180 degrees, of differences over two steps.
@@ -52,8 +52,9 @@ PressureRise steepestRise(const std::vector<double>& angles, std::span<const flo
 struct Polytrope {
   AngleWindow window;
   double exponent;
-  double logConstant;
+  double logConstant;  ///< natural logarithm of the constant, of bar and cubic centimetres
 
+  /// In bar, of a volume in cubic centimetres.
   double pressure(double volume) const;
 };
 
@@ -61,9 +62,9 @@ struct Polytrope {
 std::optional<Polytrope> fitPolytrope(const Engine& engine, const std::vector<double>& angles,
                                       std::span<const float> pressures, AngleWindow window);
 
-/// How a figure scatters over the cycles.
+/// How a figure scatters over the cycles, in the unit of the figure.
 struct Spread {
-  size_t count = 0;
+  size_t count = 0;  ///< of cycles; without any the rest means nothing
   double mean = 0;
   double minimum = 0;
   double maximum = 0;

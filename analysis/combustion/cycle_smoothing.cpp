@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string>
 
 namespace kxanalysis {
 namespace {
@@ -26,8 +27,19 @@ std::vector<float> parabolaWeights(int width) {
 
 }  // namespace
 
+Result<CycleSmoother> CycleSmoother::create(const Functions& functions, Smoothing smoothing, uint16_t width,
+                                            size_t length) {
+  if (smoothing != Smoothing::none && width % 2 == 0) {
+    return unsuitable("smoothing width", width, "it is an odd number of samples");
+  }
+  if (smoothing != Smoothing::none && width > length) {
+    return Problem{"cycles of " + std::to_string(length) + " samples cannot be smoothed over " + std::to_string(width)};
+  }
+  return CycleSmoother(functions, smoothing, width, length);
+}
+
 CycleSmoother::CycleSmoother(const Functions& functions, Smoothing smoothing, uint16_t width, size_t length)
-    : functions_(functions), smoothing_(smoothing), width_(width) {
+    : functions_(&functions), smoothing_(smoothing), width_(width) {
   if (smoothing == Smoothing::savitzkyGolay) {
     weights_ = parabolaWeights(width);
     extended_.resize(length + width - 1);
@@ -58,7 +70,7 @@ void CycleSmoother::smoothByWeights(std::span<const float> cycle, std::span<floa
   std::fill(extended_.begin(), begin, cycle.front());
   std::fill(std::copy(cycle.begin(), cycle.end(), begin), extended_.end(), cycle.back());
   for (size_t i = 0; i < cycle.size(); ++i) {
-    smoothed[i] = functions_.kxcalcCACalcFilter_float(&extended_[i + width_ - 1], width_, weights_.data(), 1);
+    smoothed[i] = functions_->kxcalcCACalcFilter_float(&extended_[i + width_ - 1], width_, weights_.data(), 1);
   }
 }
 
@@ -66,9 +78,9 @@ void CycleSmoother::smoothByWeights(std::span<const float> cycle, std::span<floa
 void CycleSmoother::smoothByAverage(std::span<const float> cycle, std::span<float> smoothed) {
   const auto count = static_cast<uint32_t>(cycle.size());
   std::memcpy(input_.data(), cycle.data(), cycle.size_bytes());
-  functions_.kxcalcCASingleArrToDoubleArrInplace(input_.data(), count);
-  functions_.kxcalcCACalcAveFilter_double(input_.front().pair, output_.front().pair, width_, count);
-  functions_.kxcalcCADoubleArrToSingleArrInplace(output_.data(), count);
+  functions_->kxcalcCASingleArrToDoubleArrInplace(input_.data(), count);
+  functions_->kxcalcCACalcAveFilter_double(input_.front().pair, output_.front().pair, width_, count);
+  functions_->kxcalcCADoubleArrToSingleArrInplace(output_.data(), count);
   std::memcpy(smoothed.data(), output_.data(), smoothed.size_bytes());
 }
 

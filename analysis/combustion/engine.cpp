@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <numbers>
+#include <utility>
 
 namespace kxanalysis {
 namespace {
@@ -24,6 +25,21 @@ double Engine::volume(double angle) const {
   const double sideways = crank * std::sin(radians);
   const double pinToCrank = crank * std::cos(radians) + std::sqrt(rod * rod - sideways * sideways);
   return clearance() + pistonArea(bore) * (rod + crank - pinToCrank) / cubicMillimetres;
+}
+
+Result<> checked(const Engine& engine) {
+  for (const auto& [name, length] : {std::pair("bore", engine.bore), {"stroke", engine.stroke}, {"rod", engine.rod}}) {
+    if (!(length > 0 && std::isfinite(length))) {
+      return unsuitable(name, length, "it is above 0 mm");
+    }
+  }
+  if (!(engine.rod > engine.stroke / 2)) {
+    return unsuitable("rod", engine.rod, "it must be longer than half of the stroke");
+  }
+  if (!(engine.compressionRatio > 1 && std::isfinite(engine.compressionRatio))) {
+    return unsuitable("compression ratio", engine.compressionRatio, "it is above 1");
+  }
+  return Done{};
 }
 
 }  // namespace kxanalysis

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cmath>
 #include <numbers>
+#include <optional>
 #include <random>
+#include <utility>
 
 namespace kxanalysis {
 namespace {
@@ -99,10 +101,31 @@ double scattered(NormalNumbers& random, double mean, double deviation) {
   return mean + deviation * std::clamp(random.next(), -3.0, 3.0);
 }
 
+constexpr double begin = -360, cycleDegrees = 720, percent = 0.01;
+
+std::optional<Problem> problemOf(const Simulation& simulation) {
+  const double length = std::round(cycleDegrees / simulation.step);
+  if (simulation.cycles < 1) {
+    return unsuitable("cycles", simulation.cycles, "at least 1 is simulated");
+  }
+  if (!(length >= 2 && std::abs(length * simulation.step - cycleDegrees) <= 1e-6)) {
+    return unsuitable("step", simulation.step, "720 degrees are not a whole number of steps");
+  }
+  if (length * simulation.cycles > static_cast<double>(mostPressures)) {
+    return unsuitable("cycles", simulation.cycles, "that is more than 268435456 samples");
+  }
+  return std::nullopt;
+}
+
 }  // namespace
 
-PressureCycles simulate(const Engine& engine, const Simulation& simulation) {
-  constexpr double begin = -360, cycleDegrees = 720, percent = 0.01;
+Result<PressureCycles> simulate(const Engine& engine, const Simulation& simulation) {
+  if (const auto measures = checked(engine); !measures) {
+    return Problem{measures.problem()};
+  }
+  if (auto problem = problemOf(simulation)) {
+    return std::move(*problem);
+  }
   NormalNumbers random(simulation.seed);
   PressureCycles cycles;
   const int length = static_cast<int>(std::lround(cycleDegrees / simulation.step));

@@ -4,17 +4,17 @@
 #include <cstdint>
 
 #include "analysis/combustion/engine.hpp"
-#include "recordings/pressure_cycles.hpp"
+#include "analysis/combustion/pressure_cycles.hpp"
+#include "analysis/problem.hpp"
 
 namespace kxanalysis {
-using kxrecordings::PressureCycles;
 
 /// Pressures are in bar, crank angles in degrees. The defaults are those of a small spark-ignition engine at full load,
 /// within the ranges that Heywood, Internal Combustion Engine Fundamentals (1988), gives in chapter 9.
 struct Simulation {
   int cycles = 100;
-  double step = 0.5;
-  uint64_t seed = 1;
+  double step = 0.5;  ///< degrees between samples
+  uint64_t seed = 1;  ///< of scatter and noise
 
   double intakePressure = 1;
   double exhaustPressure = 1.1;
@@ -39,6 +39,8 @@ struct Simulation {
 };
 
 /// Whole cycles of 720 degrees from -360 on. The same seed gives the same samples.
-PressureCycles simulate(const Engine& engine, const Simulation& simulation);
+/// @param simulation  at least one cycle; 720 degrees are a whole number of steps, and all cycles hold mostPressures
+///                    samples at most.
+Result<PressureCycles> simulate(const Engine& engine, const Simulation& simulation);
 
 }  // namespace kxanalysis

@@ -5,6 +5,7 @@
 #include <span>
 #include <vector>
 
+#include "analysis/problem.hpp"
 #include "functions/functions.hpp"
 
 namespace kxanalysis {
@@ -26,17 +27,22 @@ struct CurveColumn {
 /// of the next joins them. A picture of the columns is that of all the values, pixel by pixel, whatever their number.
 class Curve {
 public:
-  /// @param borders  the first frame of each column, and the frame after the last one.
-  explicit Curve(std::vector<uint64_t> borders);
+  /// @param functions  they outlive the curve.
+  /// @param borders    the first frame of each column, and the frame after the last one: at least two, not descending.
+  static Result<Curve> create(const Functions& functions, std::vector<uint64_t> borders);
 
-  /// Adds the values of the next frames. A NaN is a gap in the curve.
-  void add(const Functions& functions, std::span<const double> values);
+  /// Takes the values of the next frames, from the first column's first one on. A NaN is a gap in the curve; values after
+  /// the last column are left out. Splitting a stream into blocks changes nothing.
+  void feed(std::span<const double> values);
 
   const std::vector<CurveColumn>& columns() const { return columns_; }
 
 private:
-  void addToColumn(const Functions& functions, std::span<const double> values, CurveColumn& column);
+  Curve(const Functions& functions, std::vector<uint64_t> borders);
 
+  void addToColumn(std::span<const double> values, CurveColumn& column);
+
+  const Functions* functions_;
   std::vector<uint64_t> borders_;
   std::vector<CurveColumn> columns_;
   uint64_t position_;

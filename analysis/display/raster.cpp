@@ -6,6 +6,16 @@
 
 namespace kxanalysis {
 
+Result<Raster> Raster::create(int width, int height, uint32_t colour) {
+  if (width < 1 || width > greatest) {
+    return unsuitable("width", width, "a raster is 1 to 32767 pixels wide");
+  }
+  if (height < 1 || height > greatest) {
+    return unsuitable("height", height, "a raster is 1 to 32767 pixels high");
+  }
+  return Raster(width, height, colour);
+}
+
 Raster::Raster(int width, int height, uint32_t colour)
     : width_(width), height_(height), pixels_(static_cast<size_t>(width) * static_cast<size_t>(height), colour) {}
 

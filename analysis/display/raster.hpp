@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "analysis/problem.hpp"
+
 namespace kxanalysis {
 
 using std::size_t;
@@ -26,7 +28,11 @@ struct Rectangle {
 /// without gaps.
 class Raster {
 public:
-  Raster(int width, int height, uint32_t colour);
+  /// Pixels in a row and rows at most: the kernels count them in 16 bits with a sign.
+  static constexpr int greatest = 32767;
+
+  /// @param width, height  1 to greatest.
+  static Result<Raster> create(int width, int height, uint32_t colour);
 
   int width() const { return width_; }
   int height() const { return height_; }
@@ -41,6 +47,8 @@ public:
   void line(Pixel from, Pixel to, uint32_t colour);
 
 private:
+  Raster(int width, int height, uint32_t colour);
+
   size_t index(Pixel pixel) const {
     return static_cast<size_t>(pixel.y) * static_cast<size_t>(width_) + static_cast<size_t>(pixel.x);
   }

@@ -4,6 +4,9 @@
 #include <cmath>
 #include <functional>
 #include <numbers>
+#include <optional>
+#include <string>
+#include <utility>
 
 namespace kxanalysis {
 namespace {
@@ -119,9 +122,34 @@ std::complex<double> delayAt(double frequency) {
   return std::polar(1.0, -2 * pi * frequency);
 }
 
+std::optional<Problem> problemOf(const PassBand& band) {
+  const std::string away = "an edge lies at least 1e-6 of the sample rate above 0 and below 0.5";
+  if (!std::isfinite(band.low) ||
+      (!band.isLowPass() && !(band.low >= leastDistance && band.low <= 0.5 - leastDistance))) {
+    return unsuitable("low edge", band.low, away);
+  }
+  if (!std::isfinite(band.high) ||
+      (!band.isHighPass() && !(band.high >= leastDistance && band.high <= 0.5 - leastDistance))) {
+    return unsuitable("high edge", band.high, away);
+  }
+  if (band.isLowPass() && band.isHighPass()) {
+    return Problem{"low edge and high edge let all frequencies pass: one of them is needed"};
+  }
+  if (!band.isLowPass() && !band.isHighPass() && !(band.high - band.low >= leastDistance)) {
+    return unsuitable("high edge", band.high, "it lies at least 1e-6 of the sample rate above the low edge");
+  }
+  return std::nullopt;
+}
+
 }  // namespace
 
-std::vector<Section> butterworth(const PassBand& band, int order) {
+Result<std::vector<Section>> butterworth(const PassBand& band, int order) {
+  if (auto problem = problemOf(band)) {
+    return std::move(*problem);
+  }
+  if (order < 1 || order > maximumOrder) {
+    return unsuitable("order", order, "it is from 1 to 100");
+  }
   const bool isBandPass = !band.isLowPass() && !band.isHighPass();
   std::vector<Section> sections;
   for (int index = 0; index < (order + 1) / 2; ++index) {
@@ -135,7 +163,16 @@ std::vector<Section> butterworth(const PassBand& band, int order) {
   return sections;
 }
 
-std::vector<float> windowedSinc(const PassBand& band, size_t taps, Window window) {
+Result<std::vector<float>> windowedSinc(const PassBand& band, size_t taps, Window window) {
+  if (auto problem = problemOf(band)) {
+    return std::move(*problem);
+  }
+  if (taps < minimumTaps || taps > maximumTaps) {
+    return unsuitable("taps", static_cast<double>(taps), "they are from 3 to 16383");
+  }
+  if (band.isHighPass() && taps % 2 == 0) {
+    return unsuitable("taps", static_cast<double>(taps), "a high-pass needs an odd number");
+  }
   std::vector<double> coefficients = windowedLowPass(band.isHighPass() ? band.low : band.high, taps, window);
   if (band.isHighPass()) {  // all that passes, delayed alike, less what the low-pass lets pass
     for (double& coefficient : coefficients) {
@@ -149,13 +186,13 @@ std::vector<float> windowedSinc(const PassBand& band, size_t taps, Window window
   if (!band.isLowPass()) {
     const double gain = std::abs(responseOf(coefficients, band.isHighPass() ? 0.5 : (band.low + band.high) / 2));
     if (gain < 0.5) {
-      return {};
+      return unsuitable("taps", static_cast<double>(taps), "they are too few for this band");
     }
     for (double& coefficient : coefficients) {
       coefficient /= gain;
     }
   }
-  return {coefficients.begin(), coefficients.end()};
+  return std::vector<float>(coefficients.begin(), coefficients.end());
 }
 
 std::complex<double> responseOf(std::span<const Section> sections, double frequency) {

@@ -1,10 +1,12 @@
-// Designs of filters: Butterworth sections, and windowed-sinc coefficients.
+// Designs of filters: Butterworth sections, and windowed-sinc coefficients. Frequencies are fractions of the sample rate.
 #pragma once
 
 #include <complex>
 #include <cstddef>
 #include <span>
 #include <vector>
+
+#include "analysis/problem.hpp"
 
 namespace kxanalysis {
 
@@ -30,11 +32,11 @@ struct Section {
   double a1, a2;
 };
 
-/// Butterworth filter that is 3.01 dB down at its edges, as a cascade in which the resonance rises from section to
+/// Butterworth filter (1930), by the bilinear transform with prewarped edges, that is 3.01 dB down at its edges, as a cascade in which the resonance rises from section to
 /// section and each section has a gain of 1 at the frequencies that pass best.
 /// @param band   its edges at least leastDistance from 0, from 0.5 and from each other.
 /// @param order  1 to maximumOrder; of each edge.
-std::vector<Section> butterworth(const PassBand& band, int order);
+Result<std::vector<Section>> butterworth(const PassBand& band, int order);
 
 enum class Window { hamming, blackman };
 
@@ -42,12 +44,12 @@ constexpr size_t minimumTaps = 3, maximumTaps = 16383;
 
 /// Symmetric coefficients, of linear phase: the ideal filter's impulse response under a window. The gain is 1 at 0, of a
 /// high-pass at half of the sample rate, of a band-pass in the middle of the band; the edges are about 6 dB down.
+/// @param band  its edges as those of butterworth().
 /// @param taps  minimumTaps to maximumTaps; odd for a high-pass, since a symmetric filter of even length is 0 at half of
-///              the sample rate.
-/// @return      empty where so few taps do not let even the middle of the band pass.
-std::vector<float> windowedSinc(const PassBand& band, size_t taps, Window window);
+///              the sample rate. So few that not even the middle of the band passes are refused.
+Result<std::vector<float>> windowedSinc(const PassBand& band, size_t taps, Window window);
 
-/// A filter's response at a frequency, which is a fraction of the sample rate.
+/// A filter's complex response at a frequency, which is a fraction of the sample rate.
 std::complex<double> responseOf(std::span<const Section> sections, double frequency);
 std::complex<double> responseOf(std::span<const float> coefficients, double frequency);
 std::complex<double> responseOf(std::span<const double> coefficients, double frequency);

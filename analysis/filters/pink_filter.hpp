@@ -12,12 +12,14 @@ using kxcalc::Functions;
 /// One channel's filter, at rest to begin with.
 class PinkFilter {
 public:
-  explicit PinkFilter(const Functions& functions) : functions_(functions) {}
+  /// @param functions  they outlive the filter.
+  explicit PinkFilter(const Functions& functions) : functions_(&functions) {}
 
-  double next(double white) { return functions_.kxcalcPinkFilter_double(&state_, white); }
+  /// The filtered value of the stream's next one.
+  double next(double white) { return functions_->kxcalcPinkFilter_double(&state_, white); }
 
 private:
-  const Functions& functions_;
+  const Functions* functions_;
   PinkFilterState state_{};
 };
 

@@ -5,7 +5,7 @@
 #include <cmath>
 
 #include "analysis/filters/white_noise.hpp"
-#include "analysis/spectra/spectrum.hpp"
+#include "analysis/spectra/real_transform.hpp"
 
 namespace kxanalysis {
 namespace {
@@ -33,19 +33,28 @@ void forEachCrossing(std::span<const LevelPoint> curve, double level, Found foun
 
 }  // namespace
 
-std::vector<LevelPoint> measuredResponse(StreamFilter& filter, size_t period, double rate) {
-  RealTransform transform(period);
-  std::vector<double> sent(transform.binCount()), received(transform.binCount());
+Result<std::vector<LevelPoint>> measuredResponse(StreamFilter& filter, size_t period, double rate) {
+  if (period < 2) {
+    return unsuitable("period", static_cast<double>(period), "at least 2 samples are needed");
+  }
+  if (!(rate > 0 && std::isfinite(rate))) {
+    return unsuitable("rate", rate, "it is above 0 Hz");
+  }
+  auto transform = RealTransform::create(period);
+  if (!transform) {
+    return Problem{transform.problem()};
+  }
+  std::vector<double> sent(transform->binCount()), received(transform->binCount());
   std::vector<double> noise(period), output(period);
   WhiteNoise source(1);
   for (int i = 0; i < noises; ++i) {
     std::ranges::generate(noise, [&] { return source.next(); });
     for (int repetition = 0; repetition <= periodsToSettle; ++repetition) {
       output = noise;
-      filter.process(std::span(output));
+      filter.feed(std::span(output));
     }
-    addPower(transform, noise, sent);
-    addPower(transform, output, received);
+    addPower(*transform, noise, sent);
+    addPower(*transform, output, received);
   }
   std::vector<LevelPoint> curve;
   for (size_t i = 1; i < sent.size(); ++i) {

@@ -8,16 +8,11 @@
 #include <vector>
 
 #include "analysis/filters/stream_filter.hpp"
+#include "analysis/spectra/level_point.hpp"
 
 namespace kxanalysis {
 
-/// A point of a curve over frequency.
-struct LevelPoint {
-  double frequency;
-  double decibels;
-};
-
-/// Half the power.
+/// Half the power, in dB.
 constexpr double halfPower = -3.010299956639812;
 
 /// Gain of a filter at the multiples of rate / period up to half of the sample rate, 0 left out: white noise goes through
@@ -25,8 +20,9 @@ constexpr double halfPower = -3.010299956639812;
 /// noise repeats itself after `period` samples and is measured when the filter has settled to that, so that no window
 /// is needed and stop bands are seen down to the rounding of the kernels.
 /// @param filter  of a stream that nobody else needs: noise remains in it.
-/// @param period  a power of two, at least 2.
-std::vector<LevelPoint> measuredResponse(StreamFilter& filter, size_t period, double rate);
+/// @param period  in samples, at least 2.
+/// @param rate    in Hz, above 0.
+Result<std::vector<LevelPoint>> measuredResponse(StreamFilter& filter, size_t period, double rate);
 
 /// The period with which measuredResponse resolves a design and lets it settle; none for edges so low, or so close to each
 /// other, that this would take too long.

@@ -1,18 +1,14 @@
 #include "analysis/flicker/flicker_standard_points.hpp"
 
-#include <algorithm>
 #include <array>
-#include <atomic>
 #include <cmath>
-#include <future>
 #include <numbers>
 #include <span>
-#include <thread>
 
-#include "recordings/recording.hpp"
+#include "analysis/flicker/flicker_observation.hpp"
+#include "analysis/flicker/flicker_severity.hpp"
 
 namespace kxanalysis {
-using namespace kxrecordings;
 namespace {
 
 struct TablePoint {
@@ -61,95 +57,78 @@ constexpr auto severity230 = std::to_array<TablePoint>(
 constexpr auto severity120 = std::to_array<TablePoint>(
     {{1, 3.181}, {2, 2.564}, {7, 1.694}, {39, 1.040}, {110, 0.844}, {1620, 0.548}, {4800, 4.837}});
 
-std::span<const TablePoint> tableOf(FlickerTest test, Lamp lamp) {
+std::span<const TablePoint> tableOf(FlickerSeries series, Lamp lamp) {
   const bool is230 = lamp == Lamp::volts230;
-  switch (test) {
-    case FlickerTest::sinusoidal:
+  switch (series) {
+    case FlickerSeries::sinusoidal:
       return is230 ? std::span<const TablePoint>(sinusoidal230) : sinusoidal120;
-    case FlickerTest::rectangular:
+    case FlickerSeries::rectangular:
       return is230 ? std::span<const TablePoint>(rectangular230) : rectangular120;
-    case FlickerTest::severity:
+    case FlickerSeries::severity:
       return is230 ? std::span<const TablePoint>(severity230) : severity120;
   }
   return {};
 }
 
-/// The voltage of a test point: a carrier at mains frequency, sqrt(2) U sin(2 pi f t) (1 + change / 2 m(t)), with m a sine
-/// or the sign of one, and both at 0 at time 0.
-class TestVoltage {
-public:
-  TestVoltage(const FlickerTestPoint& point, double rate) : point_(point), rate_(rate) {}
+/// @param cycles  since time 0.
+double sineAt(double cycles) {
+  return std::sin(2 * std::numbers::pi * (cycles - std::floor(cycles)));
+}
 
-  void fill(std::span<float> voltage) {
-    const double amplitude = std::numbers::sqrt2 * nominalVoltage(point_.lamp);
-    const double mains = nominalSetting(point_.lamp).mains;
-    for (float& sample : voltage) {
-      const double time = static_cast<double>(position_++) / rate_;
-      sample = static_cast<float>(amplitude * sineAt(mains * time) *
-                                  (1 + point_.change / 100 / 2 * modulationAt(point_.frequency() * time)));
-    }
+/// A sine, or the sign of one.
+double modulationAt(FlickerSeries series, double cycles) {
+  if (series == FlickerSeries::sinusoidal) {
+    return sineAt(cycles);
   }
-
-private:
-  /// @param cycles  since time 0.
-  static double sineAt(double cycles) { return std::sin(2 * std::numbers::pi * (cycles - std::floor(cycles))); }
-
-  double modulationAt(double cycles) const {
-    if (point_.test == FlickerTest::sinusoidal) {
-      return sineAt(cycles);
-    }
-    return cycles - std::floor(cycles) < 0.5 ? 1 : -1;
-  }
-
-  FlickerTestPoint point_;
-  double rate_;
-  uint64_t position_ = 0;
-};
-
-double measure(const Functions& functions, const FlickerTestPoint& point, double rate) {
-  // Every modulation of the tables comes to its largest sensation again within 5 s.
-  const bool isSeverity = point.test == FlickerTest::severity;
-  const double settlingSeconds = isSeverity ? 60 : 20, seconds = isSeverity ? 600 : 5;
-  const auto inSamples = [&](double duration) { return static_cast<uint64_t>(std::ceil(duration * rate)); };
-  Flickermeter meter(functions, nominalSetting(point.lamp), rate);
-  FlickerObservation observation(functions, inSamples(settlingSeconds), inSamples(seconds));
-  TestVoltage voltage(point, rate);
-  std::vector<float> block(blockFrames);
-  while (observation.periods().empty()) {
-    voltage.fill(block);
-    observation.add(meter.feed(block));
-  }
-  const FlickerPeriod& period = observation.periods().front();
-  return isSeverity ? severityOf(period.classes).shortTerm : period.sensation.maximum();
+  return cycles - std::floor(cycles) < 0.5 ? 1 : -1;
 }
 
 }  // namespace
 
-std::vector<FlickerTestPoint> flickerTestPoints(FlickerTest test, Lamp lamp) {
-  std::vector<FlickerTestPoint> points;
-  for (const TablePoint& point : tableOf(test, lamp)) {
-    points.push_back({test, lamp, point.modulation, point.change});
+std::vector<FlickerStandardPoint> flickerStandardPoints(FlickerSeries series, Lamp lamp) {
+  std::vector<FlickerStandardPoint> points;
+  for (const TablePoint& point : tableOf(series, lamp)) {
+    points.push_back({series, lamp, point.modulation, point.change});
   }
   return points;
 }
 
-std::vector<double> measureTestPoints(const Functions& functions, const std::vector<FlickerTestPoint>& points,
-                                      double rate) {
-  std::vector<double> measured(points.size());
-  std::atomic<size_t> next = 0;
-  const auto work = [&] {
-    for (size_t i = next++; i < points.size(); i = next++) {
-      measured[i] = measure(functions, points[i], rate);
+/// A carrier at mains frequency, sqrt(2) U sin(2 pi f t) (1 + change / 2 m(t)); both it and m are at 0 at time 0.
+void StandardVoltage::next(std::span<float> voltage) {
+  const double amplitude = std::numbers::sqrt2 * nominalVoltage(point_.lamp);
+  const double mains = nominalSetting(point_.lamp).mains;
+  for (float& sample : voltage) {
+    const double time = static_cast<double>(position_++) / rate_;
+    sample = static_cast<float>(amplitude * sineAt(mains * time) *
+                                (1 + point_.change / 100 / 2 * modulationAt(point_.series, point_.frequency() * time)));
+  }
+}
+
+Result<double> measureStandardPoint(const Functions& functions, const FlickerStandardPoint& point, double rate) {
+  // Every modulation of the tables comes to its largest sensation again within 5 s.
+  const bool isSeverity = point.series == FlickerSeries::severity;
+  const double settlingSeconds = isSeverity ? 60 : 20, seconds = isSeverity ? 600 : 5;
+  auto meter = Flickermeter::create(functions, nominalSetting(point.lamp), rate);
+  if (!meter) {
+    return Problem{meter.problem()};
+  }
+  const auto inSamples = [&](double duration) { return static_cast<uint64_t>(std::ceil(duration * rate)); };
+  auto observation = FlickerObservation::create(functions, inSamples(settlingSeconds), inSamples(seconds));
+  if (!observation) {
+    return Problem{observation.problem()};
+  }
+  StandardVoltage voltage(point, rate);
+  std::vector<float> block(4096);
+  for (;;) {
+    voltage.next(block);
+    const auto sensation = meter->feed(block);
+    if (!sensation) {
+      return Problem{sensation.problem()};
     }
-  };
-  std::vector<std::future<void>> workers;
-  for (unsigned i = 0; i < std::max(1U, std::thread::hardware_concurrency()); ++i) {
-    workers.push_back(std::async(std::launch::async, work));
+    if (const auto periods = observation->feed(*sensation); !periods.empty()) {
+      return isSeverity ? severityOf(periods.front().classes).shortTerm : periods.front().largest;
+    }
   }
-  for (auto& worker : workers) {
-    worker.get();
-  }
-  return measured;
 }
 
 }  // namespace kxanalysis

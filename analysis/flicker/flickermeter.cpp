@@ -4,10 +4,11 @@
 #include <cmath>
 #include <limits>
 #include <numbers>
-#include <stdexcept>
+#include <utility>
 
 #include "analysis/channel_values/channel_values.hpp"
 #include "analysis/number_text.hpp"
+#include "analysis/statistics/statistics.hpp"
 
 namespace kxanalysis {
 namespace {
@@ -102,47 +103,45 @@ FlickerFilters designFlickerFilters(const FlickerSetting& setting, double rate) 
 }
 
 /// The step response takes one minute from 10 % to 90 % (block 1), which is ln 9 time constants.
-VoltageAdaptor::VoltageAdaptor(const Functions& functions, const FlickerSetting& setting)
-    : functions_(functions), slowestWeight_(-std::expm1(-std::log(9.0) / (60 * 2 * setting.mains))) {}
+Result<VoltageAdaptor> VoltageAdaptor::create(const Functions& functions, const FlickerSetting& setting) {
+  if (setting.mains != 50 && setting.mains != 60) {
+    return unsuitable("mains", setting.mains, "the standard knows 50 and 60 Hz");
+  }
+  return VoltageAdaptor(functions, -std::expm1(-std::log(9.0) / (60 * 2 * setting.mains)));
+}
 
-void VoltageAdaptor::scale(std::span<const float> voltage, std::span<float> scaled) {
-  Statistics<float> statistics;
-  statistics.add(functions_, voltage);
+Result<> VoltageAdaptor::scale(std::span<const float> voltage, std::span<float> scaled) {
+  Statistics<float> statistics(*functions_, 0, voltage.size());
+  statistics.feed(voltage);
   const double rms = std::sqrt(statistics.meanSquare());
   if (!std::isfinite(rms)) {
-    throw std::range_error("holds a sample that is not a finite number");
+    return Problem{"holds a sample that is not a finite number"};
   }
   // A plain mean until it is slower than the low-pass, which so starts without a memory of its own.
   ++halfCycles_;
   reference_ += std::max(1 / static_cast<double>(halfCycles_), slowestWeight_) * (rms - reference_);
   const double factor = reference_ > static_cast<double>(std::numeric_limits<float>::min()) ? 1 / reference_ : 0;
-  channelValues(functions_, voltage.data(), 1, {factor, 0}, scaled);
+  channelValues(*functions_, voltage.data(), 1, {factor, 0}, scaled);
+  return Done{};
 }
 
-Flickermeter::Flickermeter(const Functions& functions, const FlickerSetting& setting, double rate)
-    : functions_(functions),
+Result<Flickermeter> Flickermeter::create(const Functions& functions, const FlickerSetting& setting, double rate) {
+  if (!(rate >= leastFlickerRate && std::isfinite(rate))) {
+    return unsuitable("rate", rate, "flicker needs at least 4000 Hz");
+  }
+  auto adaptor = VoltageAdaptor::create(functions, setting);
+  if (!adaptor) {
+    return Problem{adaptor.problem()};
+  }
+  return Flickermeter(functions, setting, rate, std::move(*adaptor));
+}
+
+Flickermeter::Flickermeter(const Functions& functions, const FlickerSetting& setting, double rate,
+                           VoltageAdaptor adaptor)
+    : functions_(&functions),
       samplesAHalfCycle_(rate / (2 * setting.mains)),
-      adaptor_(functions, setting),
-      filters_(designFlickerFilters(setting, rate)),
-      state_{lowPassInput_.data(),
-             lowPassInput1_.data(),
-             lowPassInput2_.data(),
-             lowPassOutput_.data(),
-             lowPassOutput1_.data(),
-             lowPassOutput2_.data(),
-             filters_.lowPassGain.data(),
-             filters_.lowPassA1.data(),
-             filters_.lowPassA2.data(),
-             filters_.weight.data(),
-             filters_.highPass.data(),
-             weight1Output_.data(),
-             weight1Input_.data(),
-             weight2Input_.data(),
-             weight2Output_.data(),
-             square_.data(),
-             smooth_.data(),
-             highPassInput_.data(),
-             highPassOutput_.data()} {
+      adaptor_(adaptor),
+      filters_(designFlickerFilters(setting, rate)) {
   // The mean of what the demodulator makes of 1 V rms: the low-pass starts as if it had been settled for long. The
   // marker makes the high-pass start so, too.
   constexpr double settled = 0.5, startMarker = -9999999.0;
@@ -152,7 +151,30 @@ Flickermeter::Flickermeter(const Functions& functions, const FlickerSetting& set
   highPassInput_[0] = startMarker;
 }
 
-std::span<const float> Flickermeter::feed(std::span<const float> voltage) {
+/// Made anew for each call, since it points into this object, which may have moved.
+FlickerState Flickermeter::state() {
+  return {lowPassInput_.data(),
+          lowPassInput1_.data(),
+          lowPassInput2_.data(),
+          lowPassOutput_.data(),
+          lowPassOutput1_.data(),
+          lowPassOutput2_.data(),
+          filters_.lowPassGain.data(),
+          filters_.lowPassA1.data(),
+          filters_.lowPassA2.data(),
+          filters_.weight.data(),
+          filters_.highPass.data(),
+          weight1Output_.data(),
+          weight1Input_.data(),
+          weight2Input_.data(),
+          weight2Output_.data(),
+          square_.data(),
+          smooth_.data(),
+          highPassInput_.data(),
+          highPassOutput_.data()};
+}
+
+Result<std::span<const float>> Flickermeter::feed(std::span<const float> voltage) {
   sensation_.clear();
   while (!voltage.empty()) {
     const size_t length = halfCycleLength(halfCycle_);
@@ -160,30 +182,37 @@ std::span<const float> Flickermeter::feed(std::span<const float> voltage) {
     pending_.insert(pending_.end(), part.begin(), part.end());
     voltage = voltage.subspan(part.size());
     if (pending_.size() == length) {
-      takeHalfCycle();
+      if (const auto taken = takeHalfCycle(); !taken) {
+        return Problem{taken.problem()};
+      }
     }
   }
-  return sensation_;
+  return std::span<const float>(sensation_);
 }
 
-std::span<const float> Flickermeter::finish() {
+Result<std::span<const float>> Flickermeter::finish() {
   sensation_.clear();
-  takeHalfCycle();
-  return sensation_;
+  if (!pending_.empty()) {
+    if (const auto taken = takeHalfCycle(); !taken) {
+      return Problem{taken.problem()};
+    }
+  }
+  return std::span<const float>(sensation_);
 }
 
-void Flickermeter::takeHalfCycle() {
-  if (pending_.empty()) {
-    return;
-  }
+Result<> Flickermeter::takeHalfCycle() {
   scaled_.resize(pending_.size());
-  adaptor_.scale(pending_, scaled_);
+  if (auto scaled = adaptor_.scale(pending_, scaled_); !scaled) {
+    return scaled;
+  }
   const size_t before = sensation_.size();
   sensation_.resize(before + scaled_.size());
-  functions_.kxcalcPowerFlicker(&state_, scaled_.data(), sensation_.data() + before,
-                                static_cast<int32_t>(scaled_.size()));
+  const FlickerState kept = state();
+  functions_->kxcalcPowerFlicker(&kept, scaled_.data(), sensation_.data() + before,
+                                 static_cast<int32_t>(scaled_.size()));
   pending_.clear();
   ++halfCycle_;
+  return Done{};
 }
 
 /// Half cycles are seldom a whole number of samples: each ends at the sample that is nearest.
@@ -192,26 +221,6 @@ size_t Flickermeter::halfCycleLength(uint64_t index) const {
     return static_cast<uint64_t>(std::llround(static_cast<double>(halfCycles) * samplesAHalfCycle_));
   };
   return static_cast<size_t>(end(index + 1) - end(index));
-}
-
-void FlickerObservation::add(std::span<const float> sensation) {
-  const auto skipped = std::min<uint64_t>(settling_, sensation.size());
-  settling_ -= skipped;
-  sensation = sensation.subspan(skipped);
-  while (!sensation.empty()) {
-    const auto part = sensation.first(std::min<uint64_t>(sensation.size(), length_ - current_.sensation.samples()));
-    current_.sensation.add(functions_, part);
-    classified_.assign(part.begin(), part.end());
-    std::replace_if(
-        classified_.begin(), classified_.end(), [](float value) { return value < leastClassified; }, 0.0F);
-    functions_.kxcalcPowerFlickerAddToClass(classified_.data(), static_cast<int32_t>(classified_.size()),
-                                            current_.classes.data());
-    sensation = sensation.subspan(part.size());
-    if (current_.sensation.samples() == length_) {
-      periods_.push_back(current_);
-      current_ = FlickerPeriod();
-    }
-  }
 }
 
 }  // namespace kxanalysis

@@ -1,5 +1,5 @@
-// A flickermeter after IEC 61000-4-15, edition 2: filters designed for the sample rate, the state that the kernels work on,
-// and the evaluation of what they give.
+// A flickermeter after IEC 61000-4-15, edition 2, up to the instantaneous sensation: filters designed for the sample rate,
+// and the state that the kernels work on.
 #pragma once
 
 #include <array>
@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "analysis/flicker/flicker_severity.hpp"
-#include "analysis/statistics/statistics.hpp"
+#include "analysis/problem.hpp"
 #include "functions/functions.hpp"
 
 namespace kxanalysis {
@@ -26,7 +26,7 @@ constexpr double leastFlickerRate = 4000;
 /// What is to be measured: the lamp, and the nominal frequency of the mains.
 struct FlickerSetting {
   Lamp lamp;
-  double mains;  ///< in Hz
+  double mains;  ///< in Hz, 50 or 60
 };
 
 /// In volts.
@@ -45,49 +45,61 @@ struct FlickerFilters {
   std::array<double, 12> weight;
 };
 
+/// @param rate  in Hz, at least leastFlickerRate.
 FlickerFilters designFlickerFilters(const FlickerSetting& setting, double rate);
 
 /// Keeps the voltage at 1 V rms in the long run: the half-cycle rms values go through a first-order low-pass.
 class VoltageAdaptor {
 public:
-  VoltageAdaptor(const Functions& functions, const FlickerSetting& setting);
+  /// @param functions  they outlive the adaptor.
+  static Result<VoltageAdaptor> create(const Functions& functions, const FlickerSetting& setting);
 
-  /// Takes a half cycle of voltage in any unit and leaves it scaled. Throws std::range_error if it is not all finite.
-  void scale(std::span<const float> voltage, std::span<float> scaled);
+  /// Takes the next half cycle of voltage, at least one sample in any unit, and leaves it scaled. One that is not all
+  /// finite is refused and changes nothing.
+  /// @param scaled  as long as voltage.
+  Result<> scale(std::span<const float> voltage, std::span<float> scaled);
 
   /// What is 1 V rms by now, 0 before any voltage has come.
   double reference() const { return reference_; }
 
 private:
-  const Functions& functions_;
+  VoltageAdaptor(const Functions& functions, double slowestWeight)
+      : functions_(&functions), slowestWeight_(slowestWeight) {}
+
+  const Functions* functions_;
   double slowestWeight_;
   uint64_t halfCycles_ = 0;
   double reference_ = 0;
 };
 
-/// Voltage in, instantaneous flicker sensation out (blocks 1 to 4). 1 is the threshold of perception.
+/// Voltage in, instantaneous flicker sensation out (blocks 1 to 4). 1 is the threshold of perception. How the stream is
+/// cut into blocks does not matter.
 class Flickermeter {
 public:
-  /// @param rate  in Hz, at least leastFlickerRate.
-  Flickermeter(const Functions& functions, const FlickerSetting& setting, double rate);
-  Flickermeter(const Flickermeter&) = delete;
-  Flickermeter& operator=(const Flickermeter&) = delete;
+  /// @param functions  they outlive the meter.
+  /// @param setting    any of the lamps, and mains of 50 or 60 Hz.
+  /// @param rate       of the samples in Hz, at least leastFlickerRate.
+  static Result<Flickermeter> create(const Functions& functions, const FlickerSetting& setting, double rate);
 
-  /// Feeds the next samples; returns the sensation of all half cycles that they complete, one value a sample, which
-  /// stays until the next call. Throws std::range_error if samples are not finite.
-  std::span<const float> feed(std::span<const float> voltage);
+  /// Takes the voltage's next samples, any number of them in any unit; returns the sensation of all half cycles that
+  /// they complete, one value a sample, which stays until the next call. A half cycle with a sample that is not finite
+  /// is refused, after which the meter is of no more use.
+  Result<std::span<const float>> feed(std::span<const float> voltage);
 
   /// Ends the stream: returns the sensation of the last half cycle, which may be a short one.
-  std::span<const float> finish();
+  Result<std::span<const float>> finish();
 
   /// Whether there was any voltage so far.
   bool hasVoltage() const { return adaptor_.reference() > 0; }
 
 private:
-  void takeHalfCycle();
+  Flickermeter(const Functions& functions, const FlickerSetting& setting, double rate, VoltageAdaptor adaptor);
+
+  Result<> takeHalfCycle();
+  FlickerState state();
   size_t halfCycleLength(uint64_t index) const;
 
-  const Functions& functions_;
+  const Functions* functions_;
   double samplesAHalfCycle_;
   VoltageAdaptor adaptor_;
   FlickerFilters filters_;
@@ -95,36 +107,8 @@ private:
   std::array<double, 3> lowPassOutput_{}, lowPassOutput1_{}, lowPassOutput2_{};
   std::array<double, 3> weight1Output_{}, weight1Input_{}, weight2Input_{}, weight2Output_{};
   std::array<double, 2> square_{}, smooth_{}, highPassInput_{}, highPassOutput_{};
-  FlickerState state_;
   uint64_t halfCycle_ = 0;
   std::vector<float> pending_, scaled_, sensation_;
-};
-
-/// The sensation of one observation period.
-struct FlickerPeriod {
-  Statistics<float> sensation;
-  ClassCounts classes{};
-};
-
-/// Cuts a stream of sensation into observation periods of one length, after what is left out while the filters settle.
-class FlickerObservation {
-public:
-  /// @param settling, length  in samples; the length from 1 to what a counter of samples holds.
-  FlickerObservation(const Functions& functions, uint64_t settling, uint64_t length)
-      : functions_(functions), settling_(settling), length_(length) {}
-
-  void add(std::span<const float> sensation);
-
-  /// The periods that are complete.
-  const std::vector<FlickerPeriod>& periods() const { return periods_; }
-
-private:
-  const Functions& functions_;
-  uint64_t settling_;
-  uint64_t length_;
-  FlickerPeriod current_;
-  std::vector<float> classified_;
-  std::vector<FlickerPeriod> periods_;
 };
 
 }  // namespace kxanalysis

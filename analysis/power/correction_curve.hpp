@@ -1,30 +1,39 @@
 // How far a measuring path strays over frequency, to be taken out of spectra.
 #pragma once
 
-#include <string>
+#include <cstddef>
 #include <vector>
+
+#include "analysis/problem.hpp"
 
 namespace kxanalysis {
 
-/// Factors over frequency: gain and phase in degrees, each on straight lines between the points, and as at the outer
-/// points beyond them.
+/// What a spectrum is to be multiplied by at one frequency.
+struct CorrectionPoint {
+  double frequency;  ///< in Hz
+  double gain;
+  double phase;  ///< in degrees
+};
+
+/// Factors over frequency: gain and phase, each on straight lines between the points, and as at the outer points beyond
+/// them.
 class CorrectionCurve {
 public:
-  /// Reads a CSV file of three columns: frequency in Hz, ascending, gain, phase in degrees. Throws FileError.
-  explicit CorrectionCurve(const std::string& file);
+  /// @param points  at least one, finite, by ascending frequency. Problems of a point are told as "point 1 ...".
+  static Result<CorrectionCurve> create(std::vector<CorrectionPoint> points);
+
+  CorrectionPoint at(double frequency) const;
 
   /// Real and imaginary part of the factors of bins 0 to binCount - 1, as kxcalcPowerCorrectFFT_U takes them. A bin that
   /// has no sine part, the first and the one at half the sample rate, is corrected in gain only.
+  /// @param binWidth          in Hz.
+  /// @param endsAtHalfTheRate  whether the last bin lies at half the sample rate.
   std::vector<float> factors(size_t binCount, double binWidth, bool endsAtHalfTheRate) const;
 
 private:
-  struct Point {
-    double frequency, gain, phase;
-  };
+  explicit CorrectionCurve(std::vector<CorrectionPoint> points);
 
-  Point at(double frequency) const;
-
-  std::vector<Point> points_;
+  std::vector<CorrectionPoint> points_;
 };
 
 }  // namespace kxanalysis

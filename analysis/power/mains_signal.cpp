@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <numbers>
+#include <utility>
 
 namespace kxanalysis {
 namespace {
@@ -10,8 +11,30 @@ constexpr double degreesATurn = 360, degreesAPhase = 120;
 
 }  // namespace
 
+Result<MainsSignal> MainsSignal::create(const Functions& functions, const MainsSettings& settings) {
+  if (!(settings.rate > 0 && std::isfinite(settings.rate))) {
+    return unsuitable("rate", settings.rate, "it is above 0 Hz");
+  }
+  if (!(settings.frequency > 0 && settings.frequency < settings.rate / 2)) {
+    return unsuitable("frequency", settings.frequency, "it must be above 0 Hz and below half of the sample rate");
+  }
+  for (const auto& [name, value] : {std::pair("voltage", settings.voltage),
+                                    {"current", settings.current},
+                                    {"lag", settings.lag},
+                                    {"unbalance", settings.unbalance},
+                                    {"distortion", settings.distortion},
+                                    {"flicker", settings.flicker},
+                                    {"flicker rate", settings.flickerRate},
+                                    {"noise", settings.noise}}) {
+    if (!std::isfinite(value)) {
+      return unsuitable(name, value, "it is a finite number");
+    }
+  }
+  return MainsSignal(functions, settings);
+}
+
 MainsSignal::MainsSignal(const Functions& functions, const MainsSettings& settings)
-    : functions_(functions), settings_(settings), random_(settings.seed) {
+    : functions_(&functions), settings_(settings), random_(settings.seed) {
   for (int phase = 0; phase < static_cast<int>(phases); ++phase) {
     sines_.push_back(voltage(phase));
   }
@@ -61,7 +84,7 @@ void MainsSignal::add(const Sine& sine, std::span<double> values) {
     const double turns = sine.frequency * static_cast<double>(position_ + i) / settings_.rate + sine.turns;
     angles_[i] = static_cast<float>(2 * std::numbers::pi * (turns - std::round(turns)));
   }
-  functions_.kxcalcSin_float(angles_.data(), values_.data(), static_cast<uint32_t>(values.size()));
+  functions_->kxcalcSin_float(angles_.data(), values_.data(), static_cast<uint32_t>(values.size()));
   for (size_t i = 0; i < values.size(); ++i) {
     values[i] += sine.amplitude * static_cast<double>(values_[i]);
   }

@@ -7,6 +7,7 @@
 #include <span>
 #include <vector>
 
+#include "analysis/problem.hpp"
 #include "functions/functions.hpp"
 
 namespace kxanalysis {
@@ -51,9 +52,13 @@ class MainsSignal {
 public:
   static constexpr size_t phases = 3, channels = 2 * phases;
 
-  MainsSignal(const Functions& functions, const MainsSettings& settings);
+  /// @param functions  they outlive the signal.
+  /// @param settings   a frequency above 0 and below half of the rate.
+  static Result<MainsSignal> create(const Functions& functions, const MainsSettings& settings);
 
-  /// Fills the next interleaved frames.
+  /// Fills in the next interleaved frames. Each channel draws its noise for a whole call, so that the noise depends on
+  /// how many frames a call asks for; all else does not.
+  /// @param samples  whole frames.
   void next(std::span<float> samples);
 
 private:
@@ -62,12 +67,14 @@ private:
     double turns;  // phase at the first frame, in turns
   };
 
+  MainsSignal(const Functions& functions, const MainsSettings& settings);
+
   std::vector<Sine> voltage(int phase) const;
   std::vector<Sine> current(int phase) const;
   Sine sine(int order, double rms, double degrees) const;
   void add(const Sine& sine, std::span<double> values);
 
-  const Functions& functions_;
+  const Functions* functions_;
   MainsSettings settings_;
   std::vector<std::vector<Sine>> sines_;  // of each channel
   std::mt19937 random_;

@@ -6,6 +6,8 @@
 #include <numbers>
 #include <utility>
 
+#include "analysis/number_text.hpp"
+
 namespace kxanalysis {
 namespace {
 
@@ -13,6 +15,16 @@ constexpr int mostOrders = 50;  // IEC 61000-4-7 goes up to there
 
 bool isEven(size_t length) {
   return length % 2 == 0;
+}
+
+double windowLength(const PowerSettings& settings) {
+  return std::round(settings.cycles * settings.rate / settings.frequency);
+}
+
+int orderCount(const PowerSettings& settings) {
+  // The kernel of the angles reads the bin above that of the order, too; below half the sample rate there is one.
+  const double highestBin = std::ceil(windowLength(settings) / 2) - 1;
+  return static_cast<int>(std::min<double>(mostOrders, std::floor(highestBin / settings.cycles)));
 }
 
 }  // namespace
@@ -35,24 +47,40 @@ PowerFigures PowerWindow::total() const {
   return sum;
 }
 
-double PowerAnalyzer::windowLength(const PowerSettings& settings) {
-  return std::round(settings.cycles * settings.rate / settings.frequency);
+Result<PowerAnalyzer> PowerAnalyzer::create(const Functions& functions, const PowerSettings& settings) {
+  if (!(settings.rate > 0 && std::isfinite(settings.rate))) {
+    return unsuitable("rate", settings.rate, "it is above 0 Hz");
+  }
+  if (!(settings.frequency > 0 && std::isfinite(settings.frequency))) {
+    return unsuitable("frequency", settings.frequency, "it is above 0 Hz");
+  }
+  if (settings.cycles < 1) {
+    return unsuitable("cycles", settings.cycles, "a window has at least 1");
+  }
+  const double length = kxanalysis::windowLength(settings);
+  if (length > static_cast<double>(longestWindow)) {
+    return unsuitable("cycles", settings.cycles, "a window would have more than 16777216 samples");
+  }
+  if (kxanalysis::orderCount(settings) < 1) {
+    return unsuitable(
+        "rate", settings.rate,
+        "too low to see " + numberText(settings.frequency, allDigits) + " Hz, more than twice that is needed");
+  }
+  auto transform = RealTransform::create(static_cast<size_t>(length));
+  if (!transform) {
+    return Problem{transform.problem()};
+  }
+  return PowerAnalyzer(functions, settings, std::move(*transform));
 }
 
-int PowerAnalyzer::orderCount(const PowerSettings& settings) {
-  // The kernel of the angles reads the bin above that of the order, too; below half the sample rate there is one.
-  const double highestBin = std::ceil(windowLength(settings) / 2) - 1;
-  return static_cast<int>(std::min<double>(mostOrders, std::floor(highestBin / settings.cycles)));
-}
-
-PowerAnalyzer::PowerAnalyzer(const Functions& functions, const PowerSettings& settings)
-    : functions_(functions),
+PowerAnalyzer::PowerAnalyzer(const Functions& functions, const PowerSettings& settings, RealTransform transform)
+    : functions_(&functions),
       settings_(settings),
-      transform_(static_cast<size_t>(windowLength(settings))),
-      orders_(orderCount(settings)),
+      transform_(std::move(transform)),
+      orders_(kxanalysis::orderCount(settings)),
       bins_(transform_.binCount() + (isEven(transform_.length()) ? 0 : 1)) {
-  if (!settings.correctionFile.empty()) {
-    correction_ = CorrectionCurve(settings.correctionFile).factors(bins_, binWidth(), isEven(transform_.length()));
+  if (settings.correction) {
+    correction_ = settings.correction->factors(bins_, binWidth(), isEven(transform_.length()));
   }
 }
 
@@ -64,11 +92,12 @@ PowerWindow PowerAnalyzer::analyze(std::span<const std::vector<double>> voltages
     const std::vector<float> voltage = spectrumOf(voltages[i], true), current = spectrumOf(currents[i], false);
     if (i == 0) {
       reference = referencePhase(voltage);
-      window.strongestBin = functions_.kxcalcPowerFindIndexOfMaxAmplitude(voltage.data(), static_cast<uint32_t>(bins_));
+      window.strongestBin =
+          functions_->kxcalcPowerFindIndexOfMaxAmplitude(voltage.data(), static_cast<uint32_t>(bins_));
     }
     PhaseFigures phase{figuresOf(voltage, reference), figuresOf(current, reference), {}};
-    functions_.kxcalcPowerPandQsum(voltage.data(), current.data(), static_cast<int32_t>(bins_), &phase.power.active,
-                                   &phase.power.reactive);
+    functions_->kxcalcPowerPandQsum(voltage.data(), current.data(), static_cast<int32_t>(bins_), &phase.power.active,
+                                    &phase.power.reactive);
     phase.power.apparent = phase.voltage.rms * phase.current.rms;
     window.phases.push_back(std::move(phase));
   }
@@ -92,14 +121,14 @@ std::vector<float> PowerAnalyzer::spectrumOf(const std::vector<double>& samples,
   }
   spectrum.resize(2 * bins_);
   if (isVoltage && !correction_.empty()) {
-    functions_.kxcalcPowerCorrectFFT_U(spectrum.data(), correction_.data(), static_cast<int32_t>(bins_));
+    functions_->kxcalcPowerCorrectFFT_U(spectrum.data(), correction_.data(), static_cast<int32_t>(bins_));
   }
-  functions_.kxcalcPowerNegateImag_float(spectrum.data(), static_cast<uint32_t>(spectrum.size()));
+  functions_->kxcalcPowerNegateImag_float(spectrum.data(), static_cast<uint32_t>(spectrum.size()));
   return spectrum;
 }
 
 double PowerAnalyzer::squareSum(const std::vector<float>& spectrum, size_t firstBin, size_t count) const {
-  return functions_.kxcalcPowerHarmonicZero(spectrum.data() + 2 * firstBin, static_cast<uint32_t>(count));
+  return functions_->kxcalcPowerHarmonicZero(spectrum.data() + 2 * firstBin, static_cast<uint32_t>(count));
 }
 
 /// What the kernel of the angles is to subtract from order 1: the first voltage's own phase. It lies between 0 and 360:
@@ -107,7 +136,7 @@ double PowerAnalyzer::squareSum(const std::vector<float>& spectrum, size_t first
 float PowerAnalyzer::referencePhase(const std::vector<float>& voltage) const {
   constexpr float turn = 360;
   std::array<float, 2> angles{};
-  functions_.kxcalcPowerAngles(voltage.data(), angles.data(), 1, 0, static_cast<float>(settings_.cycles));
+  functions_->kxcalcPowerAngles(voltage.data(), angles.data(), 1, 0, static_cast<float>(settings_.cycles));
   const float phase = -angles[1];  // the kernel's angles run backwards
   return phase < 0 ? phase + turn : phase;
 }
@@ -118,8 +147,8 @@ SignalFigures PowerAnalyzer::figuresOf(const std::vector<float>& spectrum, float
   figures.rms = std::sqrt(squareSum(spectrum, 1, bins_ - 2) + ends / 2);
 
   std::vector<float> angles(static_cast<size_t>(orders_) + 1);  // entry 0 is not used
-  functions_.kxcalcPowerAngles(spectrum.data(), angles.data(), orders_, reference,
-                               static_cast<float>(settings_.cycles));
+  functions_->kxcalcPowerAngles(spectrum.data(), angles.data(), orders_, reference,
+                                static_cast<float>(settings_.cycles));
   for (size_t order = 1; order < angles.size(); ++order) {
     const double square = squareSum(spectrum, order * static_cast<size_t>(settings_.cycles), 1);
     figures.harmonics.push_back(static_cast<float>(std::sqrt(square)));
@@ -144,7 +173,7 @@ SequenceFigures PowerAnalyzer::sequencesOf(std::span<const PhaseFigures> phases,
                                 &figures.negative,  &negativeRatioOfSums,
                                 &zeroRatioOfSums,   &figures.negativeRatio,
                                 &figures.zeroRatio, 1};
-  functions_.kxcalcPowerUnbalance(&args);
+  functions_->kxcalcPowerUnbalance(&args);
   return figures;
 }
 

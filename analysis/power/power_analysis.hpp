@@ -4,11 +4,11 @@
 #include <limits>
 #include <optional>
 #include <span>
-#include <string>
 #include <vector>
 
 #include "analysis/power/correction_curve.hpp"
-#include "analysis/spectra/spectrum.hpp"
+#include "analysis/problem.hpp"
+#include "analysis/spectra/real_transform.hpp"
 #include "functions/functions.hpp"
 
 namespace kxanalysis {
@@ -16,16 +16,16 @@ namespace kxanalysis {
 using kxcalc::Functions;
 
 struct PowerSettings {
-  double rate = 0;             ///< samples a second
-  double frequency = 50;       ///< of the mains, in Hz
-  int cycles = 10;             ///< in a window
-  std::string correctionFile;  ///< for the voltages; empty: none
+  double rate = 0;                            ///< samples a second
+  double frequency = 50;                      ///< of the mains, in Hz
+  int cycles = 10;                            ///< in a window
+  std::optional<CorrectionCurve> correction;  ///< for the voltages
 };
 
 /// One voltage or current in one window.
 struct SignalFigures {
-  double rms = 0;
-  std::vector<float> harmonics;  ///< rms of orders 1, 2, ...
+  double rms = 0;                ///< of all that is in the window, in V or A
+  std::vector<float> harmonics;  ///< rms of orders 1, 2, ..., in V or A
   std::vector<float> angles;     ///< their sine phases in degrees, -180 to 180: see PowerWindow
 
   /// Total harmonic distortion: harmonics from order 2 on over the fundamental, as a ratio (IEC 61000-4-7, 3.3.1).
@@ -34,8 +34,8 @@ struct SignalFigures {
 
 struct PowerFigures {
   double active = 0;  ///< P in W
-  double reactive =
-      0;  ///< Q in var, summed over the harmonics (Budeanu's; IEEE 1459, 3.1.2), positive where current lags
+  /// Q in var, summed over the harmonics (Budeanu's; IEEE 1459, 3.1.2), positive where current lags.
+  double reactive = 0;
   double apparent = 0;  ///< S in VA, rms voltage times rms current
 
   std::optional<double> factor() const { return apparent != 0 ? std::optional(active / apparent) : std::nullopt; }
@@ -46,7 +46,7 @@ struct PhaseFigures {
   PowerFigures power;
 };
 
-/// Symmetrical components of the fundamental. The ratios to the positive sequence are in percent, NaN without one.
+/// Symmetrical components of the fundamental, in V or A. The ratios to the positive sequence are in percent, NaN without one.
 struct SequenceFigures {
   float positive = 0, negative = 0, zero = 0;
   float negativeRatio = std::numeric_limits<float>::quiet_NaN(), zeroRatio = negativeRatio;
@@ -65,29 +65,37 @@ struct PowerWindow {
 
 class PowerAnalyzer {
 public:
-  /// Throws FileError if the correction curve cannot be read.
-  PowerAnalyzer(const Functions& functions, const PowerSettings& settings);
+  /// Samples in a window at most: single precision counts bins no further.
+  static constexpr size_t longestWindow = size_t{1} << 24;
 
-  /// Samples in a window of that many cycles, a whole number.
-  static double windowLength(const PowerSettings& settings);
+  /// @param functions  they outlive the analyzer.
+  /// @param settings   windows of longestWindow samples at most, at a rate that lets the fundamental be seen: more than
+  ///                   twice its frequency, with a bin above it.
+  static Result<PowerAnalyzer> create(const Functions& functions, const PowerSettings& settings);
 
-  /// Harmonic orders in the spectrum, at most 50; the highest ones are missing at low sample rates. The spectrum must
-  /// hold the fundamental, and the bin above it.
-  static int orderCount(const PowerSettings& settings);
+  /// Samples in a window: the cycles, rounded to whole samples.
+  size_t windowLength() const { return transform_.length(); }
 
+  /// Harmonic orders in the spectrum, at most 50; the highest ones are missing at low sample rates.
+  int orderCount() const { return orders_; }
+
+  /// In Hz.
   double binWidth() const { return settings_.rate / static_cast<double>(transform_.length()); }
 
-  /// @param voltages, currents  in V and A, windowLength() samples of each phase.
+  /// The figures of one window, which do not depend on those before it.
+  /// @param voltages, currents  in V and A, windowLength() samples of each phase, of one to three phases.
   PowerWindow analyze(std::span<const std::vector<double>> voltages, std::span<const std::vector<double>> currents);
 
 private:
+  PowerAnalyzer(const Functions& functions, const PowerSettings& settings, RealTransform transform);
+
   std::vector<float> spectrumOf(const std::vector<double>& samples, bool isVoltage);
   double squareSum(const std::vector<float>& spectrum, size_t firstBin, size_t count) const;
   SignalFigures figuresOf(const std::vector<float>& spectrum, float reference) const;
   float referencePhase(const std::vector<float>& voltage) const;
   SequenceFigures sequencesOf(std::span<const PhaseFigures> phases, SignalFigures PhaseFigures::*signal) const;
 
-  const Functions& functions_;
+  const Functions* functions_;
   PowerSettings settings_;
   RealTransform transform_;
   int orders_;

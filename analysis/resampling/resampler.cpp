@@ -2,52 +2,82 @@
 
 #include <algorithm>
 #include <bit>
-#include <stdexcept>
+#include <cmath>
 #include <string>
-
-#include "recordings/recording.hpp"
+#include <utility>
 
 namespace kxanalysis {
-using namespace kxrecordings;
-namespace {
-
-void requireSuccess(uint32_t result, const char* task) {
-  if (result != KXCALC_SUCCESS) {
-    throw std::runtime_error(std::string("the interpolator cannot ") + task + ": result " + std::to_string(result));
-  }
-}
-
-}  // namespace
 
 size_t Resampler::blockLength(double inputRate, double outputRate) {
-  const double length = static_cast<double>(blockFrames) * std::min(inputRate / outputRate, 1.0);
-  return std::max(static_cast<size_t>(length), size_t{2});
+  constexpr double longest = 4096, shortest = 2;  // with which a stream must begin, or end sooner
+  return static_cast<size_t>(std::max(longest * std::min(inputRate / outputRate, 1.0), shortest));
 }
 
-Resampler::Resampler(const Functions& functions, double inputRate, double outputRate)
-    : functions_(&functions), interpolator_(nullptr, functions.kxcalcCHSInterpolator_Destroy) {
-  // The ring holds a power of two, and a block must leave two of its samples alone.
-  const auto ring = std::bit_ceil(static_cast<uint32_t>(blockLength(inputRate, outputRate)) + 2);
-  const CHSInterpolatorParams params{inputRate, outputRate, ring};
+Result<Resampler> Resampler::create(const Functions& functions, double inputRate, double outputRate) {
+  for (const auto& [name, rate] : {std::pair("input rate", inputRate), {"output rate", outputRate}}) {
+    if (!(rate > 0 && std::isfinite(rate))) {
+      return unsuitable(name, rate, "it is above 0 Hz");
+    }
+  }
+  if (!(outputRate / inputRate <= mostOutputs)) {
+    return unsuitable("output rate", outputRate, "it is at most 1024 times the input rate");
+  }
+  const size_t block = blockLength(inputRate, outputRate);
+  // The ring holds a power of two. After n samples the next output may lie just beyond sample n - 2, whose spline also
+  // takes sample n - 3: a block must leave it and the two after it in the ring.
+  const CHSInterpolatorParams params{inputRate, outputRate, std::bit_ceil(static_cast<uint32_t>(block) + 3)};
   CHSInterpolator* handle = nullptr;
-  requireSuccess(functions.kxcalcCHSInterpolator_Create(&handle, &params), "be created");
-  interpolator_.reset(handle);
+  const uint32_t result = functions.kxcalcCHSInterpolator_Create(&handle, &params);
+  if (result != KXCALC_SUCCESS) {
+    return Problem{"the library makes no interpolator for these rates: result " + std::to_string(result)};
+  }
+  return Resampler(functions, Handle(handle, functions.kxcalcCHSInterpolator_Destroy), block);
 }
 
-std::span<const float> Resampler::feed(std::span<const float> samples) {
-  const float* values = nullptr;
-  uint32_t count = 0;
-  requireSuccess(functions_->kxcalcCHSInterpolator_InterpolateValues(
-                     interpolator_.get(), samples.data(), static_cast<uint32_t>(samples.size()), &values, &count),
-                 "take a block");
-  return {values, count};
+Result<std::span<const float>> Resampler::feed(std::span<const float> samples) {
+  if (isFinished_) {
+    return Problem{"the stream has ended and takes no more samples"};
+  }
+  samples_ += samples.size();
+  if (samples_ > mostSamples) {
+    return Problem{"the stream is longer than the 2147483648 samples that can be resampled"};
+  }
+  outputs_.clear();
+  while (!samples.empty()) {
+    const auto part = samples.first(std::min(samples.size(), block_ - waiting_.size()));
+    waiting_.insert(waiting_.end(), part.begin(), part.end());
+    samples = samples.subspan(part.size());
+    if (waiting_.size() == block_) {
+      interpolate(waiting_);
+      waiting_.clear();
+    }
+  }
+  return std::span<const float>(outputs_);
 }
 
-std::span<const float> Resampler::finish() {
+Result<std::span<const float>> Resampler::finish() {
+  if (isFinished_) {
+    return Problem{"the stream has ended before"};
+  }
+  isFinished_ = true;
+  outputs_.clear();
+  if (!waiting_.empty()) {
+    interpolate(waiting_);
+  }
   const float* values = nullptr;
   uint32_t count = 0;
-  requireSuccess(functions_->kxcalcCHSInterpolator_Stop(interpolator_.get(), &values, &count), "finish");
-  return {values, count};
+  functions_->kxcalcCHSInterpolator_Stop(interpolator_.get(), &values, &count);
+  outputs_.insert(outputs_.end(), values, values + count);
+  return std::span<const float>(outputs_);
+}
+
+/// It cannot fail: the block is not empty, it leaves the ring room, and the stream has not ended.
+void Resampler::interpolate(std::span<const float> block) {
+  const float* values = nullptr;
+  uint32_t count = 0;
+  functions_->kxcalcCHSInterpolator_InterpolateValues(interpolator_.get(), block.data(),
+                                                      static_cast<uint32_t>(block.size()), &values, &count);
+  outputs_.insert(outputs_.end(), values, values + count);
 }
 
 }  // namespace kxanalysis

@@ -6,6 +6,7 @@
 
 #include "analysis/combustion/cycle_analysis.hpp"
 #include "analysis/combustion/engine_simulation.hpp"
+#include "analysis/combustion/pressure_cycles.hpp"
 #include "host/commands/combustion_options.hpp"
 #include "host/commands/command.hpp"
 #include "host/pictures/combustion_pictures.hpp"
@@ -13,8 +14,9 @@
 #include "host/reports/floors.hpp"
 #include "host/reports/json.hpp"
 #include "host/reports/notes.hpp"
+#include "host/reports/required.hpp"
 #include "host/reports/table.hpp"
-#include "recordings/pressure_cycles.hpp"
+#include "recordings/pressure_table.hpp"
 #include "recordings/recording.hpp"
 
 namespace kxhost {
@@ -89,12 +91,13 @@ void printPolytrope(const char* stroke, const std::optional<Polytrope>& polytrop
                        : "- (no pressures above 0)");
 }
 
-void printText(const CombustionOptions& options, const PressureCycles& cycles, const CycleAnalysis& analysis) {
-  const CycleFigures& last = analysis.figures().back();
+void printText(const CombustionOptions& options, const PressureCycles& cycles, const CycleAnalysis& analysis,
+               const std::vector<CycleFigures>& figures) {
+  const CycleFigures& last = figures.back();
   const Statistics<float>& statistics = analysis.statistics();
-  printCycles(analysis.figures());
+  printCycles(figures);
   std::cout << '\n';
-  printOverall(analysis.figures());
+  printOverall(figures);
   fmt::print(std::cout,
              "\nCycles: {} of {} samples, {:.6g} deg apart\n"
              "Displacement: {:.6g} cm3, clearance {:.6g} cm3\n"
@@ -138,10 +141,11 @@ Json exponentOf(const std::optional<Polytrope>& polytrope) {
   return jsonNumber(polytrope ? std::optional(polytrope->exponent) : std::nullopt);
 }
 
-Json jsonOf(const CombustionOptions& options, const PressureCycles& cycles, const CycleAnalysis& analysis) {
+Json jsonOf(const CombustionOptions& options, const PressureCycles& cycles, const CycleAnalysis& analysis,
+            const std::vector<CycleFigures>& figures) {
   const Statistics<float>& statistics = analysis.statistics();
   Json overall;
-  for (const Quantity& quantity : quantitiesOf(analysis.figures())) {
+  for (const Quantity& quantity : quantitiesOf(figures)) {
     overall[quantity.name] = jsonOf(quantity.spread);
   }
   return {{"source", options.source()},
@@ -149,7 +153,7 @@ Json jsonOf(const CombustionOptions& options, const PressureCycles& cycles, cons
           {"step_deg", cycles.step()},
           {"displacement_cm3", options.engine.displacement()},
           {"clearance_cm3", options.engine.clearance()},
-          {"cycles", jsonOf(analysis.figures())},
+          {"cycles", jsonOf(figures)},
           {"overall", std::move(overall)},
           {"windowed_cycles", analysis.windowedCycles()},
           {"smoothed_pressure_bar",
@@ -169,11 +173,12 @@ struct Pictures {
         logarithmic(pictureFile(name, "pv-log")),
         trend(pictureFile(name, "trend")) {}
 
-  void draw(const Functions& functions, const std::string& title, const CycleAnalysis& analysis) const {
-    drawPressures(pressures, title, analysis);
+  void draw(const Functions& functions, const std::string& title, const CycleAnalysis& analysis,
+            const std::vector<CycleFigures>& figures) const {
+    drawPressures(pressures, title, analysis, figures.back());
     drawPressureVolume(functions, linear, title, analysis, AxisScale::linear);
     drawPressureVolume(functions, logarithmic, title, analysis, AxisScale::logarithmic);
-    drawTrend(trend, title, analysis);
+    drawTrend(trend, title, analysis, figures);
   }
 
   OutputFile pressures, linear, logarithmic, trend;
@@ -185,6 +190,14 @@ std::string titleOf(const CombustionOptions& options, const PressureCycles& cycl
                      cycles.angles.size());
 }
 
+CutCycles cyclesFor(const CombustionOptions& options) {
+  if (options.simulate) {
+    return {required(simulate(options.engine, options.simulation), options.source())};
+  }
+  PressureTable table = readPressureTable(options.file, options.columns, mostPressures);
+  return required(cyclesOf(std::move(table.angles), table.pressures, table.columns), options.file);
+}
+
 int runCombustion(const Functions& functions, const CombustionOptions& options) {
   std::optional<Pictures> pictures;
   std::optional<OutputFile> output;
@@ -194,24 +207,27 @@ int runCombustion(const Functions& functions, const CombustionOptions& options) 
   if (!options.output.empty()) {
     output.emplace(options.output);
   }
-  std::vector<std::string> notes;
-  const PressureCycles cycles = options.simulate ? simulate(options.engine, options.simulation)
-                                                 : readCycles(options.file, options.columns, notes);
-  CycleAnalysis analysis(functions, options.engine, options.analysis, options.source(), cycles.angles);
+  const auto [cycles, leftOut] = cyclesFor(options);
+  CycleAnalysis analysis =
+      required(CycleAnalysis::create(functions, options.engine, options.analysis, cycles.angles), options.source());
+  std::vector<CycleFigures> figures;
   for (size_t i = 0; i < cycles.count(); ++i) {
-    analysis.add(cycles.cycle(i));
+    figures.push_back(analysis.feed(cycles.cycle(i)));
   }
   if (output) {
-    writeCycles(*output, cycles);
+    writePressureTable(*output, cycles.angles, cycles.samples);
   }
   if (pictures) {
-    pictures->draw(functions, titleOf(options, cycles), analysis);
+    pictures->draw(functions, titleOf(options, cycles), analysis, figures);
   }
-  printNotes(options.file, notes);
+  if (leftOut > 0) {
+    printNotes(options.file,
+               {fmt::format("{} samples outside of the {} complete cycles are left out", leftOut, cycles.count())});
+  }
   if (options.json) {
-    printJson(jsonOf(options, cycles, analysis));
+    printJson(jsonOf(options, cycles, analysis, figures));
   } else {
-    printText(options, cycles, analysis);
+    printText(options, cycles, analysis, figures);
   }
   return 0;
 }

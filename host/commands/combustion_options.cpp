@@ -159,8 +159,8 @@ void CombustionOptions::requireSense() const {
     if (std::abs(length * simulation.step - 720) > 1e-6) {
       throw CLI::ValidationError("--step", "720 degrees are not a whole number of steps");
     }
-    if (length * simulation.cycles > static_cast<double>(mostSamples)) {
-      throw CLI::ValidationError("--cycles", fmt::format("that is more than {} samples", mostSamples));
+    if (length * simulation.cycles > static_cast<double>(mostPressures)) {
+      throw CLI::ValidationError("--cycles", fmt::format("that is more than {} samples", mostPressures));
     }
   }
 }

@@ -16,6 +16,7 @@
 #include "host/reports/floors.hpp"
 #include "host/reports/notes.hpp"
 #include "host/reports/progress.hpp"
+#include "host/reports/required.hpp"
 #include "recordings/audio_output.hpp"
 #include "recordings/recording.hpp"
 
@@ -77,15 +78,9 @@ PassBand bandOf(const FilterOptions& options, double rate) {
 
 FilterDesign designOf(const FilterOptions& options, const PassBand& band) {
   if (!options.taps) {
-    return butterworth(band, options.order);
+    return required(butterworth(band, options.order), options.file);
   }
-  std::vector<float> coefficients = windowedSinc(band, *options.taps, options.window);
-  if (coefficients.empty()) {
-    throw FileError(
-        options.file,
-        fmt::format("cannot be filtered: {} taps are too few for this band at its sample rate", *options.taps));
-  }
-  return coefficients;
+  return required(windowedSinc(band, *options.taps, options.window), options.file);
 }
 
 /// What is not finite would never leave a recursive filter again.
@@ -107,9 +102,9 @@ void filterInto(const Functions& functions, const std::string& file, Recording& 
   const Format& format = recording.format();
   const size_t channels = format.channels.size();
   const Scaling scaling{1 / format.fullScale, 0};
-  std::vector<std::unique_ptr<StreamFilter>> filters;
+  std::vector<StreamFilter> filters;
   for (size_t i = 0; i < channels; ++i) {
-    filters.push_back(makeFilter(functions, design));
+    filters.push_back(required(StreamFilter::create(functions, design)));
   }
   Progress progress(file);
   std::vector<T> block(blockFrames * channels);
@@ -120,7 +115,7 @@ void filterInto(const Functions& functions, const std::string& file, Recording& 
     for (size_t i = 0; i < channels; ++i) {
       channelValues(functions, block.data() + i, channels, scaling, channel);
       requireFinite<Value>(file, channel, output.frames());
-      filters[i]->process(channel);
+      filters[i].feed(channel);
       for (size_t frame = 0; frame < frames; ++frame) {
         filtered[frame * channels + i] = static_cast<float>(channel[frame]);
       }

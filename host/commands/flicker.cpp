@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include "analysis/channel_values/channel_values.hpp"
+#include "analysis/flicker/flicker_observation.hpp"
 #include "analysis/flicker/flickermeter.hpp"
 #include "analysis/number_text.hpp"
 #include "host/commands/command.hpp"
@@ -18,6 +19,7 @@
 #include "host/reports/floors.hpp"
 #include "host/reports/notes.hpp"
 #include "host/reports/progress.hpp"
+#include "host/reports/required.hpp"
 #include "recordings/recording.hpp"
 
 namespace kxhost {
@@ -59,33 +61,33 @@ void measure(const Functions& functions, const FlickerOptions& options, Recordin
   const Format& format = recording.format();
   const size_t channels = format.channels.size();
   const uint64_t columns = options.picture.empty() ? 0 : pictureColumns;
-  Envelope<float> envelope(columns > 0 ? countFrames<T>(recording) : 0, columns);
-  Flickermeter meter(functions, result.setting, result.rate);
-  FlickerObservation observation(functions, result.settling, result.period);
-  const auto observe = [&](std::span<const float> sensation) {
-    observation.add(sensation);
-    envelope.add(functions, sensation);
+  Envelope<float> envelope(functions, columns > 0 ? countFrames<T>(recording) : 0, columns);
+  Flickermeter meter = required(Flickermeter::create(functions, result.setting, result.rate), options.file);
+  FlickerObservation observation =
+      required(FlickerObservation::create(functions, result.settling, result.period), options.file);
+  const auto observe = [&](const kxcalc::Result<std::span<const float>>& sensation) {
+    if (!sensation) {
+      throw FileError(options.file, fmt::format("{} in channel {}, after {:.5g} s", sensation.problem(), result.channel,
+                                                result.secondsOf(result.samples)));
+    }
+    const auto periods = observation.feed(*sensation);
+    result.periods.insert(result.periods.end(), periods.begin(), periods.end());
+    envelope.feed(*sensation);
   };
   Progress progress(options.file);
   std::vector<T> block(blockFrames * channels);
   std::vector<float> voltage(blockFrames);
-  try {
-    while (const size_t frames = recording.read(std::span(block))) {
-      const auto part = std::span(voltage).first(frames);
-      channelValues(functions, block.data() + options.channel - 1, channels, {1 / format.fullScale, 0}, part);
-      observe(meter.feed(part));
-      result.samples += frames;
-      progress.update(recording.position());
-    }
-    observe(meter.finish());
-  } catch (const std::range_error& error) {
-    throw FileError(options.file, fmt::format("{} in channel {}, after {:.5g} s", error.what(), result.channel,
-                                              result.secondsOf(result.samples)));
+  while (const size_t frames = recording.read(std::span(block))) {
+    const auto part = std::span(voltage).first(frames);
+    channelValues(functions, block.data() + options.channel - 1, channels, {1 / format.fullScale, 0}, part);
+    observe(meter.feed(part));
+    result.samples += frames;
+    progress.update(recording.position());
   }
+  observe(meter.finish());
   if (result.samples > 0 && !meter.hasVoltage()) {
     throw FileError(options.file, "has no voltage in channel " + result.channel);
   }
-  result.periods = observation.periods();
   result.sensation = envelope.columns();
 }
 

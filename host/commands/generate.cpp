@@ -10,6 +10,7 @@
 #include "host/commands/command.hpp"
 #include "host/commands/options.hpp"
 #include "host/reports/floors.hpp"
+#include "host/reports/required.hpp"
 #include "recordings/audio_output.hpp"
 #include "recordings/csv_output.hpp"
 
@@ -27,7 +28,7 @@ struct GeneratePowerOptions {
 
 template <class Output>
 void writeMains(const Functions& functions, const MainsSettings& settings, uint64_t frames, Output& output) {
-  MainsSignal signal(functions, settings);
+  MainsSignal signal = required(MainsSignal::create(functions, settings));
   std::vector<float> block(blockFrames * MainsSignal::channels);
   for (uint64_t written = 0; written < frames; written += blockFrames) {
     const auto part = std::span(block).first(std::min<uint64_t>(blockFrames, frames - written) * MainsSignal::channels);

@@ -9,7 +9,8 @@
 #include "analysis/filters/pink_filter.hpp"
 #include "analysis/filters/white_noise.hpp"
 #include "analysis/number_text.hpp"
-#include "analysis/spectra/noise_spectrum.hpp"
+#include "analysis/spectra/averaged_spectrum.hpp"
+#include "analysis/spectra/noise_bands.hpp"
 #include "analysis/statistics/statistics.hpp"
 #include "host/commands/command.hpp"
 #include "host/commands/options.hpp"
@@ -17,6 +18,7 @@
 #include "host/pictures/picture_file.hpp"
 #include "host/reports/floors.hpp"
 #include "host/reports/progress.hpp"
+#include "host/reports/required.hpp"
 #include "host/reports/table.hpp"
 #include "recordings/audio_output.hpp"
 
@@ -84,8 +86,8 @@ void generate(const Functions& functions, const NoiseOptions& options, double fa
       written[i] = static_cast<double>(block[i]);
     }
     const auto samples = std::span<const float>(block).first(length);
-    statistics.add(functions, samples);
-    spectrum.add(std::span(written).first(length));
+    statistics.feed(samples);
+    spectrum.feed(std::span(written).first(length));
     output.write(samples);
     progress.update(static_cast<double>(output.frames()) / static_cast<double>(frames));
   }
@@ -214,8 +216,8 @@ int runNoise(const Functions& functions, const NoiseOptions& options) {
   AudioOutput output(options.output, 1, options.rate);
   const ImpulseResponse impulseResponse = options.pink ? pinkImpulseResponse(functions) : ImpulseResponse();
   const double factor = levelFactor(impulseResponse);
-  Statistics<float> statistics;
-  AveragedSpectrum spectrum(segmentLength(options));
+  Statistics<float> statistics(functions);
+  AveragedSpectrum spectrum = required(AveragedSpectrum::create(segmentLength(options)));
   generate(functions, options, factor, output, statistics, spectrum);
   const Spectra spectra = spectraOf(options, spectrum, impulseResponse);
   if (picture) {

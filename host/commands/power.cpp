@@ -1,10 +1,10 @@
 // kxhost power: power, harmonics and unbalance of recorded voltages and currents.
 #include <fmt/format.h>
 
+#include <array>
 #include <iostream>
 
 #include "analysis/channel_values/channel_values.hpp"
-#include "analysis/number_text.hpp"
 #include "host/commands/command.hpp"
 #include "host/commands/input_files.hpp"
 #include "host/commands/options.hpp"
@@ -14,6 +14,7 @@
 #include "host/reports/notes.hpp"
 #include "host/reports/power_report.hpp"
 #include "host/reports/progress.hpp"
+#include "host/reports/required.hpp"
 #include "recordings/power_channels.hpp"
 
 namespace kxhost {
@@ -38,19 +39,28 @@ int usualCycles(double frequency) {
   return frequency < between50And60 ? 10 : 12;
 }
 
+/// A CSV file of three columns: frequency in Hz, gain, phase in degrees.
+CorrectionCurve readCorrection(const std::string& file) {
+  const auto table = openRecording(file, {});
+  constexpr size_t columns = 3;
+  if (table->format().container != "csv" || table->format().channels.size() != columns) {
+    throw FileError(file, "is not a CSV file of three columns: frequency in Hz, gain, phase in degrees");
+  }
+  std::vector<CorrectionPoint> points;
+  std::array<double, columns> row{};
+  while (table->read(std::span<double>(row)) == 1) {
+    points.push_back({row[0], row[1], row[2]});
+  }
+  return required(CorrectionCurve::create(std::move(points)), file);
+}
+
 PowerSettings settingsFor(const PowerOptions& options, const Format& format) {
   PowerSettings settings;
   settings.rate = rateOf(options.file, format);
   settings.frequency = options.frequency;
   settings.cycles = options.cycles.value_or(usualCycles(options.frequency));
-  settings.correctionFile = options.correction;
-  constexpr double longestWindow = 1 << 24;  // single precision counts bins no further
-  if (PowerAnalyzer::windowLength(settings) > longestWindow) {
-    throw FileError(options.file, fmt::format("a window would have more than {} samples", 1 << 24));
-  }
-  if (PowerAnalyzer::orderCount(settings) < 1) {
-    throw FileError(options.file, fmt::format("its sample rate is too low to see {} Hz: more than twice that is needed",
-                                              numberText(options.frequency, allDigits)));
+  if (!options.correction.empty()) {
+    settings.correction = readCorrection(options.correction);
   }
   return settings;
 }
@@ -58,9 +68,8 @@ PowerSettings settingsFor(const PowerOptions& options, const Format& format) {
 /// Reads the recording a window at a time.
 template <class T>
 void analyzeWindows(const Functions& functions, const PowerOptions& options, const PowerChannels& channels,
-                    Recording& recording, PowerReport& report) {
+                    Recording& recording, PowerAnalyzer& analyzer, PowerReport& report) {
   const size_t frameSize = recording.format().channels.size(), phases = channels.voltages.size();
-  PowerAnalyzer analyzer(functions, report.settings);
   Progress progress(options.file);
   std::vector<T> block(report.windowLength * frameSize);
   std::vector<std::vector<double>> voltages(phases, std::vector<double>(report.windowLength)), currents = voltages;
@@ -95,12 +104,13 @@ void print(const PowerReport& report, const PowerOptions& options) {
   }
 }
 
-PowerReport emptyReport(const PowerOptions& options, const Format& format, const PowerChannels& channels) {
+PowerReport emptyReport(const PowerOptions& options, const Format& format, const PowerChannels& channels,
+                        const PowerSettings& settings, const PowerAnalyzer& analyzer) {
   PowerReport report;
   report.file = options.file;
   report.format = format;
-  report.settings = settingsFor(options, format);
-  report.windowLength = static_cast<size_t>(PowerAnalyzer::windowLength(report.settings));
+  report.settings = settings;
+  report.windowLength = analyzer.windowLength();
   for (size_t i = 0; i < channels.voltages.size(); ++i) {
     report.voltageNames.push_back(format.channels[channels.voltages[i].index]);
     report.currentNames.push_back(format.channels[channels.currents[i].index]);
@@ -112,14 +122,17 @@ int runPower(const Functions& functions, const PowerOptions& options) {
   const auto recording = openRecording(options.file, options.input);
   const Format& format = recording->format();
   const PowerChannels channels = powerChannels(options.file, format, options.channels);
-  PowerReport report = emptyReport(options, format, channels);
+  const PowerSettings settings = settingsFor(options, format);
+  PowerAnalyzer analyzer = required(PowerAnalyzer::create(functions, settings), options.file);
+  PowerReport report = emptyReport(options, format, channels, settings, analyzer);
   std::vector<std::unique_ptr<OutputFile>> pictures;  // begun before the work
   for (const char* which : {"phasors", "harmonics", "trends"}) {
     if (!options.picture.empty()) {
       pictures.push_back(std::make_unique<OutputFile>(pictureFile(options.picture, which)));
     }
   }
-  visitSampleType(format.type, [&]<class T>() { analyzeWindows<T>(functions, options, channels, *recording, report); });
+  visitSampleType(format.type,
+                  [&]<class T>() { analyzeWindows<T>(functions, options, channels, *recording, analyzer, report); });
   if (!pictures.empty()) {
     drawPhasors(*pictures[0], report);
     drawHarmonics(*pictures[1], report);

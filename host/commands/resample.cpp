@@ -15,6 +15,7 @@
 #include "host/reports/floors.hpp"
 #include "host/reports/notes.hpp"
 #include "host/reports/progress.hpp"
+#include "host/reports/required.hpp"
 #include "recordings/audio_output.hpp"
 #include "recordings/recording.hpp"
 
@@ -27,13 +28,6 @@ struct ResampleOptions {
   InputOptions input;
   double rate = 0;
 };
-
-/// The interpolator counts fractions of samples from a 32-bit number of the sample before: further on they mean
-/// nothing.
-constexpr uint64_t mostFrames = uint64_t{1} << 31;
-
-/// Upsampling further than this needs more memory than blocks of a few samples are worth.
-constexpr double mostOutputsPerInput = 1024;
 
 /// Where the outputs of all channels meet as frames. All channels are fed the same numbers of samples, so they deliver
 /// the same numbers of outputs.
@@ -67,7 +61,7 @@ uint64_t resample(const Functions& functions, const std::string& file, Recording
   const size_t length = Resampler::blockLength(*format.rate, rate);
   std::vector<Resampler> resamplers;
   for (size_t i = 0; i < channels; ++i) {
-    resamplers.emplace_back(functions, *format.rate, rate);
+    resamplers.push_back(required(Resampler::create(functions, *format.rate, rate)));
   }
   FrameWriter writer(output, channels);
   Progress progress(file);
@@ -76,18 +70,18 @@ uint64_t resample(const Functions& functions, const std::string& file, Recording
   uint64_t total = 0;
   while (const size_t frames = recording.read(std::span(block))) {
     total += frames;
-    if (total > mostFrames) {
-      throw FileError(file, fmt::format("is too long: resampling ends at {} frames", mostFrames));
+    if (total > Resampler::mostSamples) {
+      throw FileError(file, fmt::format("is too long: resampling ends at {} frames", Resampler::mostSamples));
     }
     const auto channel = std::span(values).first(frames);
     for (size_t i = 0; i < channels; ++i) {
       channelValues(functions, block.data() + i, channels, scaling, channel);
-      writer.add(i, resamplers[i].feed(channel));
+      writer.add(i, required(resamplers[i].feed(channel), file));
     }
     progress.update(recording.position());
   }
   for (size_t i = 0; i < channels; ++i) {
-    writer.add(i, resamplers[i].finish());
+    writer.add(i, required(resamplers[i].finish(), file));
   }
   return total;
 }
@@ -96,7 +90,7 @@ int runResample(const Functions& functions, const ResampleOptions& options) {
   const auto recording = openRecording(options.file, options.input);
   const Format& format = recording->format();
   const double oldRate = rateOf(options.file, format, "--input-rate");
-  const int mostHertz = static_cast<int>(std::clamp<double>(mostOutputsPerInput * oldRate, 1, INT32_MAX));
+  const int mostHertz = static_cast<int>(std::clamp<double>(Resampler::mostOutputs * oldRate, 1, INT32_MAX));
   if (!(options.rate >= 1 && options.rate <= mostHertz && options.rate == std::floor(options.rate))) {
     throw FileError(options.file,
                     fmt::format("cannot be resampled to {} Hz: the new rate must be a whole number from 1 to {}",

@@ -4,6 +4,7 @@
 #include <iostream>
 
 #include "analysis/number_text.hpp"
+#include "analysis/statistics/envelope.hpp"
 #include "analysis/statistics/statistics.hpp"
 #include "host/commands/command.hpp"
 #include "host/commands/options.hpp"
@@ -91,27 +92,25 @@ FileResult measure(const Functions& functions, const std::string& file, Recordin
   const size_t channels = recording.format().channels.size();
   Progress progress(file);
 
-  std::vector<Statistics<T>> plain(channels);
+  std::vector<Statistics<T>> plain(channels, Statistics<T>(functions));
   const uint64_t frames = readThrough<T>(
       recording,
-      [&](size_t i, const T* first, std::span<T> channel) {
-        plain[i].addInterleaved(functions, first, channels, channel);
-      },
+      [&](size_t i, const T* first, std::span<T> channel) { plain[i].feedInterleaved(first, channels, channel); },
       [&](double position) { progress.update(position / 2); });
 
   std::vector<RmsOffset<T>> offsets;
   std::vector<Statistics<T>> alternating;
-  std::vector<Envelope<T>> envelopes(withEnvelopes ? channels : 0, Envelope<T>(frames, pictureColumns));
+  std::vector<Envelope<T>> envelopes(withEnvelopes ? channels : 0, Envelope<T>(functions, frames, pictureColumns));
   for (const Statistics<T>& statistics : plain) {
     offsets.push_back(alternatingOffset<T>(statistics.average()));
-    alternating.emplace_back(offsets.back());
+    alternating.emplace_back(functions, offsets.back());
   }
   const uint64_t framesAgain = readThrough<T>(
       recording,
       [&](size_t i, const T* first, std::span<T> channel) {
-        alternating[i].addInterleaved(functions, first, channels, channel);
+        alternating[i].feedInterleaved(first, channels, channel);
         if (withEnvelopes) {
-          envelopes[i].add(functions, channel);
+          envelopes[i].feed(channel);
         }
       },
       [&](double position) { progress.update(0.5 + position / 2); });

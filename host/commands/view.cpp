@@ -16,6 +16,7 @@
 #include "host/reports/floors.hpp"
 #include "host/reports/notes.hpp"
 #include "host/reports/progress.hpp"
+#include "host/reports/required.hpp"
 #include "recordings/output_file.hpp"
 #include "recordings/recording.hpp"
 
@@ -131,10 +132,10 @@ Axis yAxisFor(const Curve& curve, AxisScale scale) {
       }
     }
   }
-  if (all.isEmpty()) {
+  if (all.isEmpty() || (scale != AxisScale::linear && positive.isEmpty())) {
     return axisAround(scale, 0, 1, 1);
   }
-  return axisAround(scale, all.low, all.high, positive.isEmpty() ? all.high : positive.low);
+  return axisAround(scale, all.low, all.high, positive.low);
 }
 
 /// The frame nearest to a time on the axis, if there is one or if it is the end.
@@ -256,13 +257,13 @@ std::string view(const Functions& functions, const ViewOptions& options, Recordi
   const Selection selection = selectionOf(options, format, channel, reader.countFrames());
   CurvePicture picture(functions, options.width, options.height, rate, xAxisFor(options, selection, rate));
   const std::vector<uint64_t> borders = picture.columnBorders(selection.begin, selection.end);
-  Curve curve(borders);
+  Curve curve = required(Curve::create(functions, borders));
   std::vector<double> drawn;
   reader.read(selection, [&](std::span<const double> values) {
     drawn.resize(values.size());
     std::transform(values.begin(), values.end(), drawn.begin(),
                    [&](double value) { return drawnValue(selection, value); });
-    curve.add(functions, drawn);
+    curve.feed(drawn);
   });
   picture.setYAxis(yAxisFor(curve, options.yScale));
   picture.drawCurve(curve, borders);

@@ -48,10 +48,11 @@ std::string angleRows(const CycleAnalysis& analysis) {
 
 }  // namespace
 
-void drawPressures(const OutputFile& picture, const std::string& title, const CycleAnalysis& analysis) {
+void drawPressures(const OutputFile& picture, const std::string& title, const CycleAnalysis& analysis,
+                   const CycleFigures& last) {
   constexpr double around = 15;  // degrees before and after the last cycle's peak
-  const size_t cycles = analysis.figures().size();
-  const double peakAngle = analysis.figures().back().peakAngle.value_or(0);
+  const uint64_t cycles = analysis.cycles();
+  const double peakAngle = last.peakAngle.value_or(0);
   std::string script = dataBlock("angles", angleRows(analysis)) + sheet.frame(title);
   fmt::format_to(std::back_inserter(script),
                  "set multiplot\n"
@@ -219,9 +220,9 @@ void drawPressureVolume(const Functions& functions, const OutputFile& picture, c
   drawScript(picture, script, single);
 }
 
-void drawTrend(const OutputFile& picture, const std::string& title, const CycleAnalysis& analysis) {
+void drawTrend(const OutputFile& picture, const std::string& title, const CycleAnalysis& analysis,
+               const std::vector<CycleFigures>& figures) {
   constexpr double nothing = std::numeric_limits<double>::quiet_NaN();
-  const std::vector<CycleFigures>& figures = analysis.figures();
   std::vector<double> pressures;
   std::string rows;
   for (const CycleFigures& cycle : figures) {

@@ -14,7 +14,8 @@ namespace kxhost {
 
 /// Pressure over the crank angle: the averages among all cycles, and the last cycle around its combustion before and
 /// after smoothing.
-void drawPressures(const OutputFile& picture, const std::string& title, const CycleAnalysis& analysis);
+void drawPressures(const OutputFile& picture, const std::string& title, const CycleAnalysis& analysis,
+                   const CycleFigures& last);
 
 /// Pressure over volume of the average and the last cycle, with the fitted polytropes.
 /// @param scale  of both axes, linear or logarithmic.
@@ -22,6 +23,7 @@ void drawPressureVolume(const Functions& functions, const OutputFile& picture, c
                         const CycleAnalysis& analysis, AxisScale scale);
 
 /// Peak pressure and mean effective pressure over the cycles.
-void drawTrend(const OutputFile& picture, const std::string& title, const CycleAnalysis& analysis);
+void drawTrend(const OutputFile& picture, const std::string& title, const CycleAnalysis& analysis,
+               const std::vector<CycleFigures>& figures);
 
 }  // namespace kxhost

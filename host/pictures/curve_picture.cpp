@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "host/reports/floors.hpp"
+#include "host/reports/required.hpp"
 #include "recordings/recording.hpp"
 
 namespace kxhost {
@@ -37,7 +38,7 @@ uint8_t kernelScale(AxisScale scale) {
 
 CurvePicture::CurvePicture(const Functions& functions, int width, int height, double rate, const Axis& xAxis)
     : functions_(functions),
-      raster_(width, height, background),
+      raster_(required(Raster::create(width, height, background))),
       pane_(paneWithin(width, height)),
       rate_(rate),
       xAxis_(xAxis) {}

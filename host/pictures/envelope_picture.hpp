@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "analysis/statistics/statistics.hpp"
+#include "analysis/statistics/envelope.hpp"
 #include "host/reports/floors.hpp"
 #include "recordings/output_file.hpp"
 

@@ -96,7 +96,7 @@ std::string dataOf(const FlickerResult& result, const TimeUnit& unit, size_t wor
 double highestOf(const std::vector<FlickerPeriod>& periods) {
   double highest = 0;
   for (const FlickerPeriod& period : periods) {
-    highest = std::max(highest, period.sensation.maximum());
+    highest = std::max(highest, period.largest);
   }
   return highest;
 }

@@ -7,6 +7,7 @@
 #include <cmath>
 
 #include "host/pictures/frequency_picture.hpp"
+#include "host/reports/required.hpp"
 
 namespace kxhost {
 namespace {
@@ -36,8 +37,8 @@ Responses responsesOf(const Functions& functions, const FilterDesign& design, co
     responses.designed.push_back({frequency, gain(frequency)});
   }
   if (const std::optional<size_t> period = periodFor(design, band)) {
-    const auto filter = makeFilter(functions, design);
-    responses.measured = measuredResponse(*filter, *period, rate);
+    StreamFilter filter = required(StreamFilter::create(functions, design));
+    responses.measured = required(measuredResponse(filter, *period, rate));
     std::erase_if(responses.measured, [lowest](const LevelPoint& point) { return point.frequency < lowest; });
   }
   responses.designedEdges = crossings(responses.designed, halfPower, gain);

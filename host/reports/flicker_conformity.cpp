@@ -3,13 +3,17 @@
 #include <fmt/ostream.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
+#include <future>
 #include <iostream>
+#include <thread>
 #include <vector>
 
 #include "analysis/number_text.hpp"
 #include "host/reports/floors.hpp"
 #include "host/reports/json.hpp"
+#include "host/reports/required.hpp"
 #include "host/reports/table.hpp"
 
 namespace kxhost {
@@ -18,7 +22,7 @@ namespace {
 constexpr int figureDigits = 5;
 
 struct Row {
-  FlickerTestPoint point;
+  FlickerStandardPoint point;
   double measured;
   double deviation;  // in percent
   double tolerance;
@@ -26,16 +30,18 @@ struct Row {
   bool passes() const { return std::abs(deviation) <= tolerance; }
 };
 
-const char* nameOf(FlickerTest test) {
-  return test == FlickerTest::sinusoidal ? "sinusoidal" : test == FlickerTest::rectangular ? "rectangular" : "pst";
+const char* nameOf(FlickerSeries series) {
+  return series == FlickerSeries::sinusoidal    ? "sinusoidal"
+         : series == FlickerSeries::rectangular ? "rectangular"
+                                                : "pst";
 }
 
-std::vector<FlickerTestPoint> pointsOf(const FlickerConformityOptions& options) {
-  std::vector<FlickerTestPoint> points;
-  for (const FlickerTest part : {FlickerTest::severity, FlickerTest::sinusoidal, FlickerTest::rectangular}) {
+std::vector<FlickerStandardPoint> pointsOf(const FlickerConformityOptions& options) {
+  std::vector<FlickerStandardPoint> points;
+  for (const FlickerSeries part : {FlickerSeries::severity, FlickerSeries::sinusoidal, FlickerSeries::rectangular}) {
     for (const Lamp lamp : {Lamp::volts230, Lamp::volts120}) {
       if ((options.part == "all" || options.part == nameOf(part)) && lamp == options.lamp.value_or(lamp)) {
-        const auto some = flickerTestPoints(part, lamp);
+        const auto some = flickerStandardPoints(part, lamp);
         points.insert(points.end(), some.begin(), some.end());
       }
     }
@@ -43,8 +49,8 @@ std::vector<FlickerTestPoint> pointsOf(const FlickerConformityOptions& options) 
   return points;
 }
 
-std::string modulationText(const FlickerTestPoint& point) {
-  return fmt::format("{:.5g} {}", point.modulation, point.test == FlickerTest::severity ? "changes/min" : "Hz");
+std::string modulationText(const FlickerStandardPoint& point) {
+  return fmt::format("{:.5g} {}", point.modulation, point.series == FlickerSeries::severity ? "changes/min" : "Hz");
 }
 
 std::string percentText(double percent) {
@@ -52,12 +58,31 @@ std::string percentText(double percent) {
   return fmt::format("{}{:.5g} %", percent > 0 ? "+" : "", std::round(percent / hundredth) / (1 / hundredth));
 }
 
+/// What a flickermeter finds at each point. Several points are measured at a time.
+std::vector<double> measure(const Functions& functions, const std::vector<FlickerStandardPoint>& points, double rate) {
+  std::vector<double> measured(points.size());
+  std::atomic<size_t> next = 0;
+  const auto work = [&] {
+    for (size_t i = next++; i < points.size(); i = next++) {
+      measured[i] = required(measureStandardPoint(functions, points[i], rate));
+    }
+  };
+  std::vector<std::future<void>> workers;
+  for (unsigned i = 0; i < std::max(1U, std::thread::hardware_concurrency()); ++i) {
+    workers.push_back(std::async(std::launch::async, work));
+  }
+  for (auto& worker : workers) {
+    worker.get();
+  }
+  return measured;
+}
+
 void printRows(const std::vector<Row>& rows) {
   Table table({Table::text("Changes"), Table::text("Lamp"), "Modulation", "dU/U", Table::text("Figure"), "Measured",
                "Required", "Deviation", "Allowed", Table::text("Result")});
   for (const Row& row : rows) {
-    const bool isSeverity = row.point.test == FlickerTest::severity;
-    table.add({isSeverity ? "rectangular" : nameOf(row.point.test), settingText(nominalSetting(row.point.lamp)),
+    const bool isSeverity = row.point.series == FlickerSeries::severity;
+    table.add({isSeverity ? "rectangular" : nameOf(row.point.series), settingText(nominalSetting(row.point.lamp)),
                modulationText(row.point), fmt::format("{:.5g} %", row.point.change),
                isSeverity ? "Pst" : "largest sensation", cell(row.measured, figureDigits), "1",
                percentText(row.deviation), fmt::format("{:.5g} %", row.tolerance), row.passes() ? "pass" : "FAIL"});
@@ -72,14 +97,14 @@ void printSummary(const std::vector<Row>& rows, double rate, size_t failures) {
              "\n{} test points at {} Hz, {} outside of what is allowed. The largest deviation of what is allowed: {} "
              "of {:.5g} %, at {} ({}, {})\n",
              rows.size(), numberText(rate, allDigits), failures, percentText(worst.deviation), worst.tolerance,
-             modulationText(worst.point), nameOf(worst.point.test), settingText(nominalSetting(worst.point.lamp)));
+             modulationText(worst.point), nameOf(worst.point.series), settingText(nominalSetting(worst.point.lamp)));
 }
 
 Json jsonOf(const std::vector<Row>& rows, double rate, bool passes) {
   auto points = Json::array();
   for (const Row& row : rows) {
-    const char* const modulation = row.point.test == FlickerTest::severity ? "changes_per_minute" : "modulation_hz";
-    points.push_back({{"test", nameOf(row.point.test)},
+    const char* const modulation = row.point.series == FlickerSeries::severity ? "changes_per_minute" : "modulation_hz";
+    points.push_back({{"test", nameOf(row.point.series)},
                       {"lamp_volts", nominalVoltage(row.point.lamp)},
                       {"mains_hz", nominalSetting(row.point.lamp).mains},
                       {modulation, row.point.modulation},
@@ -96,8 +121,8 @@ Json jsonOf(const std::vector<Row>& rows, double rate, bool passes) {
 }  // namespace
 
 bool reportFlickerConformity(const Functions& functions, const FlickerConformityOptions& options) {
-  const std::vector<FlickerTestPoint> points = pointsOf(options);
-  const std::vector<double> measured = measureTestPoints(functions, points, options.rate);
+  const std::vector<FlickerStandardPoint> points = pointsOf(options);
+  const std::vector<double> measured = measure(functions, points, options.rate);
   std::vector<Row> rows;
   for (size_t i = 0; i < points.size(); ++i) {
     rows.push_back(

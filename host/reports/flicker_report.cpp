@@ -32,7 +32,7 @@ void printTable(const FlickerResult& result) {
     const Severity severity = severityOf(result.periods[i].classes);
     std::vector<std::string> row{cell(result.beginOf(i), timeDigits), cell(result.beginOf(i + 1), timeDigits)};
     for (const double figure : {severity.shortTerm, severity.p01, severity.p1s, severity.p3s, severity.p10s,
-                                severity.p50s, result.periods[i].sensation.maximum()}) {
+                                severity.p50s, result.periods[i].largest}) {
       row.push_back(cell(figure, figureDigits));
     }
     table.add(std::move(row));
@@ -61,7 +61,7 @@ Json jsonOf(const FlickerResult& result) {
                        {"p3s", severity.p3s},
                        {"p10s", severity.p10s},
                        {"p50s", severity.p50s},
-                       {"largest_sensation", result.periods[i].sensation.maximum()}});
+                       {"largest_sensation", result.periods[i].largest}});
   }
   return {{"file", result.file},
           {"channel", result.channel},

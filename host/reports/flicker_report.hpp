@@ -4,8 +4,9 @@
 #include <string>
 #include <vector>
 
+#include "analysis/flicker/flicker_observation.hpp"
 #include "analysis/flicker/flickermeter.hpp"
-#include "analysis/statistics/statistics.hpp"
+#include "analysis/statistics/envelope.hpp"
 #include "host/reports/floors.hpp"
 #include "host/reports/json.hpp"
 

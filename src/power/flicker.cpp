@@ -245,7 +245,7 @@ constexpr double classesPerDecade = 100;
 constexpr size_t topClass = 999;
 
 /// Class of a value above 0: its logarithm from 1e-4 on in hundredths of a decade, cut towards zero. What lies a class
-/// or more below class 0 counts in the top class, as an unsigned number does that has gone below zero: kept.
+/// or more below class 0 counts in the top class: its number below zero, read as unsigned, is above all classes.
 KXCALC_INLINE size_t classOf(float value) {
   const double position = (std::log10(static_cast<double>(value)) + 4.0) * classesPerDecade;
   return position > -1 && position < topClass ? static_cast<size_t>(position) : topClass;

@@ -27,7 +27,7 @@ KXCALC_INLINE void addTwo(f64x2& sums, const float* voltage, const float* curren
   sums += __builtin_shufflevector(active, reactive, 1, 3);
 }
 
-constexpr double degreesPerRadian = 57.2957763671875;  // 180/pi as a single: kept, where a double would be closer
+constexpr double degreesPerRadian = 57.2957763671875;  // 180/pi as a single, although it multiplies doubles
 
 /// Angle of a bin in degrees, 0 to 360: its first element is the ordinate.
 KXCALC_INLINE float angleOf(const float* bin) {
@@ -51,8 +51,8 @@ KXCALC_INLINE float withoutTurns(float angle) {
   return fractionOf(angle / 360) * 360;
 }
 
-/// The negated phase, brought near the range -180 to 180. A phase above 360 comes out with the other sign: kept, as is
-/// the order of the tests.
+/// The negated phase, brought near the range -180 to 180 by these tests in this order. A phase above 360 loses its whole
+/// turns and is not negated: 10 gives -10, 370 gives 10.
 KXCALC_INLINE float wrapped(float phase) {
   float x = -phase;
   if (phase > 360) {

@@ -2,7 +2,7 @@
 // sequence of each entry, summed, and their ratios to the positive one.
 //
 // Entries in whole blocks of four are computed in single, with the packed sine and cosine, and divided by 3; the up to
-// three after them in double, with the platform's, and multiplied by a third. The two differ on purpose, so the seam
+// three after them in double, with the platform's, and multiplied by a third. The two differ in their last bits, so the seam
 // stays at multiples of four from entry 0. Entry 0 is evaluated once more in double, also where there is none.
 #include <cmath>
 #include <cstddef>

@@ -2,7 +2,7 @@
 //
 // From 4 elements on, each is the packed function of itself; what is left after whole vectors is the end of one more
 // vector that overlaps them. Up to 3 elements both kernels, the arctangent too, give the platform's sine in double,
-// rounded to single: an old habit of the interface that callers know, and kept.
+// rounded to single: a block too short for a vector has this one rule in both.
 #include <cmath>
 
 #include "kxcalc.h"

@@ -71,7 +71,7 @@ TEST_F(CommandLineTest, ALibraryThatIsNoneIsNamed) {
 
 TEST_F(CommandLineTest, AMissingExportIsNamed) {
   expectRefused({"stats", "--library", KXHOST_STUB_LACKING, recording()}, KXHOST_STUB_LACKING,
-                "lacks the export kxcalcGetMinMax_double");
+                "lacks the export kxcalcGetMinMax_int32_t");
 }
 
 TEST_F(CommandLineTest, AnotherInterfaceVersionIsRefused) {

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <limits>
 #include <optional>
+#include <utility>
 
 namespace kxhost_test {
 namespace {
@@ -92,6 +93,7 @@ std::string withoutBlanks(std::string text) {
 class Reader {
 public:
   std::vector<SvgPane> panes;
+  std::vector<SvgCurve> objects;
 
   void take(const Element& element);
   void finish();
@@ -100,10 +102,9 @@ private:
   void takePath(const Element& element);
   SvgCurve* curve() { return depth_ > 0 ? &panes.back().curves[current_ - 1] : nullptr; }
 
-  SvgPane next_;  // whose curves are still to come
-  char letter_ = '\0';
-  size_t current_ = 0;  // curve, counted from 1
-  int depth_ = 0;       // of groups within its own
+  SvgPane next_;               // whose curves are still to come
+  size_t current_ = 0;         // curve, counted from 1
+  int depth_ = 0;              // of groups within its own
   bool isSampleNext_ = false;  // the level line in the key, which follows the title
   std::optional<std::vector<Place>> tick_;
 };
@@ -111,11 +112,8 @@ private:
 void Reader::take(const Element& element) {
   const std::string id = element.attribute("id");
   if (element.name == "g" && id.starts_with("gnuplot_plot_")) {
-    const char letter = std::isalpha(static_cast<unsigned char>(id.back())) != 0 ? id.back() : 'a';
-    if (letter != letter_) {
-      panes.push_back(std::move(next_));
-      next_ = {};
-      letter_ = letter;
+    if (panes.empty() || !next_.y.isEmpty()) {
+      panes.push_back(std::exchange(next_, {}));
     }
     // Where the key covers curves, they come first and their titles later, under the same numbers.
     current_ = static_cast<size_t>(numbersIn(id).front());
@@ -131,10 +129,13 @@ void Reader::take(const Element& element) {
   } else if (element.name == "polygon" && curve() != nullptr) {
     curve()->areas.push_back(placesIn(element.attribute("points")));
     curve()->colour = withoutBlanks(element.attribute("fill"));
+  } else if (element.name == "polygon") {
+    objects.push_back({"", withoutBlanks(element.attribute("fill")), {}, {placesIn(element.attribute("points"))}, {}});
   } else if (element.name == "use" && curve() != nullptr) {
     const std::vector<double> numbers = numbersIn(element.attribute("transform"));
     if (numbers.size() >= 2) {
       curve()->marks.push_back({numbers[0], numbers[1]});
+      curve()->colour = withoutBlanks(element.attribute("color"));
     }
   } else if (element.name == "text" && curve() != nullptr) {
     isSampleNext_ = curve()->title.empty();
@@ -161,7 +162,11 @@ void Reader::takePath(const Element& element) {
     curve()->colour = withoutBlanks(element.attribute("stroke"));
     return;
   }
-  const bool isBlack = element.attribute("stroke") == "black";
+  const std::string colour = withoutBlanks(element.attribute("stroke"));
+  const bool isBlack = colour == "black";
+  if (colour.starts_with("rgb")) {
+    objects.push_back({"", colour, lines, {}, {}});
+  }
   tick_.reset();
   if (isBlack && lines.size() == 1 && lines[0].size() == 2) {
     tick_ = lines[0];
@@ -190,6 +195,10 @@ void Reader::finish() {
   }
 }
 
+double scaled(double number, AxisKind kind) {
+  return kind == AxisKind::logarithmic ? std::log10(number) : number;
+}
+
 double distance(Place from, Place to) {
   return std::hypot(from.x - to.x, from.y - to.y);
 }
@@ -205,23 +214,41 @@ double distanceToSegment(Place place, Place from, Place to) {
   return distance(place, {std::lerp(from.x, to.x, share), std::lerp(from.y, to.y, share)});
 }
 
+Reader read(const std::string& picture) {
+  EXPECT_TRUE(picture.starts_with("<?xml"));
+  Reader reader;
+  for (const Element& element : elementsOf(picture)) {
+    reader.take(element);
+  }
+  reader.finish();
+  return reader;
+}
+
 }  // namespace
 
-double SvgAxis::pixelOf(double number, AxisKind kind) const {
-  const auto scaled = [kind](double value) { return kind == AxisKind::logarithmic ? std::log10(value) : value; };
-  const auto valueOf = [&](const auto& tick) { return scaled(std::strtod(tick.first.c_str(), nullptr)); };
+SvgAxis::Ends SvgAxis::ends(AxisKind kind) const {
   if (ticks_.size() < 2) {
     ADD_FAILURE() << "an axis has " << ticks_.size() << " labelled ticks";
-    return 0;
+    return {0, 1, 0, 1};
   }
-  const double first = valueOf(ticks_.front()), last = valueOf(ticks_.back());
-  const auto place = [&](double value) {
-    return std::lerp(ticks_.front().second, ticks_.back().second, (value - first) / (last - first));
-  };
+  const auto valueOf = [&](const auto& tick) { return scaled(std::strtod(tick.first.c_str(), nullptr), kind); };
+  const Ends ends{valueOf(ticks_.front()), valueOf(ticks_.back()), ticks_.front().second, ticks_.back().second};
   for (const auto& tick : ticks_) {
-    EXPECT_NEAR(tick.second, place(valueOf(tick)), 1) << "tick " << tick.first;
+    const double share = (valueOf(tick) - ends.first) / (ends.last - ends.first);
+    EXPECT_NEAR(tick.second, std::lerp(ends.firstPixel, ends.lastPixel, share), 1) << "tick " << tick.first;
   }
-  return place(scaled(number));
+  return ends;
+}
+
+double SvgAxis::pixelOf(double number, AxisKind kind) const {
+  const Ends at = ends(kind);
+  return std::lerp(at.firstPixel, at.lastPixel, (scaled(number, kind) - at.first) / (at.last - at.first));
+}
+
+double SvgAxis::numberAt(double pixel, AxisKind kind) const {
+  const Ends at = ends(kind);
+  const double value = std::lerp(at.first, at.last, (pixel - at.firstPixel) / (at.lastPixel - at.firstPixel));
+  return kind == AxisKind::logarithmic ? std::pow(10, value) : value;
 }
 
 double SvgCurve::distanceOf(Place pixel) const {
@@ -229,6 +256,11 @@ double SvgCurve::distanceOf(Place pixel) const {
   for (const std::vector<Place>& line : lines) {
     for (size_t i = 0; i < line.size(); ++i) {
       least = std::min(least, distanceToSegment(pixel, line[i > 0 ? i - 1 : 0], line[i]));
+    }
+  }
+  for (const std::vector<Place>& area : areas) {
+    for (size_t i = 0; i < area.size(); ++i) {
+      least = std::min(least, distanceToSegment(pixel, area[i > 0 ? i - 1 : area.size() - 1], area[i]));
     }
   }
   return least;
@@ -277,13 +309,11 @@ void expectSpan(const SvgCurve& curve, double left, double right, double pixels)
 }
 
 std::vector<SvgPane> readSvg(const std::string& picture) {
-  EXPECT_TRUE(picture.starts_with("<?xml"));
-  Reader reader;
-  for (const Element& element : elementsOf(picture)) {
-    reader.take(element);
-  }
-  reader.finish();
-  return std::move(reader.panes);
+  return read(picture).panes;
+}
+
+std::vector<SvgCurve> readObjects(const std::string& picture) {
+  return read(picture).objects;
 }
 
 }  // namespace kxhost_test

@@ -2,8 +2,8 @@
 #pragma once
 
 #include <cstddef>
-#include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace kxhost_test {
@@ -25,7 +25,16 @@ public:
   /// them.
   double pixelOf(double number, AxisKind kind) const;
 
+  /// The number that stands at a pixel.
+  double numberAt(double pixel, AxisKind kind) const;
+
 private:
+  /// Scaled numbers and pixels of the first and the last tick.
+  struct Ends {
+    double first, last, firstPixel, lastPixel;
+  };
+  Ends ends(AxisKind kind) const;
+
   std::vector<std::pair<std::string, double>> ticks_;
 };
 
@@ -37,7 +46,7 @@ struct SvgCurve {
   std::vector<std::vector<Place>> areas;
   std::vector<Place> marks;
 
-  /// Distance in pixels from a place to the nearest of the lines.
+  /// Distance in pixels from a place to the nearest of the lines and of the areas' outlines.
   double distanceOf(Place pixel) const;
 };
 
@@ -66,5 +75,8 @@ void expectSpan(const SvgCurve& curve, double left, double right, double pixels 
 
 /// Reads the panes of a picture, from top to bottom.
 std::vector<SvgPane> readSvg(const std::string& picture);
+
+/// Reads the coloured lines and areas that belong to no curve: arrows, circles, rectangles.
+std::vector<SvgCurve> readObjects(const std::string& picture);
 
 }  // namespace kxhost_test

@@ -426,7 +426,7 @@ TEST(PowerAngles, PhasesUpToAFullTurnAreTurnedBack) {
   EXPECT_TRUE(support::sameBits(angleOfPhase(-360), 0.0F));
 }
 
-TEST(PowerAngles, PhasesAboveAFullTurnComeOutWithTheWrongSignWhichIsKept) {
+TEST(PowerAngles, PhasesAboveAFullTurnAreNotNegated) {
   // The wrap of the first would be -40, of the last 120 and -90.
   EXPECT_EQ(angleOfPhase(400), 40.00001907348633F);
   EXPECT_EQ(angleOfPhase(0x1.680002p8F), 0x1.68p-15F);

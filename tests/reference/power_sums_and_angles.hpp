@@ -53,7 +53,7 @@ inline float fractionOf(float number) {
   return std::copysign(fraction, number);
 }
 
-/// The negated phase, wrapped. Above 360 with the wrong sign, which is kept.
+/// The negated phase, wrapped. Above 360 without its whole turns, and not negated.
 inline float wrappedAngle(float phase) {
   float x = -phase;
   if (phase > 360.0F) {

@@ -12,7 +12,7 @@ attempt() {
   shift 2
   rm -rf "$work/copy"
   mkdir "$work/copy"
-  cp -r "$source"/{CMakeLists.txt,cmake,include,src,functions,verify} "$work/copy"
+  cp -r "$source"/{CMakeLists.txt,cmake,include,src,functions,verify,analysis} "$work/copy"
   (cd "$work/copy" && "$@")
   local passed=no
   if cmake -S "$work/copy" -B "$work/copy/build" -DBUILD_TESTING=OFF -DCMAKE_C_COMPILER="$cc" -DCMAKE_CXX_COMPILER="$cxx" \

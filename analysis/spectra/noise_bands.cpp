@@ -1,10 +1,8 @@
-#include "analysis/spectra/noise_spectrum.hpp"
+#include "analysis/spectra/noise_bands.hpp"
 
 #include <algorithm>
 #include <cmath>
-#include <functional>
 #include <limits>
-#include <numbers>
 
 namespace kxanalysis {
 namespace {
@@ -45,48 +43,6 @@ double idealPower(NoiseColour colour, double low, double high) {
 }
 
 }  // namespace
-
-AveragedSpectrum::AveragedSpectrum(size_t length)
-    : transform_(length), window_(length), segment_(length), power_(transform_.binCount()) {
-  for (size_t i = 0; i < length; ++i) {
-    const double turn = static_cast<double>(i) / static_cast<double>(length);
-    window_[i] = 0.5 - 0.5 * std::cos(2 * std::numbers::pi * turn);
-  }
-}
-
-void AveragedSpectrum::add(std::span<const double> samples) {
-  while (!samples.empty()) {
-    const size_t room = window_.size() - waiting_.size();
-    const auto part = samples.first(std::min(room, samples.size()));
-    waiting_.insert(waiting_.end(), part.begin(), part.end());
-    samples = samples.subspan(part.size());
-    if (waiting_.size() == window_.size()) {
-      addSegment();
-      waiting_.erase(waiting_.begin(), waiting_.begin() + static_cast<std::ptrdiff_t>(window_.size() / 2));
-    }
-  }
-}
-
-void AveragedSpectrum::addSegment() {
-  std::ranges::transform(waiting_, window_, segment_.begin(), std::multiplies());
-  const auto bins = transform_.transform(segment_);
-  for (size_t i = 0; i < bins.size(); ++i) {
-    power_[i] += std::norm(bins[i]);
-  }
-  ++segments_;
-}
-
-std::vector<double> AveragedSpectrum::density(double rate) const {
-  double windowPower = 0;
-  for (const double weight : window_) {
-    windowPower += weight * weight;
-  }
-  std::vector<double> density(power_);
-  for (double& value : density) {
-    value *= 2 / (windowPower * rate * static_cast<double>(segments_));
-  }
-  return density;
-}
 
 double idealSlope(NoiseColour colour, double frequency) {
   return colour == NoiseColour::white ? 0 : -10 * std::log10(frequency);
