@@ -35,9 +35,6 @@ void drawOverFrequency(const OutputFile& file, const FrequencyPicture& picture);
 /// One in so many points of a dense curve, evenly over log frequency, as many as a picture shows.
 std::vector<LevelPoint> thinned(const std::vector<LevelPoint>& curve, double pointsADecade);
 
-/// A frequency with its unit.
-std::string hertz(double frequency);
-
 /// `count` frequencies from low to high in equal ratios.
 std::vector<double> frequencyGrid(double low, double high, size_t count);
 

@@ -1,4 +1,4 @@
-// Pictures, drawn by gnuplot.
+// Pictures of recordings as a whole: the envelopes of their channels.
 #pragma once
 
 #include <string>
@@ -10,14 +10,11 @@
 
 namespace kxhost {
 
-/// Whether a file's name says that it is a picture of a kind that gnuplot can draw here.
-bool canDraw(const std::string& file);
-
 /// Channels that a picture has room for: the drawing libraries end at 32767 pixels.
 constexpr size_t maximumPanes = 200;
 
 /// One channel's curves.
-struct Pane {
+struct EnvelopePane {
   std::string title;
   std::string unit;  ///< may be empty
   std::vector<EnvelopeColumn> columns;
@@ -29,7 +26,7 @@ struct Pane {
 /// @param frames       length of the recording, at least 1.
 /// @param timeUnit     of the time axis, with its name: "time in seconds".
 /// @param framesAUnit  frames in one unit of the time axis.
-void drawEnvelopes(const OutputFile& picture, const std::string& title, const std::vector<Pane>& panes, uint64_t frames,
-                   const std::string& timeUnit, double framesAUnit);
+void drawEnvelopes(const OutputFile& picture, const std::string& title, const std::vector<EnvelopePane>& panes,
+                   uint64_t frames, const std::string& timeUnit, double framesAUnit);
 
 }  // namespace kxhost
