@@ -100,14 +100,15 @@ KXCALC_INLINE auto gatherDoubles(Pack<width> at, const Raw* source, Stride strid
   }
 }
 
-/// A function for each raw type and stride: compilers stop inlining the walks where all of them stand in one.
-template <class Raw, class Stride, class Params>
-void scaleValues(const Raw* source, Stride stride, const Params& params) {
+/// A function for each raw type and stride: compilers stop inlining the walks where all of them stand in one. The head ends
+/// where `output` comes to a boundary; for an output that is promised to stand on one it is null.
+template <class Raw, class Stride, class Params, class Output>
+void scaleValues(const Raw* source, Stride stride, const Params& params, Output output) {
   using Value = std::remove_pointer_t<decltype(params.output)>;
   using Working = std::conditional_t<std::is_same_v<Raw, double>, double, Value>;
   const auto scale = static_cast<Working>(params.scale), offset = static_cast<Working>(params.offset);
   constexpr size_t wide = std::is_same_v<Stride, Contiguous> ? 4 * widening : 4;
-  walkElements<4, wide>(params.output, static_cast<size_t>(params.count), [=](auto at) KXCALC_INLINE_LAMBDA {
+  walkElements<4, wide>(output, static_cast<size_t>(params.count), [=](auto at) KXCALC_INLINE_LAMBDA {
     if constexpr (std::is_same_v<Working, float>) {
       at.store(params.output, gatherSingles(at, source, stride) * scale + offset);
     } else if constexpr (std::is_same_v<Value, double>) {
@@ -118,40 +119,40 @@ void scaleValues(const Raw* source, Stride stride, const Params& params) {
   });
 }
 
-template <class Raw, class Params>
-KXCALC_INLINE void scaleRaw(const Params& params) {
+template <class Raw, class Params, class Output>
+KXCALC_INLINE void scaleRaw(const Params& params, Output output) {
   const auto* source = static_cast<const Raw*>(params.source);
   if (params.stride == 1) {
-    scaleValues(source, Contiguous(), params);
+    scaleValues(source, Contiguous(), params, output);
   } else {
-    scaleValues(source, ptrdiff_t{params.stride}, params);
+    scaleValues(source, ptrdiff_t{params.stride}, params, output);
   }
 }
 
-template <class Params>
-KXCALC_INLINE void getScaledValues(const Params& params) {
+template <class Params, class Output>
+KXCALC_INLINE void getScaledValues(const Params& params, Output output) {
   if (params.count < 1) {
     return;
   }
   switch (params.typeCode) {
     case KXCALC_UINT8:
-      return scaleRaw<uint8_t>(params);
+      return scaleRaw<uint8_t>(params, output);
     case KXCALC_INT8:
-      return scaleRaw<int8_t>(params);
+      return scaleRaw<int8_t>(params, output);
     case KXCALC_INT16:
-      return scaleRaw<int16_t>(params);
+      return scaleRaw<int16_t>(params, output);
     case KXCALC_UINT16:
-      return scaleRaw<uint16_t>(params);
+      return scaleRaw<uint16_t>(params, output);
     case KXCALC_INT32:
-      return scaleRaw<int32_t>(params);
+      return scaleRaw<int32_t>(params, output);
     case KXCALC_SINGLE:
-      return scaleRaw<float>(params);
+      return scaleRaw<float>(params, output);
     case KXCALC_INT64:
-      return scaleRaw<int64_t>(params);
+      return scaleRaw<int64_t>(params, output);
     case KXCALC_DOUBLE:
-      return scaleRaw<double>(params);
+      return scaleRaw<double>(params, output);
     case KXCALC_UINT32:
-      return scaleRaw<uint32_t>(params);
+      return scaleRaw<uint32_t>(params, output);
     default:
       return;
   }
@@ -161,18 +162,18 @@ KXCALC_INLINE void getScaledValues(const Params& params) {
 }  // namespace kxcalc
 
 extern "C" void kxcalcChannelGetScaledValuesAtPos_float(const ChannelScaledValuesParams_float* params) {
-  kxcalc::getScaledValues(*params);
+  kxcalc::getScaledValues(*params, params->output);
 }
 
 extern "C" void kxcalcChannelGetScaledValuesAtPos_float_aligned_output(const ChannelScaledValuesParams_float* params) {
-  kxcalc::getScaledValues(*params);
+  kxcalc::getScaledValues(*params, static_cast<const float*>(nullptr));
 }
 
 extern "C" void kxcalcChannelGetScaledValuesAtPos_double(const ChannelScaledValuesParams_double* params) {
-  kxcalc::getScaledValues(*params);
+  kxcalc::getScaledValues(*params, params->output);
 }
 
 extern "C" void kxcalcChannelGetScaledValuesAtPos_double_aligned_output(
     const ChannelScaledValuesParams_double* params) {
-  kxcalc::getScaledValues(*params);
+  kxcalc::getScaledValues(*params, static_cast<const double*>(nullptr));
 }

@@ -55,9 +55,6 @@ KXCALC_INLINE Extremes<T> addStatistics(const T* data, size_t count, Offset rmsO
 template <class T, class Offset>
 KXCALC_INLINE void getStatistics(const T* data, size_t count, T* minimum, T* maximum, double* sum, double* sumOfSquares,
                                  Offset rmsOffset) {
-  if (count == 0) {
-    return;
-  }
   if (count < laneCount<T>) {
     for (size_t i = 0; i < count; ++i) {
       mergeSample(data[i], minimum, maximum);
