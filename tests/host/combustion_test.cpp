@@ -572,7 +572,12 @@ TEST_F(CombustionTest, ThePressuresAreDrawnOverTheVolume) {
       const auto& line = curve.lines.at(0);
       const Place first = line.front();
       const double constant = pane.y.numberAt(first.y, kind) * std::pow(pane.x.numberAt(first.x, kind), n);
-      expectThrough(pane, curve, {{a, constant * std::pow(a, -n)}, {b, constant * std::pow(b, -n)}}, 4);
+      for (const double at : {a, b}) {
+        const double pressure = constant * std::pow(at, -n);
+        if (pane.y.pixelOf(pressure, kind) < pane.bottom) {
+          expectThrough(pane, curve, {{at, pressure}}, 4);
+        }
+      }
       const auto mean = [&](double angle) { return (cycles[0](angle) + cycles[1](angle)) / 2; };
       EXPECT_LE(curve.distanceOf(pane.at(a, mean(from))), 40) << exponent;  // the fit goes along the average
     }
