@@ -186,7 +186,7 @@ Result<std::vector<float>> windowedSinc(const PassBand& band, size_t taps, Windo
   if (!band.isLowPass()) {
     const double gain = std::abs(responseOf(coefficients, band.isHighPass() ? 0.5 : (band.low + band.high) / 2));
     if (gain < 0.5) {
-      return unsuitable("taps", static_cast<double>(taps), "they are too few for this band");
+      return Problem{std::to_string(taps) + " taps are too few for this band"};
     }
     for (double& coefficient : coefficients) {
       coefficient /= gain;

@@ -83,8 +83,8 @@ TEST(Resampler, ASineComesOutAtAwkwardRatios) {
 }
 
 TEST(Resampler, TheLengthOfBlocksDoesNotMatter) {
-  const std::vector<float> samples = sine(20011, 0.7);
-  for (const auto& [from, to] : std::to_array<std::array<double, 2>>({{8000, 16012}, {48000, 44100}, {100, 102399}})) {
+  for (const auto& [from, to] : std::to_array<std::array<double, 2>>({{8000, 16012}, {48000, 44100}, {100, 10007}})) {
+    const std::vector<float> samples = sine(from == 100 ? 2003 : 20011, 0.7);
     const std::vector<float> whole = resampled(samples, from, to, samples.size());
     for (const size_t block : std::to_array<size_t>({1, 2, 3, 1000, 2046, 4096, 4097})) {
       EXPECT_EQ(resampled(samples, from, to, block), whole) << from << " Hz to " << to << " Hz in blocks of " << block;

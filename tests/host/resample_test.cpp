@@ -121,6 +121,12 @@ TEST_F(ResampleTest, ASineComesOutWithItsPhaseAndAmplitude) {
   }
 }
 
+TEST_F(ResampleTest, BlocksMeetAtRatiosThatMakeThemAsLongAsTheInterpolatorTakes) {
+  const double w = 2 * std::numbers::pi * 97.3 / 8000;
+  const Audio audio = resample(writeAudio("a.wav", floatWav, 1, sine(20000, w), 8000), 16012);
+  expectSine(audio, w, 16012 / 8000.0, 4, audio.frames() - 4);
+}
+
 TEST_F(ResampleTest, ALongFileDoesNotDrift) {
   constexpr size_t frames = 6'000'000;
   const double w = 2 * std::numbers::pi * 997 / 44100;
