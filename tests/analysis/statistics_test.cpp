@@ -81,11 +81,34 @@ TYPED_TEST(StatisticsTest, InterleavedChannelsAreAsEachByItself) {
     for (size_t i = 0; i < frames; ++i) {
       own[i] = samples[i * channels + channel];
     }
-    Statistics<TypeParam> expected(linkedFunctions), found(linkedFunctions);
+    Statistics<TypeParam> expected(linkedFunctions, 0.3F);
     expected.feed(own);
-    found.feedInterleaved(samples.data() + channel, channels, gathered);
-    EXPECT_EQ(gathered, own);
-    EXPECT_EQ(this->figuresOf(found), this->figuresOf(expected));
+    for (const size_t part : std::to_array<size_t>({0, 100})) {
+      Statistics<TypeParam> found(linkedFunctions, 0.3F);
+      const TypeParam* const first = samples.data() + channel;
+      found.feedInterleaved(first, channels, std::span(gathered).first(part));
+      found.feedInterleaved(first + part * channels, channels, std::span(gathered).subspan(part));
+      EXPECT_EQ(gathered, own);
+      EXPECT_EQ(this->figuresOf(found), this->figuresOf(expected));
+    }
+  }
+}
+
+TYPED_TEST(StatisticsTest, ExtremesAreThoseOfTheSamplesAlone) {
+  for (const int sign : {-1, 1}) {
+    for (const size_t count : std::to_array<size_t>({1, 3, 8, 100, 4097})) {
+      const std::vector<TypeParam> samples(count, static_cast<TypeParam>(7 * sign));
+      std::vector<TypeParam> gathered(count / 2);
+      Statistics<TypeParam> statistics(linkedFunctions), interleaved(linkedFunctions);
+      statistics.feed(samples);
+      EXPECT_EQ(statistics.minimum(), 7 * sign);
+      EXPECT_EQ(statistics.maximum(), 7 * sign);
+      if (!gathered.empty()) {
+        interleaved.feedInterleaved(samples.data(), 2, gathered);
+        EXPECT_EQ(interleaved.minimum(), 7 * sign);
+        EXPECT_EQ(interleaved.maximum(), 7 * sign);
+      }
+    }
   }
 }
 
