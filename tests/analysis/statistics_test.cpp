@@ -20,6 +20,8 @@ using kxcalc::linkedFunctions;
 template <class T>
 class StatisticsTest : public testing::Test {
 protected:
+  static constexpr auto offset = static_cast<kxanalysis::RmsOffset<T>>(0.3);
+
   static std::vector<T> noise(size_t count) {
     std::mt19937_64 random(11);
     std::uniform_real_distribution<double> distribution(-30000, 30000);
@@ -40,10 +42,10 @@ TYPED_TEST_SUITE(StatisticsTest, SampleTypes);
 
 TYPED_TEST(StatisticsTest, TheLengthAndThePlaceOfBlocksDoNotMatter) {
   const std::vector<TypeParam> samples = this->noise(3 * 4096 + 501);
-  Statistics<TypeParam> whole(linkedFunctions, 0.3F);
+  Statistics<TypeParam> whole(linkedFunctions, this->offset);
   whole.feed(samples);
   for (const size_t length : std::to_array<size_t>({1, 3, 1000, 4095, 4096, 4097, 10000})) {
-    Statistics<TypeParam> parts(linkedFunctions, 0.3F);
+    Statistics<TypeParam> parts(linkedFunctions, this->offset);
     for (size_t i = 0; i < samples.size(); i += length) {
       parts.feed(std::span(samples).subspan(i, std::min(length, samples.size() - i)));
       EXPECT_EQ(parts.samples(), std::min(i + length, samples.size()));
@@ -52,7 +54,7 @@ TYPED_TEST(StatisticsTest, TheLengthAndThePlaceOfBlocksDoNotMatter) {
   }
   std::vector<TypeParam> shifted(samples.size() + 1);
   std::copy(samples.begin(), samples.end(), shifted.begin() + 1);
-  Statistics<TypeParam> elsewhere(linkedFunctions, 0.3F);
+  Statistics<TypeParam> elsewhere(linkedFunctions, this->offset);
   elsewhere.feed(std::span(shifted).subspan(1));
   EXPECT_EQ(this->figuresOf(elsewhere), this->figuresOf(whole));
 }
@@ -81,10 +83,10 @@ TYPED_TEST(StatisticsTest, InterleavedChannelsAreAsEachByItself) {
     for (size_t i = 0; i < frames; ++i) {
       own[i] = samples[i * channels + channel];
     }
-    Statistics<TypeParam> expected(linkedFunctions, 0.3F);
+    Statistics<TypeParam> expected(linkedFunctions, this->offset);
     expected.feed(own);
     for (const size_t part : std::to_array<size_t>({0, 100})) {
-      Statistics<TypeParam> found(linkedFunctions, 0.3F);
+      Statistics<TypeParam> found(linkedFunctions, this->offset);
       const TypeParam* const first = samples.data() + channel;
       found.feedInterleaved(first, channels, std::span(gathered).first(part));
       found.feedInterleaved(first + part * channels, channels, std::span(gathered).subspan(part));
