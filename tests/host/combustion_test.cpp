@@ -509,7 +509,11 @@ Pressure hump(double height, double at) {
 }
 
 TEST_F(CombustionTest, ThePressuresAreDrawnOverTheirAngles) {
-  const std::vector<Pressure> cycles{hump(20, 10), hump(50, 14), hump(35, 18)};
+  // A ripple of three samples, which smoothing takes away.
+  const Pressure rippled = [](double angle) {
+    return hump(35, 18)(angle) + 2 * std::cos(2 * std::numbers::pi * angle / 3);
+  };
+  const std::vector<Pressure> cycles{hump(20, 10), hump(50, 14), rippled};
   const std::string file = writeCycles("a.csv", cycles);
   EXPECT_EQ(run(arguments({file, "--peg", "none", "--smooth", "average", "--width", "3", "--window", "2", "--plot",
                            path("out.svg")}))
@@ -530,7 +534,7 @@ TEST_F(CombustionTest, ThePressuresAreDrawnOverTheirAngles) {
     average.push_back({angle, (a + b + c) / 3});
     windowed.push_back({angle, (b + c) / 2});
   }
-  for (double angle = 4; angle <= 32; ++angle) {
+  for (double angle = 6; angle <= 30; ++angle) {
     lastRaw.push_back({angle, cycles[2](angle)});
     lastSmoothed.push_back({angle, smoothed(2, angle)});
     averageNear.push_back({angle, (smoothed(0, angle) + smoothed(1, angle) + smoothed(2, angle)) / 3});
@@ -572,7 +576,12 @@ TEST_F(CombustionTest, ThePressuresAreDrawnOverTheVolume) {
       const auto& line = curve.lines.at(0);
       const Place first = line.front();
       const double constant = pane.y.numberAt(first.y, kind) * std::pow(pane.x.numberAt(first.x, kind), n);
-      expectThrough(pane, curve, {{a, constant * std::pow(a, -n)}, {b, constant * std::pow(b, -n)}}, 4);
+      for (const double at : {a, b}) {
+        const double pressure = constant * std::pow(at, -n);
+        if (pane.y.pixelOf(pressure, kind) < pane.bottom) {
+          expectThrough(pane, curve, {{at, pressure}}, 4);
+        }
+      }
       const auto mean = [&](double angle) { return (cycles[0](angle) + cycles[1](angle)) / 2; };
       EXPECT_LE(curve.distanceOf(pane.at(a, mean(from))), 40) << exponent;  // the fit goes along the average
     }

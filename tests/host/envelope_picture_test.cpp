@@ -50,7 +50,7 @@ protected:
   static void expectLevel(const SvgPane& pane, double value) {
     ASSERT_EQ(pane.curves.size(), 4U);
     for (const SvgCurve& curve : pane.curves) {
-      for (const double x : {pane.left + 3, pane.right - 3}) {
+      for (const double x : {pane.left + 8, pane.right - 8}) {
         EXPECT_LE(curve.distanceOf({x, pane.y.pixelOf(value, AxisKind::linear)}), 0.6) << curve.colour;
       }
     }

@@ -280,7 +280,7 @@ TEST_F(NoiseTest, APictureShowsWhiteNoiseBesideItsLevel) {
   const SvgPane pane = expectSpectrum(read(path("out.svg")), text, "ideal, flat");
   const double level = 10 * std::log10(0.01 * 2 / 44100);
   for (const Place& place : pane.curve("ideal, flat").lines.at(0)) {
-    EXPECT_NEAR(pane.y.numberAt(place.y, pane.yKind), level, 0.2);
+    EXPECT_NEAR(pane.y.numberAt(place.y, pane.yKind), level, numberAfter(text, "of the noise "));
   }
   noiseText({"--white", "--seconds", "3", "--plot", path("out.png")});
   EXPECT_EQ(filesPresent(), (std::vector<std::string>{"out.png", "out.svg", "out.wav"}));
