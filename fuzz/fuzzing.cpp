@@ -1,4 +1,4 @@
-// A fuzz target: each input is one call (or one stream) of an export of a family, in every library that is built and in the plain
+// A fuzz target: each input is one call (or one stream) of an export of a family, in every library that the processor runs and in the plain
 // models. KXCALC_FUZZED_LIBRARIES names the library files.
 #include <algorithm>
 #include <cstdlib>

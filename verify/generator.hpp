@@ -62,7 +62,7 @@ public:
 private:
   template <class T, std::size_t count>
   T oneOf(const std::array<T, count>& values) {
-    return values[upTo(count - 1)];
+    return values[static_cast<std::size_t>(upTo(count - 1))];
   }
   /// -1 to below 1, of 24 significant bits: exact as a single.
   double unit() { return static_cast<double>(static_cast<int32_t>(bits() >> 40) - 0x800000) / 0x800000; }

@@ -230,7 +230,7 @@ public:
   template <class Result, class... Parameters, class... Arguments>
   Result run(Result (*function)(Parameters...), const Arguments&... arguments) {
     source_.calling();
-    return function(static_cast<Parameters>(asArgument(arguments))...);
+    return function(asArgument(arguments)...);
   }
   /// With a record as first argument, which must not change.
   template <class Result, class Record, class... Parameters, class... Arguments>
