@@ -8,6 +8,23 @@ function(install_pkg_config_file library)
   configure_file(${PROJECT_SOURCE_DIR}/cmake/kxcalc.pc.in ${PROJECT_BINARY_DIR}/${library}.pc @ONLY)
   install(FILES ${PROJECT_BINARY_DIR}/${library}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 endfunction()
+
+# A pkg-config file tells folders from where it lies itself, so that the package can be moved: the prefix is as many folders up
+# as the library folder has (two in lib, three in lib/x86_64-linux-gnu). Folders that are set to absolute paths stay.
+if(IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}")
+  set(pc_prefix "${CMAKE_INSTALL_PREFIX}")
+else()
+  cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX BASE_DIRECTORY "${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}/pkgconfig" OUTPUT_VARIABLE up)
+  set(pc_prefix "\${pcfiledir}/${up}")
+endif()
+foreach(folder IN ITEMS LIBDIR INCLUDEDIR)
+  string(TOLOWER pc_${folder} pc_folder)
+  set(${pc_folder} "${CMAKE_INSTALL_${folder}}")
+  if(NOT IS_ABSOLUTE "${CMAKE_INSTALL_${folder}}")
+    set(${pc_folder} "\${prefix}/${CMAKE_INSTALL_${folder}}")
+  endif()
+endforeach()
+
 foreach(variant IN LISTS KXCALC_VARIANTS)
   install(TARGETS kxcalc-${variant} EXPORT kxcalcTargets)
   install_pkg_config_file(kxcalc-${variant})

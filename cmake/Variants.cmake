@@ -32,19 +32,25 @@ foreach(row IN LISTS variant_rows)
   endif()
 endforeach()
 
-# The processor is asked by the function that hosts ask. What is built for elsewhere, without an emulator, is taken to run the
+# The processor is asked by the function that hosts ask. What is built for elsewhere, and has no emulator here, is taken to run the
 # least of each family.
 if(NOT DEFINED KXCALC_PROCESSOR_RUNS)
   set(KXCALC_PROCESSOR_RUNS "sse41 neon portable")
   if(NOT CMAKE_CROSSCOMPILING OR CMAKE_CROSSCOMPILING_EMULATOR)
+    set(probe_link_options "")
+    if(WIN32) # the compiler's run-time libraries are not where the program runs
+      set(probe_link_options -static)
+    endif()
     try_run(probe_result probe_compiled ${PROJECT_BINARY_DIR}/probe
       ${CMAKE_CURRENT_LIST_DIR}/processor_probe.cpp
-      CMAKE_FLAGS -DINCLUDE_DIRECTORIES=${PROJECT_SOURCE_DIR}/functions -DCMAKE_CXX_STANDARD=20
+      CMAKE_FLAGS -DINCLUDE_DIRECTORIES=${PROJECT_SOURCE_DIR} -DCMAKE_CXX_STANDARD=20
+      LINK_OPTIONS ${probe_link_options}
       COMPILE_OUTPUT_VARIABLE probe_log RUN_OUTPUT_VARIABLE probe_output)
-    if(NOT probe_compiled OR NOT probe_result EQUAL 0)
+    if(probe_compiled AND probe_result EQUAL 0)
+      string(STRIP "${probe_output}" KXCALC_PROCESSOR_RUNS)
+    elseif(NOT CMAKE_CROSSCOMPILING)
       message(FATAL_ERROR "The processor cannot be asked what it runs: ${probe_log} ${probe_output}")
     endif()
-    string(STRIP "${probe_output}" KXCALC_PROCESSOR_RUNS)
   endif()
   set(KXCALC_PROCESSOR_RUNS "${KXCALC_PROCESSOR_RUNS}" CACHE INTERNAL "Builds that the processor runs")
 endif()

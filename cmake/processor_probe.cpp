@@ -1,7 +1,7 @@
 // Prints which builds of the library this processor runs, for the tests.
 #include <cstdio>
 
-#include "processor.cpp"
+#include "functions/processor.cpp"
 
 int main() {
   for (const std::string_view variant : kxcalc::runnableVariants()) {

@@ -1,4 +1,4 @@
-#include "processor.hpp"
+#include "functions/processor.hpp"
 
 #include <algorithm>
 

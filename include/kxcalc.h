@@ -4,10 +4,11 @@
  * Stateless functions over caller-owned buffers. What holds for all of them:
  *
  *   Counts      are numbers of elements, never bytes. Strides are in elements.
- *   Alignment   Every buffer is aligned to the size of its element (1, 2, 4 or 8 bytes). No buffer needs more. Speed is
- *               best at 16 bytes; results are the same at every alignment, except where a function says so.
- *   Overlap     Buffers of one call do not overlap, and no out-parameter lies in a buffer, except where a function says
- *               so.
+ *   Alignment   Every buffer is aligned to the size of its element (1, 2, 4 or 8 bytes). No buffer needs more, except
+ *               where a function says so. Speed is best at 16 bytes; results are the same at every alignment, except
+ *               where a function says so.
+ *   Overlap     Buffers of one call do not overlap, and its out-parameters are distinct from one another and from the
+ *               elements of its buffers, except where a function says so.
  *   Access      A function reads and writes nothing outside the elements that it names: a buffer may end (or begin) at
  *               an inaccessible page.
  *   Errors      Except for the interpolator, there are no error codes and no argument checks. A null pointer, a buffer
@@ -15,12 +16,18 @@
  *   Threads     No shared state. Any number of threads may call anything at once, as long as nothing that one call
  *               writes is read or written by another call at the same time.
  *   Arithmetic  is IEEE 754, round to nearest, each operation rounded to the precision named, never fused. Results are
- *               the same bits on every processor and compiler. The one thing not promised is which NaN (sign, payload)
- *               comes out of arithmetic on NaNs. No floating-point exception flag is read, and the control register is
- *               not written; the functions expect it at its default (round to nearest, denormals honoured). A host that
- *               has denormals flushed to zero gets the same results where none occur; where one does, it counts as
- *               zero. A host that has another direction of rounding gets results rounded that way, or rounded otherwise
- *               where the arithmetic relies on the nearest.
+ *               the same bits on every processor and with every compiler; no function is an exception. The one thing
+ *               not promised is which NaN (sign, payload) comes out of arithmetic on NaNs. No floating-point exception
+ *               flag is read, and the control register is not written; the functions expect it at its default (round to
+ *               nearest, denormals honoured). A host that has denormals flushed to zero gets the same results where
+ *               none occur; where one does, it counts as zero. A host that has another direction of rounding gets
+ *               results rounded that way, or rounded otherwise where the arithmetic relies on the nearest.
+ *   Two forms   Many functions treat a few elements, or the rest after whole blocks, otherwise than whole blocks: they
+ *               round, limit or add in another order. Where two forms of a function differ, the difference is part of
+ *               its contract, and the same in every build.
+ *   Names       begin with kxcalc; three begin with kxCalc: kxCalcCACopyRawDataToChannels, kxCalcCAOverallPressure and
+ *               kxCalcCARunningVal. Who looks names up in a library must spell them so.
+ *   Records     are laid out alike by every compiler; the table at the end gives the offset and size of each field.
  *   Calls       C linkage, the platform's C calling convention (cdecl on 32-bit Windows), names undecorated. Nothing is
  *               thrown, and nothing is allocated except by kxcalcCHSInterpolator_Create.
  *
@@ -36,7 +43,13 @@
 
 #include <stdint.h>
 
-#if defined(_WIN32)
+/*
+ * Readers of headers that know plain C only, such as MATLAB's loadlibrary and LabVIEW's import of shared libraries,
+ * define KXCALC_NO_ATTRIBUTES: what they read then holds no attributes. Their fields lie where they lie otherwise.
+ */
+#if defined(KXCALC_NO_ATTRIBUTES)
+#define KXCALC_API
+#elif defined(_WIN32)
 #if defined(KXCALC_BUILDING)
 #define KXCALC_API __declspec(dllexport)
 #else
@@ -47,7 +60,7 @@
 #endif
 
 /* A double in a record lies at a multiple of 8 on every platform; 32-bit x86 would take 4. */
-#if defined(__GNUC__)
+#if defined(__GNUC__) && !defined(KXCALC_NO_ATTRIBUTES)
 typedef double kxcalc_double __attribute__((aligned(8)));
 #else
 typedef double kxcalc_double;
@@ -62,7 +75,7 @@ extern "C" {
 /**
  * Version of this interface: 2.17.
  *
- * The three results are written in the order major, minor, flag.
+ * The three results are written in the order major, minor, flag, and may share a place.
  *
  * @param major  out, one number: receives 2.
  * @param minor  out, one number: receives 17.
@@ -140,7 +153,7 @@ KXCALC_API void kxcalcGetMinMax_float(const float* data, uint32_t count, float* 
  */
 KXCALC_API void kxcalcGetMinMax_double(const double* data, uint32_t count, double* minimum, double* maximum);
 
-/* ------------------------------------------------------------------------------------ Minimum, maximum, average and */
+/* -------------------------------------------------------------------------------- Minimum, maximum, average and RMS */
 
 /**
  * Statistics line of a block of singles: extremes, sum, and sum of squares about an offset.
@@ -463,13 +476,13 @@ typedef struct CHSInterpolator CHSInterpolator;
 typedef struct CHSInterpolatorParams {
   kxcalc_double inputRate;  /**< sample rate of the stream fed in, above 0. */
   kxcalc_double outputRate; /**< sample rate of the output, in the same unit, above 0. */
-  uint32_t bufferLength; /**< length of the ring of input samples, a power of two. A block may hold two samples less. */
+  uint32_t bufferLength;    /**< length of the ring of input samples, a power of two. Blocks hold three samples less. */
 } CHSInterpolatorParams;
 
 /** Results of the interpolator functions. The first that applies, in the order that each function gives. */
 enum {
   KXCALC_SUCCESS = 0,
-  KXCALC_INVALID_ARGUMENT = 1, /**< no handle or record, a block of 0 samples, a rate not above 0; no memory. */
+  KXCALC_INVALID_ARGUMENT = 1, /**< no handle or record, no samples, a rate not above 0; outputs too many; no memory. */
   KXCALC_BLOCK_TOO_LONG = 2,   /**< a block of more than bufferLength - 2 samples. */
   KXCALC_STOPPED = 3,          /**< the stream has ended: reset it first. */
   KXCALC_BUFFER_LENGTH = 4     /**< bufferLength is 0 or not a power of two. */
@@ -479,14 +492,17 @@ enum {
  * Creates an interpolator: a cubic Hermite spline with Catmull-Rom tangents (half the difference of the two
  * neighbours), after E. Catmull and R. Rom, "A class of local interpolating splines", 1974.
  *
- * Output k of a stream lies at input position k * inputRate / outputRate; output 0 is the first input sample. This is
- * the one function that allocates. A rate that is a NaN, or rates whose quotient is not finite, give an object that
- * delivers no outputs.
+ * Output k of a stream lies at input position k / ratio, the ratio being outputRate / inputRate; output 0 is the first
+ * input sample. This is the one function that allocates. A rate that is a NaN, or rates whose quotient is not finite,
+ * give an object that delivers no outputs.
  *
- * @param handleOut  out, one handle: the new interpolator on success; null where memory is short; else untouched.
+ * @param handleOut  out, one handle: the new interpolator on success; null where the outputs are too many or memory is
+ *                   short; else untouched.
  * @param params     in, one record.
- * @return           1 if params is null, inputRate is not above 0, outputRate is not above 0 (in this order); 4 for an
- *                   invalid bufferLength; 1 if memory is short, with nothing left behind; else 0.
+ * @return           KXCALC_INVALID_ARGUMENT if params is null, inputRate is not above 0, outputRate is not above 0 (in
+ *                   this order); KXCALC_BUFFER_LENGTH if bufferLength is 0 or no power of two; KXCALC_INVALID_ARGUMENT
+ *                   if the array of outputs, ratio * (bufferLength + 1) + 2 of them, would hold 2^32 values or more, or
+ *                   if memory is short, with nothing left behind; else KXCALC_SUCCESS.
  */
 KXCALC_API uint32_t kxcalcCHSInterpolator_Create(CHSInterpolator** handleOut, const CHSInterpolatorParams* params);
 
@@ -494,14 +510,27 @@ KXCALC_API uint32_t kxcalcCHSInterpolator_Create(CHSInterpolator** handleOut, co
  * Feeds the next block of a stream and delivers all outputs that the samples fed so far allow: those up to the last
  * sample but one. The first block of a stream holds at least 2 samples; a first block of 1 delivers none.
  *
+ * - Feed blocks of at most bufferLength - 3 samples. One of bufferLength - 2 is accepted too, but unless it is the
+ *   first of its stream its last sample takes the place of the sample before the segment that is continued, and outputs
+ *   in that segment are wrong.
+ * - Each call forms its positions anew: output i of a call lies at i / ratio + base, where base is the number of
+ *   outputs delivered before, divided by ratio, all in double. So the last bits of outputs depend on how a stream is
+ *   split into blocks, unless the ratio is a power of two.
+ * - From input position 2^31 on the place between two samples is not told any more, and outputs mean nothing. Reset the
+ *   stream before that: after 12 hours at 48000 samples a second.
+ * - An output that lies exactly on the last sample but one weighs the place after the last sample with 0. Where that
+ *   place, which is 0 in a new interpolator, holds an infinity or a NaN of bufferLength samples ago, the output is a
+ *   NaN.
+ *
  * @param handle     an open interpolator.
  * @param input      in, count singles, aligned to 4 bytes.
- * @param count      number of samples, 1 to bufferLength - 2 (of unsigned numbers of 32 bits). 0 gives 1.
+ * @param count      number of samples, 1 to bufferLength - 3. 0 is refused, and so is what is above bufferLength - 2,
+ *                   which wraps for a bufferLength of 1: it refuses no block, and 2 refuses all.
  * @param valuesOut  out, one pointer: receives the outputs, which belong to the interpolator and stay until its next
  *                   call.
  * @param countOut   out, one number: receives the number of outputs.
- * @return           1 if count is 0 or handle null; 2 if the block is too long; 3 if the stream has ended (in this
- *                   order, with nothing changed and nothing written); else 0.
+ * @return           KXCALC_INVALID_ARGUMENT if count is 0 or handle null; KXCALC_BLOCK_TOO_LONG; KXCALC_STOPPED if the
+ *                   stream has ended (in this order, with nothing changed and nothing written); else KXCALC_SUCCESS.
  */
 KXCALC_API uint32_t kxcalcCHSInterpolator_InterpolateValues(CHSInterpolator* handle, const float* input, uint32_t count,
                                                             const float** valuesOut, uint32_t* countOut);
@@ -516,15 +545,19 @@ KXCALC_API uint32_t kxcalcCHSInterpolator_InterpolateValues(CHSInterpolator* han
  * @param valuesOut  out, one pointer: receives the outputs, which belong to the interpolator and stay until its next
  *                   call.
  * @param countOut   out, one number: receives the number of outputs.
- * @return           1 if handle is null; 3 if the stream has ended before; else 0.
+ * @return           KXCALC_INVALID_ARGUMENT if handle is null; KXCALC_STOPPED if the stream has ended before; else
+ *                   KXCALC_SUCCESS.
  */
 KXCALC_API uint32_t kxcalcCHSInterpolator_Stop(CHSInterpolator* handle, const float** valuesOut, uint32_t* countOut);
 
 /**
  * Makes an interpolator, open or stopped, ready for a new stream with the same rates.
  *
+ * The ring keeps the samples of the old stream until new ones take their places. They enter outputs with weight 0 only
+ * (see kxcalcCHSInterpolator_InterpolateValues), but that makes a NaN of an infinity or a NaN: after a stream that held
+ * such samples destroy the interpolator and create another.
  * @param handle  an interpolator.
- * @return        1 if handle is null, else 0.
+ * @return        KXCALC_INVALID_ARGUMENT if handle is null, else KXCALC_SUCCESS.
  */
 KXCALC_API uint32_t kxcalcCHSInterpolator_Reset(CHSInterpolator* handle);
 
@@ -532,11 +565,27 @@ KXCALC_API uint32_t kxcalcCHSInterpolator_Reset(CHSInterpolator* handle);
  * Frees an interpolator and its outputs.
  *
  * @param handle  an interpolator; not to be used again.
- * @return        1 if handle is null, else 0.
+ * @return        KXCALC_INVALID_ARGUMENT if handle is null, else KXCALC_SUCCESS.
  */
 KXCALC_API uint32_t kxcalcCHSInterpolator_Destroy(CHSInterpolator* handle);
 
 /* ---------------------------------------------------------------------------------------------------------- Display */
+
+/** Where X of a point comes from (xSource). Any other value means xMin. */
+enum {
+  KXCALC_X_INDEX = 0,        /**< xIndex. */
+  KXCALC_X_VALUES = 1,       /**< xValues[xIndex]. */
+  KXCALC_X_SCALED_INDEX = 2, /**< xIndex * xScale + xOffset. */
+  KXCALC_X_MINIMUM = 3       /**< xMin. */
+};
+
+/** Axis modes (xAxisMode, yAxisMode). */
+enum {
+  KXCALC_AXIS_LINEAR = 0,
+  KXCALC_AXIS_LOGARITHMIC = 1,
+  KXCALC_AXIS_NORMALISED = 2, /**< X only, as any higher value: X is the normalised value itself. */
+  KXCALC_AXIS_DECIBEL = 2     /**< Y only, as any higher value. */
+};
 
 /**
  * One point of a channel, the axes of a graph, and where the pixel goes. The fields lie at their natural alignment,
@@ -545,17 +594,17 @@ KXCALC_API uint32_t kxcalcCHSInterpolator_Destroy(CHSInterpolator* handle);
  */
 typedef struct XYValGraph2DParams {
   uint8_t reserved[5]; /**< not read. */
-  uint8_t xSource;     /**< X is 0: xIndex; 1: xValues[xIndex]; 2: xIndex * xScale + xOffset; else: xMin. */
-  uint8_t yType;       /**< type of the Y sample: KXCALC_SINGLE (5), or any other value for a double. */
-  uint8_t xAxisMode;   /**< 0: linear; 1: logarithmic; else: X is the normalised value itself. */
+  uint8_t xSource;     /**< KXCALC_X_INDEX to KXCALC_X_MINIMUM. */
+  uint8_t yType;       /**< type of the Y sample: KXCALC_SINGLE, or any other value for a double. */
+  uint8_t xAxisMode;   /**< KXCALC_AXIS_LINEAR, _LOGARITHMIC or _NORMALISED. */
   uint32_t xIndex;     /**< sample index of the point. */
-  uint8_t yAxisMode;   /**< 0: linear; 1: logarithmic; else: decibel. */
+  uint8_t yAxisMode;   /**< KXCALC_AXIS_LINEAR, _LOGARITHMIC or _DECIBEL. */
   uint8_t gap[3];      /**< not read. */
   int16_t left;        /**< plot rectangle in pixels; Y pixels grow downwards. */
   int16_t top;         /**< the pixel of the Y axis maximum. */
   int16_t right;
   int16_t bottom;       /**< the pixel of the Y axis minimum. */
-  kxcalc_double xScale; /**< for xSource 2. */
+  kxcalc_double xScale; /**< for KXCALC_X_SCALED_INDEX. */
   kxcalc_double xOffset;
   kxcalc_double yScale; /**< Y = sample * yScale + yOffset. */
   kxcalc_double yOffset;
@@ -569,7 +618,7 @@ typedef struct XYValGraph2DParams {
   kxcalc_double yLogMin;
   kxcalc_double dbReference; /**< the value that is 0 dB. */
   const void* yValue;        /**< in: the Y sample, a single or a double by yType. */
-  const double* xValues;     /**< in, for xSource 1: X of each sample index. */
+  const double* xValues;     /**< in, for KXCALC_X_VALUES: X of each sample index. */
   int32_t* pixelX;           /**< out, one number: receives the X pixel. */
   int32_t* pixelY;           /**< out, one number: receives the Y pixel. */
   int32_t* valid;            /**< out, one number: receives 1. */
@@ -578,12 +627,14 @@ typedef struct XYValGraph2DParams {
 /**
  * Places a point of a channel on the pixel grid of a graph with linear, logarithmic or (Y) decibel axes.
  *
- * The normalised value is (value - min) / (max - min) in double. Where the axis has no range it is the axis minimum
- * itself, and 0 on a decibel axis; these differ on purpose. It is limited to +-1000000 and scaled to the rectangle; 0.5
- * is added, and the sum is cut towards zero (to -2147483648 where 32 bits do not hold it, and for a NaN). The left edge
- * is added to that, or it is taken from the bottom edge, in wrapping 32-bit arithmetic, and the coordinate is limited
- * to +32767 and -32768. Logarithms are single-precision approximations, to 1.23e-4. On a logarithmic axis a value that
- * is not above 0 counts as the axis minimum; on a decibel axis a value of 0 or below counts as -400 dB.
+ * The normalised value is (value - min) / (max - min) in double. Where an axis has no range (maximum and minimum are
+ * equal) it is the axis minimum itself, as if that were a fraction of the axis, but on a decibel axis 0, which is the
+ * bottom edge. It is limited to +-1000000 and scaled to the rectangle; 0.5 is added, and the sum is cut towards zero
+ * (to -2147483648 where 32 bits do not hold it, and for a NaN). The left edge is added to that, or it is taken from the
+ * bottom edge, in wrapping 32-bit arithmetic, and the coordinate is limited to +32767 and -32768. Logarithms are
+ * single-precision approximations, to 1.23e-4. On a logarithmic axis a value that is not above 0, or is a NaN, counts
+ * as the axis minimum; on a decibel axis a value of 0 or below counts as -400 dB, and a NaN, whose bits the
+ * approximation reads as a number above 2^128, as 770 to 777 dB.
  *
  * @param params  in, one record. pixelX, pixelY and valid are written in this order.
  */
@@ -592,12 +643,18 @@ KXCALC_API void kxcalcGetXYValGraph2D(const XYValGraph2DParams* params);
 /**
  * Finds the pixel nearest to a cursor whose value is not in a list of values to ignore.
  *
- * Distances are compared as squares in single. The columns from the last multiple of four of the width on (the tail)
- * are measured and reported as if the row began there. Before that, a row is taken in blocks of four columns, x0 to x0
- * + 3: the column distance is cursorX - column, but one less (so one further away to the right) in the second column if
- * cursorX < x0, and in the fourth if cursorX < x0 + 2. All this is intended and kept. Of pixels at one distance the one
- * in the lowest row is reported; within a row blocks come before the tail, and within the blocks the lowest column
- * modulo four, then the highest column.
+ * Distances are compared as squares in single. A row is taken in blocks of four columns, x0 to x0 + 3, and the up to
+ * three columns after the last whole block are its tail; the two are measured differently:
+ * - Blocks: the column distance is cursorX - column, but one less (so one further away to the right) in the second
+ *   column if cursorX < x0, and in the fourth if cursorX < x0 + 2: columns are subtracted in pairs, with a borrow
+ *   between them. The square of the row distance is a product of 32 bits: from 2^31 on, that is from 46341 rows on, it
+ *   wraps, and far rows may count as near.
+ * - Tail: columns are measured and reported as if the row began with the tail: the first one as column 0. Squares do
+ *   not wrap.
+ * Rows whose width is a multiple of four have no tail: fill others up with a value to ignore.
+ *
+ * Of pixels at one distance the one in the lowest row is reported; within a row blocks come before the tail, and within
+ * the blocks the lowest column modulo four, then the highest column.
  *
  * @param image         in, height rows of width pixels; row k starts k * (pitch / 4) pixels below image, so with a
  *                      positive pitch rows lie at descending addresses. Aligned to 4 bytes. Pixels that cannot win are
@@ -620,6 +677,12 @@ KXCALC_API void kxcalcFindCursorXY(const uint32_t* image, int32_t pitch, int32_t
 
 /* -------------------------------------------------------------------------------------------------- Digital filters */
 
+/** Filter types (filterType). Any other value means the general form. */
+enum {
+  KXCALC_GENERAL_SECTIONS = 0,     /**< sections of order sectionOrder. */
+  KXCALC_SECOND_ORDER_SECTIONS = 3 /**< sections of three taps, whatever sectionOrder says. */
+};
+
 /**
  * A cascade of recursive (IIR) sections. The caller designs it, lays it out, zeroes every tap's x and y, and then
  * passes the samples in order, one a call; the record holds the whole history. The record itself is only read. Changed
@@ -631,7 +694,7 @@ KXCALC_API void kxcalcFindCursorXY(const uint32_t* image, int32_t pitch, int32_t
  * not read. So a section of order 2 is x2 y2 b2 a2, x1 y1 b1 a1, x0 y0 b0 and one unused double.
  */
 typedef struct IIRFilterState {
-  int32_t filterType;         /**< 3: sections of three taps, whatever sectionOrder says; else: the general form. */
+  int32_t filterType;         /**< KXCALC_GENERAL_SECTIONS or KXCALC_SECOND_ORDER_SECTIONS. */
   int32_t sectionCount;       /**< sections in the cascade; below 1: the sample is returned as it is. */
   int32_t sectionOrder;       /**< general form: order N of every section, which has N + 1 taps; below 0 counts as 0. */
   int32_t reserved;           /**< neither read nor written. */
@@ -646,8 +709,8 @@ typedef struct IIRFilterState {
  * Each section: the delays move on by one, x = input * gain, then
  * - general form: y = sum over the taps, the oldest first, of (x b - y a), each difference formed first, from 0, then +
  *   x0 b0. A NaN goes on.
- * - filterType 3: y = ((x2 b2 + x1 b1) - (y2 a2 + y1 a1)) + x0 b0, in this grouping, which rounds otherwise. A NaN
- *   becomes +1e10.
+ * - second-order sections: y = ((x2 b2 + x1 b1) - (y2 a2 + y1 a1)) + x0 b0, in this grouping, which rounds otherwise. A
+ *   NaN becomes +1e10.
  *
  * y is limited to +-1e10, stored, and the input of the next section.
  *
@@ -683,7 +746,7 @@ typedef struct PinkFilterState {
  * low-pass sections (P. Kellet's refined approximation, with a factor of 0.2 at the input).
  *
  * At 44100 Hz the gain is 16.42 dB at 20 Hz and -0.54 dB at 1 kHz, within 0.05 dB of the ideal slope up to 2 kHz, 0.15
- * dB to 10 kHz and 1 dB to 22 kHz: the term b6 is not delayed by a sample, which is kept.
+ * dB to 10 kHz and 1 dB to 22 kHz: the term b6, which the published filter delays by a sample, is not delayed.
  *
  * @param state   in/out, one record.
  * @param sample  the next sample of white noise.
@@ -819,8 +882,8 @@ KXCALC_API void kxcalcCASingleArrToDoubleArrInplace(void* buffer, uint32_t count
  * limited to [lower, upper]. A coordinate that is a NaN or that 32 bits do not hold, a huge positive one too, counts as
  * -2147483648.
  *
- * The two forms differ, on purpose. Up to 3 values: halfway cases are rounded away from zero, and with lower above
- * upper the result is upper. From 4 on: to the even integer, and lower.
+ * The two forms differ. Up to 3 values: halfway cases are rounded away from zero, and with lower above upper the result
+ * is upper. From 4 on: to the even integer, and lower.
  *
  * @param input   in, count singles, aligned to 4 bytes.
  * @param count   number of elements. 0 returns at once: nothing is read or written.
@@ -876,11 +939,10 @@ KXCALC_API void kxCalcCAOverallPressure(const float* newCycle, float* average, u
  *
  * - cycles is 0: sum and average become the new cycle.
  * - cycles is below window: sum = newCycle + sum, divided by cycles, but by cycles + 1 in the up to 3 elements after
- *   the last whole block of four.
+ *   the last whole block of four. So while the window fills, averages in blocks are too large, by a factor of (cycles +
+ *   1) / cycles.
  * - otherwise: sum = (sum + newCycle) - leavingCycle, but (newCycle - leavingCycle) + sum in the elements after the
  *   last whole block, divided by window.
- *
- * That blocks and the rest differ is intended and kept.
  *
  * @param newCycle      in, last - first + 1 singles, aligned to 4 bytes.
  * @param leavingCycle  in, as many: the cycle that leaves the window. Read only if cycles is window or more.
@@ -909,8 +971,8 @@ typedef struct PowerFirArgs {
  * One output of a FIR filter of 16 taps over the latest samples of a ring, in single.
  *
  * Samples that lie in a row are added in four lanes, Lk = (products[8 + k] + products[12 + k]) + (products[k] +
- * products[4 + k]), and (L0 + L1) + (L2 + L3); samples that wrap around the ring's end one by one, the oldest first.
- * The last bits may differ: intended and kept.
+ * products[4 + k]), and (L0 + L1) + (L2 + L3); samples that wrap around the ring's end one by one, the oldest first. So
+ * one window of samples may give two sums, which differ in their last bits.
  *
  * @param args  in, one record. Nothing is written.
  * @return      the output.
@@ -1006,8 +1068,9 @@ KXCALC_API void kxcalcPowerPandQsum(const float* voltage, const float* current, 
  * Order h lies at position h * binsPerOrder, between two bins whose angles are those of (real part as ordinate,
  * imaginary part as abscissa), 0 to 360. From the lower bin to the upper the angle grows, by up to 360 degrees; equal
  * angles grow by 360. The angle at the position, less h * phasePerOrder, is negated and wrapped towards the range -180
- * to 180 in fixed steps, which give a phase above 360 the other sign: intended and kept. In single, except the
- * arctangent.
+ * to 180 in fixed steps, which take its whole turns from a phase above 360 and do not negate it: 10 gives -10, but 370
+ * gives 10. In single, except the angle of a bin: the arctangent in double, times 57.2957763671875 (180/pi as a
+ * single), rounded to single, plus 360 if it is negative.
  *
  * @param spectrum       in, bins up to the one above orderCount * binsPerOrder, aligned to 4 bytes.
  * @param angles         out, angles[1] to angles[orderCount] receive the angles; angles[0] is not touched.
@@ -1043,7 +1106,7 @@ typedef struct PowerUnbalanceArgs {
  * The zero sequence of an entry is a third of the length of the three phasors' sum; the positive one turns phase 2 by
  * -120 degrees and phase 3 by -240 first, the negative one by -240 and -120. So the phases of a balanced system lie at
  * 0, +120 and +240 degrees: negate angles that count the other way. Entries in whole blocks of four from entry 0 are
- * computed in single, with an approximate sine and cosine (7.8e-8), the rest in double: intended and kept.
+ * computed in single, with an approximate sine and cosine (7.8e-8), the rest in double.
  *
  * @param args  in, one record. The sums are overwritten (0 for a count of 0). Ratios are left as they are where the
  *              positive sequence, of the sums or of entry 0, is not above 0.
@@ -1104,7 +1167,8 @@ KXCALC_API void kxcalcPowerFlicker(const FlickerState* state, const float* sampl
  * from c to below c + 1.
  *
  * Values from 1e6 on count in class 999; 0, negative ones and NaNs in class 0. So do values from 0.977e-4 to 1e-4; but
- * what is less than that, and above 0, counts in class 999: intended and kept. Set such values to 0 first.
+ * what is less than that, and above 0, counts in class 999, as a class number below zero does when it is read as
+ * unsigned. Set such values to 0 first.
  *
  * @param values   in, count singles, aligned to 4 bytes.
  * @param count    number of values. 0 and below: nothing is read or written.
@@ -1117,10 +1181,10 @@ KXCALC_API void kxcalcPowerFlickerAddToClass(const float* values, int32_t count,
 /**
  * Sines of a block of singles in radians.
  *
- * 1 to 3 elements: the platform's sine in double, rounded to single. 4 elements or more: a single-precision
- * approximation (S. L. Moshier, Cephes, 1989) within 8e-8 of the true sine up to a magnitude of 8192 (0.81 units in the
- * last place up to pi/4), which degrades slowly beyond. Nothing is checked: from 1.6e9 on results are meaningless. A
- * NaN or an infinity gives a NaN, +-0 gives itself.
+ * 1 to 3 elements: the sine in double, rounded to single. 4 elements or more: a single-precision approximation (S. L.
+ * Moshier, Cephes, 1989) within 8e-8 of the true sine up to a magnitude of 8192 (0.81 units in the last place up to
+ * pi/4), which degrades slowly beyond. Nothing is checked: from 1.6e9 on results are meaningless. A NaN or an infinity
+ * gives a NaN, +-0 gives itself.
  *
  * @param input   in, count singles, aligned to 4 bytes.
  * @param output  out, count singles, aligned to 4 bytes. Does not overlap input.
@@ -1129,8 +1193,8 @@ KXCALC_API void kxcalcPowerFlickerAddToClass(const float* values, int32_t count,
 KXCALC_API void kxcalcSin_float(const float* input, float* output, uint32_t count);
 
 /**
- * Arctangents of a block of singles, in radians: but of 1 to 3 elements SINES, as kxcalcSin_float gives them. This is
- * part of the interface and kept.
+ * Arctangents of a block of singles, in radians: but of 1 to 3 elements SINES, as kxcalcSin_float gives them. Fill
+ * shorter blocks up to 4 elements for arctangents.
  *
  * 4 elements or more: a single-precision approximation (S. L. Moshier, Cephes, 1989) within 1.1e-7 of the true
  * arctangent, 1.02 units in the last place, over the whole range. Infinities give +-pi/2, a NaN a NaN.
@@ -1144,5 +1208,141 @@ KXCALC_API void kxcalcATan_float(const float* input, float* output, uint32_t cou
 #ifdef __cplusplus
 }
 #endif
+
+/* ------------------------------------------------------------------------------------------------ Layout of records */
+
+/*
+ * Offsets and sizes in bytes, with pointers of 32 bits and of 64. No record has a gap between two fields, so languages
+ * that pack records (LabVIEW's clusters) or align doubles to 4 bytes (Python's ctypes on 32-bit x86 Linux) find each
+ * field where it is. They may make a record shorter, which does no harm: no function takes an array of records, and
+ * what lies behind a record's last field is not touched.
+ *
+ * Record, size                            32 bits           64 bits
+ *   Field                                 offset  size      offset  size
+ *
+ * ChannelScaledValuesParams_float                   28                40
+ *   source                                     0     4           0     8
+ *   output                                     4     4           8     8
+ *   scale                                      8     4          16     4
+ *   offset                                    12     4          20     4
+ *   count                                     16     4          24     4
+ *   typeCode                                  20     4          28     4
+ *   stride                                    24     4          32     4
+ *
+ * ChannelScaledValuesParams_double                  40                48
+ *   source                                     0     4           0     8
+ *   output                                     4     4           8     8
+ *   scale                                      8     8          16     8
+ *   offset                                    16     8          24     8
+ *   count                                     24     4          32     4
+ *   typeCode                                  28     4          36     4
+ *   stride                                    32     4          40     4
+ *
+ * CHSInterpolatorParams                             24                24
+ *   inputRate                                  0     8           0     8
+ *   outputRate                                 8     8           8     8
+ *   bufferLength                              16     4          16     4
+ *
+ * XYValGraph2DParams                               152               168
+ *   reserved                                   0     5           0     5
+ *   xSource                                    5     1           5     1
+ *   yType                                      6     1           6     1
+ *   xAxisMode                                  7     1           7     1
+ *   xIndex                                     8     4           8     4
+ *   yAxisMode                                 12     1          12     1
+ *   gap                                       13     3          13     3
+ *   left                                      16     2          16     2
+ *   top                                       18     2          18     2
+ *   right                                     20     2          20     2
+ *   bottom                                    22     2          22     2
+ *   xScale                                    24     8          24     8
+ *   xOffset                                   32     8          32     8
+ *   yScale                                    40     8          40     8
+ *   yOffset                                   48     8          48     8
+ *   xMax                                      56     8          56     8
+ *   xMin                                      64     8          64     8
+ *   xLogMax                                   72     8          72     8
+ *   xLogMin                                   80     8          80     8
+ *   yMax                                      88     8          88     8
+ *   yMin                                      96     8          96     8
+ *   yLogMax                                  104     8         104     8
+ *   yLogMin                                  112     8         112     8
+ *   dbReference                              120     8         120     8
+ *   yValue                                   128     4         128     8
+ *   xValues                                  132     4         136     8
+ *   pixelX                                   136     4         144     8
+ *   pixelY                                   140     4         152     8
+ *   valid                                    144     4         160     8
+ *
+ * IIRFilterState                                    24                32
+ *   filterType                                 0     4           0     4
+ *   sectionCount                               4     4           4     4
+ *   sectionOrder                               8     4           8     4
+ *   reserved                                  12     4          12     4
+ *   sectionGains                              16     4          16     8
+ *   sectionTaps                               20     4          24     8
+ *
+ * PinkFilterState                                   64                64
+ *   b0                                         0     8           0     8
+ *   b1                                         8     8           8     8
+ *   b2                                        16     8          16     8
+ *   b3                                        24     8          24     8
+ *   b4                                        32     8          32     8
+ *   b5                                        40     8          40     8
+ *   b6                                        48     8          48     8
+ *   b7                                        56     8          56     8
+ *
+ * PowerFirArgs                                      20                32
+ *   ring                                       0     4           0     8
+ *   coefficients                               4     4           8     8
+ *   position                                   8     4          16     4
+ *   row                                       12     4          20     4
+ *   length                                    16     4          24     4
+ *
+ * PowerScaleArgs                                    32                40
+ *   input                                      0     4           0     8
+ *   output                                     4     4           8     8
+ *   sum                                        8     8          16     8
+ *   scale                                     16     4          24     4
+ *   count                                     20     4          28     4
+ *   accumulate                                24     4          32     4
+ *
+ * PowerUnbalanceArgs                                56               112
+ *   magnitudeL1                                0     4           0     8
+ *   magnitudeL2                                4     4           8     8
+ *   magnitudeL3                                8     4          16     8
+ *   angleL1                                   12     4          24     8
+ *   angleL2                                   16     4          32     8
+ *   angleL3                                   20     4          40     8
+ *   zeroSequence                              24     4          48     8
+ *   positiveSequence                          28     4          56     8
+ *   negativeSequence                          32     4          64     8
+ *   negativeRatio                             36     4          72     8
+ *   zeroRatio                                 40     4          80     8
+ *   negativeRatioFirst                        44     4          88     8
+ *   zeroRatioFirst                            48     4          96     8
+ *   count                                     52     4         104     4
+ *
+ * FlickerState                                      76               152
+ *   lowPassInput                               0     4           0     8
+ *   lowPassInput1                              4     4           8     8
+ *   lowPassInput2                              8     4          16     8
+ *   lowPassOutput                             12     4          24     8
+ *   lowPassOutput1                            16     4          32     8
+ *   lowPassOutput2                            20     4          40     8
+ *   lowPassGain                               24     4          48     8
+ *   lowPassA1                                 28     4          56     8
+ *   lowPassA2                                 32     4          64     8
+ *   weightCoefficients                        36     4          72     8
+ *   highPassCoefficients                      40     4          80     8
+ *   weight1Output                             44     4          88     8
+ *   weight1Input                              48     4          96     8
+ *   weight2Input                              52     4         104     8
+ *   weight2Output                             56     4         112     8
+ *   squareHistory                             60     4         120     8
+ *   smoothHistory                             64     4         128     8
+ *   highPassInput                             68     4         136     8
+ *   highPassOutput                            72     4         144     8
+ */
 
 #endif

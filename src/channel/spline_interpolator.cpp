@@ -136,6 +136,13 @@ KXCALC_INLINE T* allocate(size_t count) {
   return static_cast<T*>(std::calloc(count, sizeof(T)));
 }
 
+/// Of an object whose ring or output array may be missing.
+KXCALC_INLINE void release(CHSInterpolator* stream) {
+  std::free(stream->ring);
+  std::free(stream->output);
+  std::free(stream);
+}
+
 }  // namespace
 }  // namespace kxcalc
 
@@ -167,7 +174,7 @@ extern "C" uint32_t kxcalcCHSInterpolator_Create(CHSInterpolator** handleOut, co
   stream->ring = kxcalc::allocate<float>(length);
   stream->output = kxcalc::allocate<float>(stream->capacity);
   if (stream->ring == nullptr || stream->output == nullptr) {
-    kxcalcCHSInterpolator_Destroy(stream);
+    kxcalc::release(stream);
     return KXCALC_INVALID_ARGUMENT;
   }
   *handleOut = stream;
@@ -219,8 +226,6 @@ extern "C" uint32_t kxcalcCHSInterpolator_Destroy(CHSInterpolator* handle) {
   if (handle == nullptr) {
     return KXCALC_INVALID_ARGUMENT;
   }
-  std::free(handle->ring);
-  std::free(handle->output);
-  std::free(handle);
+  kxcalc::release(handle);
   return KXCALC_SUCCESS;
 }

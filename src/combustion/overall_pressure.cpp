@@ -1,7 +1,7 @@
 // Folds a cycle into the average of all cycles so far, in place, and finds the peak of the new average: the smallest
 // normal single, or what is larger.
 //
-// Two forms, which differ on purpose: whole blocks of four are averaged in double and rounded to single at the end, the
+// Two forms, which round differently: whole blocks of four are averaged in double and rounded to single at the end, the
 // up to three elements after them in single throughout, with n + 1 formed as an integer of 64 bits that wraps.
 #include <limits>
 

@@ -2,7 +2,7 @@
 // value / reference, rounded to an integer and limited to [lower, upper]. A coordinate that is a NaN or that 32 bits do
 // not hold becomes -2147483648 before the limits, a huge positive one too.
 //
-// Two forms, whose differences are part of the contract:
+// Two forms, which differ in
 //                     up to three values             four and more
 // halfway cases       away from zero                 to the even integer
 // limits              lower first, upper wins        upper first, lower wins

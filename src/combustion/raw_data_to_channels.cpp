@@ -1,5 +1,5 @@
 // Copies raw samples into a channel, less an offset, and finds the peak: the largest difference above the smallest
-// normal single, and its index. Which of equal maxima is reported differs between the two forms, on purpose:
+// normal single, and its index. Which of equal maxima is reported differs between the two forms:
 // - up to three samples: the first;
 // - four and more, in blocks of four from the start: of each lane the first, of the lanes the lowest, even where
 //   another lane holds an earlier index. A lane begins with its first sample, and one that begins with a NaN keeps it.

@@ -1,6 +1,6 @@
 // Average over the latest cycles, element by element: a sum of cycles, and the sum divided. All in single.
 //
-// Whole blocks of four and the up to three elements after them differ on purpose: while the window fills, blocks divide
+// Whole blocks of four and the up to three elements after them differ: while the window fills, blocks divide
 // by the number of cycles before this one, the rest by one more; when it slides, blocks add the new cycle to the sum
 // before they take the leaving one away, the rest adds the difference of both.
 #include "frame/blocks.hpp"

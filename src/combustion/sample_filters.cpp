@@ -76,7 +76,7 @@ KXCALC_INLINE float weightedSum(const Sample* newest, size_t count, const float*
   return sum;
 }
 
-/// The mean moves on by what enters and what leaves the window, divided anew: rounding errors carry along, on purpose.
+/// The mean moves on by what enters and what leaves the window, divided anew: rounding errors carry along.
 /// The chain is a multiplication, two additions and a division an element. The last index is of unsigned 32 bits.
 KXCALC_INLINE void movingAverage(const double* input, double* output, uint32_t width, uint32_t count) {
   const uint32_t half = (width - 1) / 2;

@@ -141,7 +141,7 @@ Candidate searchRow(const Raster& raster, int32_t row, int32_t begin, int32_t en
       best.x = lanes.x[lane];
     }
   }
-  // The tail is measured, and reported, as if the row began with it: kept on purpose.
+  // The tail is measured, and reported, as if the row began with it. Rows of whole blocks have none.
   const uint32_t* tail = pixels + (raster.width & ~3);
   for (int32_t r = 0; r < (raster.width & 3); ++r) {
     const float dx = differenceOf(raster.cursorX, r), dy = differenceOf(raster.cursorY, row);

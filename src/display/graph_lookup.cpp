@@ -13,8 +13,8 @@ static_assert(offsetof(XYValGraph2DParams, valid) == 128 + 4 * sizeof(void*));
 namespace kxcalc {
 namespace {
 
-/// (value - minimum) / range. An axis without range gives the minimum itself, not 0: kept on purpose. A NaN range
-/// divides.
+/// (value - minimum) / range. An axis without range gives the minimum itself, as if it were a fraction. A NaN
+/// range divides.
 KXCALC_INLINE double normalised(double value, double maximum, double minimum) {
   const double range = maximum - minimum;
   return range == 0 ? minimum : (value - minimum) / range;

@@ -35,7 +35,7 @@ KXCALC_INLINE double limitedOrNan(double y) {
   return y;
 }
 
-/// Second-order sections: a NaN becomes the upper limit. The two differ on purpose.
+/// Second-order sections: a NaN becomes the upper limit.
 KXCALC_INLINE double limitedNanToUpper(double y) {
   if (!(std::abs(y) <= limit)) [[unlikely]] {
     y = y < -limit ? -limit : limit;
@@ -61,7 +61,7 @@ KXCALC_INLINE double generalSection(double* taps, size_t order, double x) {
 }
 
 /// A section of order 2: both feed-forward products summed, both feedback products summed, their difference, then the
-/// current term. It rounds otherwise than a general section with the same coefficients, on purpose.
+/// current term. It rounds otherwise than a general section with the same coefficients.
 KXCALC_INLINE double secondOrderSection(double* taps, double x) {
   double* const current = taps + 2 * tapSize;
   const f64x2 twoBack = signal(taps + tapSize);

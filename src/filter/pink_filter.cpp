@@ -2,7 +2,7 @@
 // lane, the odd ones in the other, and so do the two partial sums that make up the result.
 //
 // The direct term b6 belongs to the same sample, where the filter is usually written with one sample of delay. The
-// record keeps b6 and b7 as the last values only. Both are on purpose.
+// record keeps b6 and b7 as the last values only.
 #include "frame/lanes.hpp"
 #include "kxcalc.h"
 

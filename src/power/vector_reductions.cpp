@@ -22,7 +22,7 @@ KXCALC_INLINE float contiguousSum(const float* samples, const float* taps) {
   return (lanes[0] + lanes[1]) + (lanes[2] + lanes[3]);
 }
 
-/// Sixteen samples over the end of the ring: one serial sum. It rounds otherwise than the other, on purpose.
+/// Sixteen samples over the end of the ring: one serial sum. It rounds otherwise than the other.
 KXCALC_INLINE float wrappedSum(const float* ring, uint32_t length, uint32_t start, const float* taps) {
   float sum = 0;
   uint32_t at = start;

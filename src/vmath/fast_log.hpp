@@ -2,8 +2,8 @@
 // the mantissa, a division by log2 10. Nothing is rejected: 0 and denormals read as exponent -127, infinities and NaNs
 // as 128.
 //
-// The one-element form divides in double, the packed form in single, so their last bits may differ: each is part of the
-// contract of its callers, whose results are compared bit for bit.
+// The one-element form divides in double, the packed form in single, so their last bits may differ. Neither stands in for
+// the other: which form a caller takes is part of its contract, and results are compared bit for bit.
 #pragma once
 
 #include <bit>

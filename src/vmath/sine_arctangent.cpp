@@ -1,12 +1,11 @@
 // Sine and arctangent of a block of singles.
 //
 // From 4 elements on, each is the packed function of itself; what is left after whole vectors is the end of one more
-// vector that overlaps them. Up to 3 elements both kernels, the arctangent too, give the platform's sine in double,
-// rounded to single: an old habit of the interface that callers know, and kept.
-#include <cmath>
-
+// vector that overlaps them. Up to 3 elements both kernels, the arctangent too, give the sine, correctly rounded to double
+// and then to single.
 #include "frame/blocks.hpp"
 #include "kxcalc.h"
+#include "vmath/sine_cosine.hpp"
 #include "vmath/transcendentals.hpp"
 
 namespace kxcalc {
@@ -16,7 +15,7 @@ template <class Function>
 KXCALC_INLINE void mapBlock(const float* input, float* output, size_t count, Function function) {
   if (count < 4) {
     for (size_t i = 0; i < count; ++i) {
-      output[i] = static_cast<float>(std::sin(static_cast<double>(input[i])));
+      output[i] = sineInSingle(input[i]);
     }
     return;
   }

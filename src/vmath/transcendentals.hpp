@@ -55,8 +55,8 @@ struct Octants {
 
   KXCALC_INLINE explicit Octants(V magnitude) {
     const V octant = magnitude * single(0x3FA2F983U);  // 4 / pi
-    j = (bitsAs<detail::Words<V>>(truncate(octant)) + 1) & ~uint32_t{1};
-    const V y = toSingles(bitsAs<detail::Ints<V>>(j));
+    j = (bitsAs<Words<V>>(truncate(octant)) + 1) & ~uint32_t{1};
+    const V y = toSingles(bitsAs<Ints<V>>(j));
     V r = magnitude + y * single(0xBF490000U);  // -0.78515625
     r = r + y * single(0xB97DA000U);            // -2.41875648e-4
     r = r + y * single(0xB3222169U);            // -3.77489506e-8
@@ -66,24 +66,24 @@ struct Octants {
   }
 
   /// The sine's and the cosine's sign bits of a positive angle.
-  KXCALC_INLINE detail::Words<V> sineSign() const { return (j & 4) << 29; }
-  KXCALC_INLINE detail::Words<V> cosineSign() const { return (~(j - 2) & 4) << 29; }
+  KXCALC_INLINE Words<V> sineSign() const { return (j & 4) << 29; }
+  KXCALC_INLINE Words<V> cosineSign() const { return (~(j - 2) & 4) << 29; }
 
   /// Whether the sine of the angle is the sine polynomial (else the cosine's); the cosine is the other one.
-  KXCALC_INLINE detail::Ints<V> straight() const { return (j & 2) == 0; }
+  KXCALC_INLINE Ints<V> straight() const { return (j & 2) == 0; }
 };
 
 template <class V>
-KXCALC_INLINE V flipSign(V value, detail::Words<V> sign) {
-  return bitsAs<V>(bitsAs<detail::Words<V>>(value) ^ sign);
+KXCALC_INLINE V flipSign(V value, Words<V> sign) {
+  return bitsAs<V>(bitsAs<Words<V>>(value) ^ sign);
 }
 template <class V>
 KXCALC_INLINE V magnitudeOf(V x) {
-  return bitsAs<V>(bitsAs<detail::Words<V>>(x) & magnitudeBits);
+  return bitsAs<V>(bitsAs<Words<V>>(x) & magnitudeBits);
 }
 template <class V>
-KXCALC_INLINE detail::Words<V> signOf(V x) {
-  return bitsAs<detail::Words<V>>(x) & signBit;
+KXCALC_INLINE Words<V> signOf(V x) {
+  return bitsAs<Words<V>>(x) & signBit;
 }
 
 /// -1 / a where big, (a - 1) / (a + 1) where mid, a elsewhere. Two divisions run side by side; of the widest vectors each

@@ -77,7 +77,7 @@ private:
   support::FencedBuffer<float> peakMemory_{1};
 };
 
-/// An element alone: in groups of four it gives one average, behind the last whole group another, as intended.
+/// An element alone: in groups of four it gives one average, behind the last whole group another.
 struct Element {
   float newValue;
   float average;
@@ -147,7 +147,7 @@ TEST(CAOverallPressure, TheFirstCycleBecomesTheAverage) {
   expectAtEachCountAndPosition({-0.0F, 1, 0, 0, 0});
 }
 
-TEST(CAOverallPressure, GroupsOfFourAreAveragedInDoubleAndTheRestInSingleAsIntended) {
+TEST(CAOverallPressure, GroupsOfFourAreAveragedInDoubleAndTheRestInSingle) {
   // 3 * 16777215 + 1 = 50331646: in single the product is a multiple of 4.
   expectAtEachCountAndPosition({1, 16777215, 3, 12582912, 12582911});
   // A product out of the range of singles.
@@ -192,7 +192,7 @@ TEST(CAOverallPressure, CyclesAreUnsigned) {
   expectAtEachCountAndPosition({-0x1p63F, 1, (one << 63) + (one << 10) + 1, 0x1p-52F, 0});
 }
 
-TEST(CAOverallPressure, TheNumberAfterTheHighestIsZeroInTheTailAsIntended) {
+TEST(CAOverallPressure, TheNumberAfterTheHighestIsZeroInTheTail) {
   expectAtEachCountAndPosition({0x1p64F, 1, highestCycles, 2, infinity});
   expectAtEachCountAndPosition({1, 0, highestCycles, 0x1p-64F, infinity});
   expectAtEachCountAndPosition({-1, 0, highestCycles, -0x1p-64F, -infinity});

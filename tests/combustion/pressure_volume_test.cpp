@@ -125,7 +125,7 @@ void expectAtEachCountAndPosition(const Case& expected) {
   }
 }
 
-TEST(CAPV_lin, HalvesAreRoundedAwayFromZeroUpToThreeElementsAndToEvenFromFourOnAsIntended) {
+TEST(CAPV_lin, HalvesAreRoundedAwayFromZeroUpToThreeElementsAndToEvenFromFourOn) {
   for (const Case& expected : {
            Case{0.5F, {}, 1, 0},
            Case{1.5F, {}, 2, 2},
@@ -204,14 +204,14 @@ TEST(CAPV_lin, CoordinatesAreLimitedToTheBoundsAsIntegers) {
   }
 }
 
-TEST(CAPV_lin, WithBoundsTheWrongWayRoundTheUpperOneWinsUpToThreeElementsAndTheLowerOneFromFourOnAsIntended) {
+TEST(CAPV_lin, WithBoundsTheWrongWayRoundTheUpperOneWinsUpToThreeElementsAndTheLowerOneFromFourOn) {
   for (const float value : {-1000.0F, 1.0F, 5.0F, 7.0F, 10.0F, 1000.0F, -infinity, infinity, nan, 3e9F}) {
     expectAtEachCountAndPosition<exports::CAPV_lin>({value, {10, 5, 1, 0, 1}, 5, 10});
     expectAtEachCountAndPosition<exports::CAPV_lin>({value, {highest, lowest, 1, 0, 1}, lowest, highest});
   }
 }
 
-TEST(CAPV_lin, ValuesOutOfRangeLandOnTheLowerBoundEvenHugePositiveOnesAsIntended) {
+TEST(CAPV_lin, ValuesOutOfRangeLandOnTheLowerBoundEvenHugePositiveOnes) {
   for (const float value : {3e9F, -3e9F, 2147483648.0F, -2147483904.0F, 4294967296.0F, 4294967808.0F, 1e30F, -1e30F,
                             infinity, -infinity, nan, -nan}) {
     expectAtEachCountAndPosition<exports::CAPV_lin>({value, {-10, 10, 1, 0, 1}, -10, -10});
@@ -277,7 +277,7 @@ TEST(CAPV_log, LogarithmsOfValuesOverTheReference) {
   }
 }
 
-TEST(CAPV_log, LogarithmsAreDividedInDoubleUpToThreeElementsAndInSingleFromFourOnAsIntended) {
+TEST(CAPV_log, LogarithmsAreDividedInDoubleUpToThreeElementsAndInSingleFromFourOn) {
   for (const Case& expected : {
            Case{3, {lowest, highest, 0x1p26F, 0, 1}, 0x1E88070, 0x1E88072},
            Case{7, {lowest, highest, 0x1p24F, 0, 1}, 0xD85BEB, 0xD85BEC},
@@ -337,7 +337,7 @@ TEST(CAPV_log, AReferenceOfZeroGivesInfiniteQuotientsThatTheFloorDoesNotCatch) {
   expectAtEachCountAndPosition<exports::CAPV_log>({1, {lowest, highest, 1000000, 0, -0.0F}, -8999992, -8999992});
 }
 
-TEST(CAPV_log, NansPassUpToThreeElementsAndBecomeTheFloorFromFourOnAsIntended) {
+TEST(CAPV_log, NansPassUpToThreeElementsAndBecomeTheFloorFromFourOn) {
   for (const Case& expected : {
            Case{nan, millionths, 38707864, -8999992},
            Case{-nan, millionths, 38707864, -8999992},

@@ -105,7 +105,7 @@ struct Pair {
 };
 
 /// An element alone: in groups of four, from the first element on, it gives one pair of results, behind the last whole
-/// group another, as intended.
+/// group another.
 struct Element {
   float newValue;
   float leavingValue;
@@ -165,7 +165,7 @@ TEST(CARunningVal, NansOfTheFirstCycleKeepTheirBits) {
   EXPECT_TRUE(support::sameBits(results.average, newCycle));
 }
 
-TEST(CARunningVal, AFillingWindowIsDividedByTheCyclesBeforeInTheBodyAndWithThisOneInTheTailAsIntended) {
+TEST(CARunningVal, AFillingWindowIsDividedByTheCyclesBeforeInTheBodyAndWithThisOneInTheTail) {
   Subject subject;
   const Results results = subject.run({{1, 1, 1, 1, 1, 1}, std::vector<float>(6), {2, 2, 2, 2, 2, 2}}, 2, 10);
   EXPECT_TRUE(support::sameBits(results.sum, std::vector<float>(6, 3)));
@@ -203,7 +203,7 @@ TEST(CARunningVal, AllIsSingle) {
   expectAtEachCountAndPosition(3e38F, 0, 3e38F, 3, 4, {infinity, infinity});
 }
 
-TEST(CARunningVal, ASlidingWindowAddsTheSumFirstInTheBodyAndLastInTheTailAsIntended) {
+TEST(CARunningVal, ASlidingWindowAddsTheSumFirstInTheBodyAndLastInTheTail) {
   expectAtEachCountAndPosition(5, 3, 10, 4, 4, {12, 3});
   expectAtEachCountAndPosition(5, 3, 10, 5, 4, {12, 3});
   // (sum + new) - leaving against (new - leaving) + sum; neither is (sum - leaving) + new.

@@ -15,9 +15,16 @@ from pathlib import Path
 sys.path.insert(0, str(Path(__file__).resolve().parents[2]))
 from functions import registry  # noqa: E402
 
-ALLOWED_LIBRARIES = {"libc.so.6", "libm.so.6", "msvcrt.dll", "kernel32.dll"}
+ALLOWED_LIBRARIES = {"libc.so.6", "msvcrt.dll", "kernel32.dll"}
 ALLOWED_LOADERS = {"ld-linux-aarch64.so.1"}  # aarch64 takes its stack protector's word from there
 LOAD_TIME_TAGS = {"INIT", "FINI", "INIT_ARRAY", "FINI_ARRAY", "PREINIT_ARRAY"}
+
+# The C library's mathematics, wherever it comes from: no two platforms, and not all processors of one, give the same bits.
+MATHEMATICS = re.compile(
+    "_*(a?(sin|cos|tan)h?|atan2|sincos|sinpi|cospi|tanpi|exp|exp2|exp10|expm1|pow|pow10|log|log2|log10|log1p|logb|ilogb|sqrt|cbrt|hypot|"
+    "fmod|remainder|remquo|drem|modf|frexp|ldexp|scalbl?n|scalb|significand|ceil|floor|trunc|round|roundeven|rint|lrint|llrint|"
+    "lround|llround|nearbyint|fma|fdim|fmax|fmin|fabs|copysign|nextafter|nexttoward|l?gamma|tgamma|erfc?|[jy][01n])"
+    "([fl]|_internal)?(_finite)?(@.*)?")
 
 # Instructions that some set adds to those before it, by mnemonic.
 SSE3 = "addsub[ps][sd]|haddp[sd]|hsubp[sd]|lddqu|movddup|movs[hl]dup|monitor|mwait"
@@ -63,8 +70,11 @@ def symbols_of_elf(prefix, library, promised):
     yield from (f"does not export {name}" for name in sorted(promised - exported))
 
     for line in run(f"{prefix}nm", "-D", "--undefined-only", library).splitlines():
+        name = line.split()[-1]
         if "@GLIBC_" not in line:
-            yield f"imports {line.split()[-1]}, which is not the C library's"
+            yield f"imports {name}, which is not the C library's"
+        if MATHEMATICS.fullmatch(name):
+            yield f"imports {name}, which is mathematics"
 
     dynamic = run(f"{prefix}readelf", "--wide", "--dynamic", library)
     tags = re.findall(r"\((\w+)\)\s+(?:Shared library: \[(.+)\])?", dynamic)
@@ -91,6 +101,11 @@ def symbols_of_dll(prefix, library, promised):
     for needed in re.findall(r"DLL Name: (\S+)", headers):
         if needed.lower() not in ALLOWED_LIBRARIES:
             yield f"needs {needed}"
+    # Imported, or linked in: a DLL that keeps no symbols tells of imports alone.
+    imported = re.findall(r"^\s+[0-9a-f]+\s+(?:<none>\s+)?(?:[0-9a-f]+\s+)?\d+\s+([A-Za-z_]\w*)$", headers, re.MULTILINE)
+    linked = re.findall(r"\(sec\s+[1-9]\d*\)\(fl 0x\w+\)\(ty\s+20\).* (\S+)$", run(f"{prefix}objdump", "--syms", library), re.MULTILINE)
+    for name in sorted({name for name in imported + linked if MATHEMATICS.fullmatch(name)}):
+        yield f"needs {name}, which is mathematics"
 
 
 def own_code(code, dll):
@@ -99,6 +114,15 @@ def own_code(code, dll):
         return code
     functions = re.split(r"^(?=[0-9a-f]+ <)", code, flags=re.MULTILINE)
     return "".join(f for f in functions if re.match(r"[0-9a-f]+ <_?(kx[cC]alc|_ZN\w*6kxcalc|kept|f>|DllMain)", f))
+
+
+def calls_among_exports(code, promised):
+    """An export does its work itself: a host that replaces one, or counts its calls, sees no calls but its own."""
+    for function in re.split(r"^(?=[0-9a-f]+ <)", code, flags=re.MULTILINE):
+        caller = re.match(r"[0-9a-f]+ <_?(\w+)>:", function)
+        for called in sorted(set(re.findall(r"\t(?:bnd )?(?:call|jmp|bl|b)\s+[0-9a-f]+ <_?(\w+)(?:@plt)?>", function)) & promised):
+            if caller and called != caller[1]:  # a loop may go back to a function's first instruction
+                yield f"calls {called} from {caller[1]}"
 
 
 def stack_findings(code):
@@ -120,6 +144,7 @@ def findings(library, instruction_set, promised, prefix=""):
     instructions = re.findall(r"^\s*[0-9a-f]+:\t(?:(?:rep\w*|lock|bnd|notrack|cs|ds|data16|\{evex\}) )*([\w.]+)([^\n#<]*)", code, re.MULTILINE)
     if len(instructions) < 10:
         yield "cannot be disassembled"
+    yield from calls_among_exports(code, promised)
     if arm:
         wrong = [
             ("fused multiply-add", lambda name, _: re.fullmatch(ARM_FUSED, name)),
@@ -149,6 +174,16 @@ FAULTS = [
     ("an export too many", "elf dll", "void other(void) {}", [], "exports other"),
     ("an export missing", "elf dll", "", ["-DNO_EXPORT"], "does not export kept"),
     ("an import", "elf", "extern void abroad(void); void kept2(void) { abroad(); }", [], "imports abroad"),
+    ("a call of an export", "elf dll", "__attribute__((visibility(\"hidden\"))) void f(int* p) { kept(p + 1); p[0] = 1; }", [], "calls kept from f"),
+    ("a sine", "elf", "double sin(double); double f(double a) { return sin(a); }", ["-Wl,--no-as-needed", "-lm"],
+     "which is mathematics"),
+    ("the C library's mathematics", "elf", "double frexp(double, int*); double f(double a) { int e; return frexp(a, &e); }", [],
+     "which is mathematics"),
+    ("a square root that reports errors", "elf", "double f(double a) { return __builtin_sqrt(a); }", ["-fmath-errno"],
+     "which is mathematics"),
+    ("the mathematics library", "elf", "double sin(double); double f(double a) { return sin(a); }", ["-Wl,--no-as-needed", "-lm"],
+     "needs libm"),
+    ("a sine", "dll", "double sin(double); double f(double a) { return sin(a); }", [], "needs sin, which is mathematics"),
     ("a constructor", "elf", "__attribute__((constructor)) static void c(void) { __asm__ volatile(\"nop\"); }", [], "runs code at load"),
     ("writable data", "elf", "int counter = 1;", [], "writable data"),
     ("a fused multiply-add", "x86", "double f(double a, double b, double c) { return a * b + c; }", ["-mfma", "-mfpmath=sse", "-ffp-contract=fast"],
@@ -178,7 +213,7 @@ FAULTS = [
     ("scalable vectors", "arm", "void f(float* a, int n) { for (int i = 0; i < n; ++i) a[i] *= 2; }", ["-march=armv8-a+sve"],
      "an instruction above"),
 ]
-KEPT = ("#ifndef NO_EXPORT\nvoid kept(int* p) { for (int i = 0; i < 9; ++i) { p[i] += p[i * 2] * 3; p[i + 1] ^= p[i]; } }\n#endif\n")
+KEPT = ("#ifndef NO_EXPORT\n__attribute__((noinline)) void kept(int* p) { for (int i = 0; i < 9; ++i) { p[i] += p[i * 2] * 3; p[i + 1] ^= p[i]; } }\n#endif\n")
 
 
 def self_test(instruction_set="sse41", prefix="", compiler="cc", *compiler_flags):

@@ -52,3 +52,23 @@ cmake --build "$work/cpp20" >/dev/null
 for consumer in "$work"/cpp20/consumer-{sse41,portable,kxcalc}; do
   expect "$consumer" "$("$consumer")" "2.17 1 -4 8"
 done
+
+# The pkg-config files name the right folders whatever the library folder is: one or two below the prefix, or elsewhere.
+for layout in lib lib/x86_64-linux-gnu /opt/kxcalc/lib; do
+  folder=$work/layout/${layout//\//-}
+  cmake -S "$here/../.." -B "$folder/build" -DBUILD_TESTING=OFF -DCMAKE_C_COMPILER="$cc" -DCMAKE_CXX_COMPILER="$cxx" \
+    -DCMAKE_INSTALL_PREFIX=/usr -DCMAKE_INSTALL_LIBDIR="$layout" >/dev/null
+  cp -P "$build"/libkxcalc-* "$folder/build"
+  cp "$build/verify/kxverify" "$folder/build/verify"
+  DESTDIR=$folder/root cmake --install "$folder/build" >/dev/null
+  [ "${layout#/}" = "$layout" ] && root='' libraries=/usr/$layout || root=$folder/root libraries=$layout
+  for library in "$@"; do
+    file=$folder/root$libraries/pkgconfig/$library.pc
+    test -e "$file"
+    # What is told from the file's own place lies below the root already; an absolute path does not.
+    expect "libdir in $layout" "$(realpath -m "$root$(pkg-config --variable=libdir "$file")")" "$folder/root$libraries"
+    expect "includedir in $layout" "$(realpath -m "$root$(pkg-config --variable=includedir "$file")")" "$folder/root/usr/include"
+    test -e "$folder/root$libraries/lib$library.so"
+    test -e "$folder/root/usr/include/kxcalc.h"
+  done
+done

@@ -938,7 +938,7 @@ TEST(PowerFlickerAddToClass, WhatIsNotAboveZeroCountsInTheFirstClass) {
   }
 }
 
-TEST(PowerFlickerAddToClass, SmallValuesCountInTheTopClassWhichIsKept) {
+TEST(PowerFlickerAddToClass, ValuesFarBelowTheLowestClassCountInTheTopClass) {
   Classifier classifier(1);
   for (const float value : {1e-5F, 9.7e-5F, 9.77e-5F, 1e-10F, 1e-30F, std::numeric_limits<float>::min(), 1e-40F,
                             std::numeric_limits<float>::denorm_min()}) {

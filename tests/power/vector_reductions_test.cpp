@@ -147,7 +147,7 @@ TEST(PowerCalcFIR_float, TheFirstCoefficientMeetsTheOldestOfSixteenSamplesAtEach
   }
 }
 
-TEST(PowerCalcFIR_float, SamplesBesideOneAnotherAreSummedInFourLanesAndThoseAcrossTheEndInOrderAsIntended) {
+TEST(PowerCalcFIR_float, SamplesBesideOneAnotherAreSummedInFourLanesAndThoseAcrossTheEndInOrder) {
   constexpr float swallowed = 0x1p24F;
   constexpr float kept = 0x1p24F + 2;
   const struct {

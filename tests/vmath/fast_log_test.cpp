@@ -85,7 +85,11 @@ TEST(FastLog10Packed, ZeroDoesNotDisturbTheOtherLanes) {
   EXPECT_TRUE(support::sameBits(float{together[3]}, valueOf<FastLog10Packed>(infinity)));
 }
 
-// The one divides in double, the other in single: the difference is intended.
+TEST(FastLog10Packed, WiderVectorsGiveTheSameBits) {
+  vmath::checkWiderVectors<FastLog10Packed>();
+}
+
+// The one divides in double, the other in single: their last bits differ.
 TEST(FastLogarithms, TheTwoFormsDifferInLastBits) {
   uint32_t differences = 0;
   for (uint32_t pattern = 0x3F800001; pattern < 0x42000000; pattern += 4099) {

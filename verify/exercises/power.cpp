@@ -1,4 +1,7 @@
 // Power analysis and flicker.
+#include <array>
+#include <bit>
+
 #include "common.hpp"
 
 namespace kxverify {
@@ -103,7 +106,6 @@ void kxcalcPowerPandQsumExercise(const Functions& functions, Digest& digest) {
   });
 }
 
-/// Ordinary bins: the platform's arctangent is rounded to single.
 void kxcalcPowerAnglesExercise(const Functions& functions, Digest& digest) {
   Source source("kxcalcPowerAngles");
   for (int round = 0; round < 200; ++round) {
@@ -125,6 +127,17 @@ void kxcalcPowerAnglesExercise(const Functions& functions, Digest& digest) {
     functions.kxcalcPowerAngles(straight.data(), angles.data(), 50, phasePerOrder, 2);
     digest.add(angles);
   }
+  // Bins whose degrees in single are others if the arctangent in double is off by one in the last place.
+  constexpr std::array<float, 20> hard{0,       1,        1750307, -3658496, 4881615,  2993152, -537094,
+                                       -599756, -2797386, 4888404, -7777567, -6980938, 2819823, -4488960,
+                                       7977621, 447744,   411568,  6286586,  4179680,  -5206549};
+  Buffer<float> bins(hard.size() + 2);
+  for (std::size_t k = 0; k < hard.size(); ++k) {
+    bins[k] = hard[k];
+  }
+  Buffer<float> angles(10);
+  functions.kxcalcPowerAngles(bins.data(), angles.data(), 9, 0, 1);
+  digest.add(angles);
 }
 
 void kxcalcPowerUnbalanceExercise(const Functions& functions, Digest& digest) {
@@ -144,6 +157,23 @@ void kxcalcPowerUnbalanceExercise(const Functions& functions, Digest& digest) {
     float* const out = results.data();
     const PowerUnbalanceArgs args{m1.data(), m2.data(), m3.data(), a1.data(), a2.data(), a3.data(), out,
                                   out + 1,   out + 2,   out + 3,   out + 4,   out + 5,   out + 6,   count};
+    functions.kxcalcPowerUnbalance(&args);
+    digest.add(results);
+  }
+  // Balanced systems: what their sums leave of three phasors feels the last bit of each sine and cosine.
+  constexpr std::array<float, 4> turns{-82.0500031F, -130.690506F, -94.6736145F, -175.975235F};  // these above all
+  for (std::size_t round = 0; round < 200; ++round) {
+    Buffer<float> magnitudes(1), angles(3), results(7);
+    magnitudes[0] = 230;
+    const float turn = round < turns.size() ? turns[round] : static_cast<float>(source.unit() * 180);
+    for (std::size_t phase = 0; phase < 3; ++phase) {
+      angles[phase] = turn + 120 * static_cast<float>(phase);
+    }
+    const float* const m = magnitudes.data();
+    const float* const a = angles.data();
+    float* const out = results.data();
+    const PowerUnbalanceArgs args{m,       m,       m,       a,       a + 1,   a + 2,   out,
+                                  out + 1, out + 2, out + 3, out + 4, out + 5, out + 6, 1};
     functions.kxcalcPowerUnbalance(&args);
     digest.add(results);
   }
@@ -172,7 +202,6 @@ void kxcalcPowerFlickerExercise(const Functions& functions, Digest& digest) {
   }
 }
 
-/// Values away from the classes' borders, powers of ten apart, whose logarithms are exact.
 void kxcalcPowerFlickerAddToClassExercise(const Functions& functions, Digest& digest) {
   Source source("kxcalcPowerFlickerAddToClass");
   Buffer<uint32_t> classes(1000);
@@ -186,6 +215,27 @@ void kxcalcPowerFlickerAddToClassExercise(const Functions& functions, Digest& di
     }
     functions.kxcalcPowerFlickerAddToClass(values.data(), static_cast<int32_t>(values.size()), classes.data());
     digest.add(classes);
+  }
+  // The first single of each class, found by halving.
+  const auto classOf = [&](uint32_t pattern) {
+    Buffer<uint32_t> counters(1000);
+    const auto value = std::bit_cast<float>(pattern);
+    functions.kxcalcPowerFlickerAddToClass(&value, 1, counters.data());
+    uint32_t number = 0;
+    while (number < 999 && counters[number] == 0) {
+      ++number;
+    }
+    return number;
+  };
+  uint32_t first = std::bit_cast<uint32_t>(9.99e-5F);  // of class 0
+  for (uint32_t number = 1; number <= 999; ++number) {
+    uint32_t before = first;
+    first += 1U << 20;  // an eighth of an octave or more: beyond the class's first single
+    while (first - before > 1) {
+      const uint32_t middle = before + (first - before) / 2;
+      (classOf(middle) < number ? before : first) = middle;
+    }
+    digest.add(std::bit_cast<float>(first));
   }
 }
 
