@@ -104,7 +104,7 @@ struct Runs {
     oddSums = oddSums + terms;
   }
 
-  /// Adds all runs to the sum, unless they take it out of the binade.
+  /// Adds all runs to the sum, unless they take it out of the binade, or one of them a sum at the binade's lower end.
   KXCALC_INLINE bool addAllTo(uint64_t& sum) const {
     const auto even = Format::bits(evenSums) - lowerEnd;
     const auto odd = Format::bits(oddSums) - (lowerEnd + 1);

@@ -130,11 +130,8 @@ bool addsWhatTheChainAdds(const std::array<uint8_t, count>& block) {
     }
     uint64_t sumOfFirst = start;
     const bool all = sideBySide.addAllTo(sum);
-    if (all != (runs == kxcalc::runsSideBySide) || sideBySide.addFirstTo(sumOfFirst) != runs ||
-        sumOfFirst != expected) {
-      return false;
-    }
-    if (sum != (all ? expected : start)) {
+    if ((all && runs != kxcalc::runsSideBySide) || sum != (all ? expected : start) ||
+        sideBySide.addFirstTo(sumOfFirst) != runs || sumOfFirst != expected) {
       return false;
     }
   }
