@@ -32,10 +32,10 @@ ROOMS = [
     ("verify", {HEADER, FUNCTIONS}),
     ("bench", {HEADER, FUNCTIONS, "verify"}),
     ("fuzz", SHARED_BY_TESTS),
-    ("tests/reference", {HEADER}),  # a model shares nothing with what it is the model of
+    ("tests/reference", {HEADER, FUNCTIONS}),  # a model shares nothing with what it is the model of
     ("tests/support", SHARED_BY_TESTS),
     ("tests/frame", SHARED_BY_TESTS | KERNEL_KITS),
-    ("tests/vmath", SHARED_BY_TESTS | KERNEL_KITS),
+    ("tests/vmath", SHARED_BY_TESTS | KERNEL_KITS | {"src/power"}),  # the flicker's classes come from a logarithm of the kit
     ("tests/analysis", SHARED_BY_TESTS | {ANALYSIS}),
     ("tests/recordings", SHARED_BY_TESTS | {RECORDINGS}),
     ("tests/host", SHARED_BY_TESTS | BELOW_FRONT_ENDS | {"host", "host/reports", "host/pictures", "host/commands"}),
