@@ -22,10 +22,9 @@ function(kxcalc_add_library variant)
     PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>
     PRIVATE ${PROJECT_SOURCE_DIR}/src)
   set_target_properties(${target} PROPERTIES
-    VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR} EXPORT_NAME ${variant} CXX_EXTENSIONS ON)
+    VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR} EXPORT_NAME ${variant} CXX_EXTENSIONS ON KXCALC_AS_SHIPPED ON)
   kxcalc_set_floating_point_model(${target})
   kxcalc_set_warnings(${target})
-  kxcalc_lint(${target})
   kxcalc_set_link_options(${target})
   if(WIN32) # the file is kxcalc-<instruction set>.dll everywhere
     set_target_properties(${target} PROPERTIES PREFIX "" SOVERSION "" VERSION "")

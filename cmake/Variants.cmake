@@ -32,6 +32,11 @@ foreach(row IN LISTS variant_rows)
   endif()
 endforeach()
 
+set(KXCALC_ONLY_VARIANTS "" CACHE STRING "Builds of the library, where not all that this system has are wanted")
+if(KXCALC_ONLY_VARIANTS)
+  list(FILTER KXCALC_VARIANTS INCLUDE REGEX "^(${KXCALC_ONLY_VARIANTS})$")
+endif()
+
 # The processor is asked by the function that hosts ask. What is built for elsewhere, and has no emulator here, is taken to run the
 # least of each family.
 if(NOT DEFINED KXCALC_PROCESSOR_RUNS)

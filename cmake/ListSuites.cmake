@@ -1,0 +1,37 @@
+# Asks a test program for its suites, and writes an entry of ctest's for each: the part of kxcalc_discover_suites that runs after
+# the program is linked.
+execute_process(COMMAND ${emulator} ${program} --gtest_list_tests
+  OUTPUT_VARIABLE listing ERROR_VARIABLE errors RESULT_VARIABLE result TIMEOUT 120)
+if(NOT result EQUAL 0)
+  message(FATAL_ERROR "${program} does not list its tests: ${result}\n${listing}${errors}")
+endif()
+
+set(suites "")
+string(REGEX MATCHALL "(^|\n)[A-Za-z0-9_/]+\\." rows "${listing}")
+foreach(row IN LISTS rows)
+  string(REGEX REPLACE "[\n.]" "" row "${row}")
+  if(NOT row MATCHES "^([A-Za-z0-9_]+/)?([A-Za-z_][A-Za-z0-9_]*)(/[0-9]+)?$")
+    message(FATAL_ERROR "${program}: not the name of a suite: ${row}")
+  endif()
+  list(APPEND suites ${CMAKE_MATCH_2})
+endforeach()
+list(REMOVE_DUPLICATES suites)
+if(NOT suites)
+  message(FATAL_ERROR "${program} has no tests")
+endif()
+
+set(code "")
+foreach(command_part IN LISTS emulator program)
+  string(APPEND command " [==[${command_part}]==]")
+endforeach()
+foreach(suite IN LISTS suites)
+  string(APPEND code "add_test([==[${prefix}${suite}]==]${command} --gtest_brief=1 "
+    "[==[--gtest_filter=${suite}.*:${suite}/*.*:*/${suite}.*:*/${suite}/*.*]==])\n")
+  if(properties)
+    string(APPEND code "set_tests_properties([==[${prefix}${suite}]==] PROPERTIES${properties})\n")
+  endif()
+  if(exhaustive AND suite MATCHES "^(${exhaustive})$")
+    string(APPEND code "set_tests_properties([==[${prefix}${suite}]==] PROPERTIES LABELS exhaustive)\n")
+  endif()
+endforeach()
+file(WRITE ${list} "${code}")
