@@ -40,8 +40,9 @@ std::string windowedTitle(const CycleAnalysis& analysis) {
 std::string angleRows(const CycleAnalysis& analysis) {
   std::string rows;
   for (size_t i = 0; i < analysis.angles().size(); ++i) {
-    addRow(rows, {analysis.angles()[i], analysis.lowest()[i], analysis.highest()[i], analysis.average()[i],
-                  analysis.windowed()[i], analysis.corrected()[i], analysis.smoothed()[i]});
+    const auto at = [i](const auto& values) { return static_cast<double>(values[i]); };
+    addRow(rows, {analysis.angles()[i], at(analysis.lowest()), at(analysis.highest()), at(analysis.average()),
+                  at(analysis.windowed()), at(analysis.corrected()), at(analysis.smoothed())});
   }
   return rows;
 }
