@@ -1,5 +1,7 @@
 #include "functions/library.hpp"
 
+#include "functions/processor.hpp"
+
 #if defined(_WIN32)
 #include <windows.h>
 #else
@@ -8,6 +10,9 @@
 
 namespace kxcalc {
 namespace {
+
+/// The interface version that this program needs; what adds functions to it counts in its minor version.
+constexpr uint32_t supported = 2;
 
 #if defined(_WIN32)
 std::shared_ptr<void> load(const std::string& file) {
@@ -39,6 +44,15 @@ void* address(void* handle, const char* name) {
 }
 #endif
 
+/// The name of a build's file, which is looked up as the system's loader does.
+std::string fileOf(std::string_view variant) {
+#if defined(_WIN32)
+  return "kxcalc-" + std::string(variant) + ".dll";
+#else
+  return "libkxcalc-" + std::string(variant) + ".so." + std::to_string(supported);
+#endif
+}
+
 }  // namespace
 
 Result<Library> Library::open(const std::string& file) {
@@ -59,7 +73,6 @@ Result<Library> Library::open(const std::string& file) {
 #include "functions/exports.inc"
 #undef KXCALC_EXPORT
   };
-  constexpr uint32_t supported = 2;
   uint32_t major = supported, minor = 0, flag = 0;
   if (functions.kxcalcGetVersion != nullptr) {
     functions.kxcalcGetVersion(&major, &minor, 0, &flag);
@@ -71,7 +84,19 @@ Result<Library> Library::open(const std::string& file) {
   if (lacking != nullptr) {
     return Problem{file + ": lacks the export " + lacking};
   }
-  return Library(handle, functions);
+  return Library(file, handle, functions);
+}
+
+Result<Library> Library::openFastest() {
+  std::string problems;
+  for (const std::string_view variant : runnableVariants()) {
+    auto library = open(fileOf(variant));
+    if (library) {
+      return library;
+    }
+    problems += (problems.empty() ? "" : "; ") + library.problem();
+  }
+  return Problem{problems};
 }
 
 }  // namespace kxcalc

@@ -17,13 +17,21 @@ public:
   ///              among others.
   static Result<Library> open(const std::string& file);
 
+  /// Opens the fastest build that this processor runs and that the system's loader finds.
+  static Result<Library> openFastest();
+
   const Functions& functions() const { return functions_; }
+
+  /// As it was opened.
+  const std::string& file() const { return file_; }
 
 private:
   using Handle = std::shared_ptr<void>;
 
-  Library(Handle handle, const Functions& functions) : handle_(std::move(handle)), functions_(functions) {}
+  Library(std::string file, Handle handle, const Functions& functions)
+      : file_(std::move(file)), handle_(std::move(handle)), functions_(functions) {}
 
+  std::string file_;
   Handle handle_;
   Functions functions_;
 };

@@ -21,15 +21,28 @@ std::string libraryPath(const std::string& file) {
   return std::filesystem::exists(file) ? std::filesystem::absolute(file).string() : file;
 }
 
+/// @param file  what the user named; without that, the fastest build is taken.
+kxcalc::Library openLibrary(const std::string& file) {
+  auto library = file.empty() ? kxcalc::Library::openFastest() : kxcalc::Library::open(libraryPath(file));
+  if (!library) {
+    throw std::runtime_error(library.problem());
+  }
+  return *library;
+}
+
 int run(int argumentCount, char** arguments) {
   CLI::App program("Measures, shows, filters and analyses recordings with the kernels of the kxcalc library.",
                    "kxhost");
-  std::string library = KXHOST_DEFAULT_LIBRARY;
+  std::string library;
   kxhost::Action chosen;
-  program.set_version_flag("--version", "kxhost " KXHOST_VERSION);
-  program.add_option("--library", library, "The library to use: a file, or a name that the system's loader knows")
-      ->type_name("FILE")
-      ->capture_default_str();
+  program.set_version_flag("--version",
+                           [&library] { return "kxhost " KXHOST_VERSION ", " + openLibrary(library).file(); });
+  program
+      .add_option(
+          "--library", library,
+          "The library to use: a file, or a name that the system's loader knows (default: the fastest build that "
+          "the processor runs)")
+      ->type_name("FILE");
   program.require_subcommand(0, 1);
   program.fallthrough();
   kxhost::addStatsCommand(program, chosen);
@@ -70,11 +83,8 @@ int run(int argumentCount, char** arguments) {
     fmt::print(std::cerr, "kxhost: {} (kxhost --help tells more)\n", message);
     return misused;
   }
-  const auto opened = kxcalc::Library::open(libraryPath(library));
-  if (!opened) {
-    throw std::runtime_error(opened.problem());
-  }
-  const int code = chosen(opened->functions());
+  const kxcalc::Library opened = openLibrary(library);
+  const int code = chosen(opened.functions());
   if (!std::cout.flush()) {
     throw std::runtime_error("standard output cannot be written");
   }

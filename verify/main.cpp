@@ -1,9 +1,9 @@
 // kxverify: runs every function of a kxcalc library and compares what comes out, bit by bit, with the published manifest.
 #include <cstdio>
-#include <cstring>
 #include <exception>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "functions/library.hpp"
 #include "verify/input_sets.hpp"
@@ -19,8 +19,9 @@ constexpr char publishedManifest[] =
     ;
 
 constexpr char usage[] =
-    "usage: kxverify [--manifest FILE] LIBRARY   compares LIBRARY with the manifest of this version, or of FILE\n"
-    "       kxverify --print LIBRARY             writes LIBRARY's manifest to standard output\n"
+    "usage: kxverify [--manifest FILE] [LIBRARY]   compares LIBRARY with the manifest of this version, or of FILE\n"
+    "       kxverify --print [LIBRARY]             writes LIBRARY's manifest to standard output\n"
+    "Without LIBRARY: the fastest build that the processor runs, as the system's loader finds it.\n"
     "Exit code: 0 if every function gives the published bits, 1 if not, 2 if the command line is wrong.\n";
 
 void print(const kxcalc::Functions& functions) {
@@ -49,36 +50,45 @@ int compare(const kxcalc::Functions& functions, const kxverify::Manifest& manife
   return equal == total ? 0 : differs;
 }
 
-/// The functions of a library file. It stays open until the program ends.
-kxcalc::Functions openLibrary(const std::string& file) {
+/// @param file  empty: the fastest build that the processor runs.
+kxcalc::Library openLibrary(const std::string& file) {
   // Without a slash the loader would look in the system's folders instead of this one.
-  static const auto library =
-      kxcalc::Library::open(file.find_first_of("/\\") == std::string::npos ? "./" + file : file);
+  auto library = file.empty()
+                     ? kxcalc::Library::openFastest()
+                     : kxcalc::Library::open(file.find_first_of("/\\") == std::string::npos ? "./" + file : file);
   if (!library) {
     throw std::runtime_error(library.problem());
   }
-  return library->functions();
+  return *library;
 }
 
 int run(int count, char** arguments) {
-  const auto is = [&](int i, const char* option) { return i < count && std::strcmp(arguments[i], option) == 0; };
-  if (count == 2 && is(1, "--help")) {
+  std::vector<std::string> words(arguments + 1, arguments + count);
+  const auto take = [&](size_t number) { words.erase(words.begin(), words.begin() + static_cast<ptrdiff_t>(number)); };
+  if (words == std::vector<std::string>{"--help"}) {
     std::fputs(usage, stdout);
     return 0;
   }
-  if (count == 3 && is(1, "--print")) {
-    print(openLibrary(arguments[2]));
+  std::string manifest = publishedManifest;
+  const bool prints = !words.empty() && words[0] == "--print";
+  if (prints) {
+    take(1);
+  } else if (words.size() > 1 && words[0] == "--manifest") {
+    manifest = kxverify::readFile(words[1]);
+    take(2);
+  }
+  if (words.size() > 1 || (words.size() == 1 && words[0].substr(0, 1) == "-")) {
+    std::fputs(usage, stderr);
+    return misused;
+  }
+  const std::string file = words.empty() ? "" : words[0];
+  if (prints) {
+    print(openLibrary(file).functions());
     return 0;
   }
-  if (count == 4 && is(1, "--manifest")) {
-    const auto manifest = kxverify::parseManifest(kxverify::readFile(arguments[2]));
-    return compare(openLibrary(arguments[3]), manifest, arguments[3]);
-  }
-  if (count == 2 && arguments[1][0] != '-') {
-    return compare(openLibrary(arguments[1]), kxverify::parseManifest(publishedManifest), arguments[1]);
-  }
-  std::fputs(usage, stderr);
-  return misused;
+  const kxverify::Manifest published = kxverify::parseManifest(manifest);
+  const kxcalc::Library library = openLibrary(file);
+  return compare(library.functions(), published, file.empty() ? library.file().c_str() : file.c_str());
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // The command line, and the library that it names.
 #include <sstream>
 
+#include "functions/processor.hpp"
 #include "host/kxhost_test.hpp"
 
 namespace kxhost_test {
@@ -23,7 +24,10 @@ TEST_F(CommandLineTest, HelpAndVersionAreAnswers) {
   }
   const Outcome version = run({"--version"});
   EXPECT_EQ(version.code, 0);
-  EXPECT_EQ(version.out, "kxhost 2.17\n");
+  EXPECT_EQ(version.out, "kxhost 2.17, libkxcalc-" + std::string(kxcalc::runnableVariants().front()) + ".so.2\n");
+  const Outcome named = run({"--library", KXHOST_STUB_LACKING, "--version"});
+  EXPECT_EQ(named.code, 1);
+  EXPECT_NE(named.err.find("lacks the export"), std::string::npos);
 }
 
 TEST_F(CommandLineTest, MisuseIsExplainedInOneLine) {

@@ -3,6 +3,7 @@
 usage: kxverify_test.py <kxverify> <library> <manifest> <C compiler> <public header's folder>
 """
 
+import re
 import subprocess
 import sys
 import tempfile
@@ -51,7 +52,10 @@ check("a line an export", len(out.splitlines()) == total + 1 and all(line.endswi
 check("--print writes the published manifest", run("--print", library)[:2] == (0, Path(manifest).read_text()))
 check("a manifest may be named", run("--manifest", manifest, library)[0] == 0)
 check("--help", run("--help")[0] == 0 and "usage" in run("--help")[1])
-for arguments in [], ["--nonsense"], [library, library], ["--print"], ["--manifest", manifest]:
+code, out, _ = run()
+check("without a name the fastest build is taken", code == 0 and re.fullmatch(r"(lib)?kxcalc-\w+\.\S+: .* published bits", out.splitlines()[-1]))
+check("without a name, by a manifest", run("--manifest", manifest)[1] == out)
+for arguments in ["--nonsense"], [library, library], ["--manifest"], ["--print", library, library]:
     check(f"misuse: {arguments}", run(*arguments)[0] == 2)
 
 with tempfile.TemporaryDirectory() as folder:
