@@ -11,10 +11,11 @@ std::string numberText(double number, int digits) {
     return "nan";
   }
   std::array<char, 32> buffer{};
-  const auto [end, error] =
-      digits == allDigits ? std::to_chars(buffer.begin(), buffer.end(), number)
-                          : std::to_chars(buffer.begin(), buffer.end(), number, std::chars_format::general, digits);
-  return std::string(buffer.begin(), end);
+  char *const begin = buffer.data(), *const last = begin + buffer.size();
+  const auto [end, error] = digits == allDigits
+                                ? std::to_chars(begin, last, number)
+                                : std::to_chars(begin, last, number, std::chars_format::general, digits);
+  return {begin, end};
 }
 
 }  // namespace kxanalysis

@@ -6,12 +6,15 @@ set_property(DIRECTORY ${PROJECT_SOURCE_DIR} APPEND PROPERTY CMAKE_CONFIGURE_DEP
 
 file(STRINGS ${KXCALC_REGISTRY} registry_rows REGEX "^[^/]")
 set(KXCALC_EXPORTS "")
+set(KXCALC_FAMILIES "")
 foreach(row IN LISTS registry_rows)
-  if(NOT row MATCHES "^KXCALC_EXPORT\\([a-z]+, (kx[cC]alc[A-Za-z0-9_]+)\\)$")
+  if(NOT row MATCHES "^KXCALC_EXPORT\\(([a-z]+), (kx[cC]alc[A-Za-z0-9_]+)\\)$")
     message(FATAL_ERROR "${KXCALC_REGISTRY}: not a family and an export's name: ${row}")
   endif()
-  list(APPEND KXCALC_EXPORTS ${CMAKE_MATCH_1})
+  list(APPEND KXCALC_FAMILIES ${CMAKE_MATCH_1})
+  list(APPEND KXCALC_EXPORTS ${CMAKE_MATCH_2})
 endforeach()
+list(REMOVE_DUPLICATES KXCALC_FAMILIES)
 
 file(STRINGS ${KXCALC_HEADER} header_rows REGEX "^KXCALC_API ")
 set(header_exports "")

@@ -10,6 +10,7 @@ function(kxcalc_set_floating_point_model target)
   target_compile_options(${target} PRIVATE
     -ffp-contract=off # both compilers fuse a * b + c by default where the processor can, which skips a rounding
     -fno-fast-math # whatever the user's flags say: reassociation, reciprocals and flush-to-zero change bits
+    -fno-math-errno # a square root is one instruction, without the platform's function for negative numbers (the flag before resets it)
   )
   if(CMAKE_SIZEOF_VOID_P EQUAL 4 AND CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|i.86)$")
     target_compile_options(${target} PRIVATE

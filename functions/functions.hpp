@@ -1,4 +1,4 @@
-// The 58 functions as a table: of a library that is opened by name, of the one that a program is linked with, or of wrappers
+// The functions as a table: of a library that is opened by name, of the one that a program is linked with, or of wrappers
 // around either. All that stands above the kernels calls them through it.
 #pragma once
 

@@ -18,3 +18,7 @@ def exports(text=None):
 
 def names(text=None):
     return [name for _, name in exports(text)]
+
+
+def families(text=None):
+    return list(dict.fromkeys(family for family, _ in exports(text)))

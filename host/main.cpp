@@ -1,4 +1,6 @@
 // kxhost: measures, shows, filters and analyses recordings with the kernel library.
+#include <fmt/ostream.h>
+
 #include <algorithm>
 #include <exception>
 #include <filesystem>
@@ -65,7 +67,7 @@ int run(int argumentCount, char** arguments) {
   } catch (const CLI::ParseError& error) {
     std::string message = error.what();
     std::replace(message.begin(), message.end(), '\n', ' ');
-    std::cerr << "kxhost: " << message << " (kxhost --help tells more)\n";
+    fmt::print(std::cerr, "kxhost: {} (kxhost --help tells more)\n", message);
     return misused;
   }
   const auto opened = kxcalc::Library::open(libraryPath(library));
@@ -85,7 +87,7 @@ int main(int argumentCount, char** arguments) {
   try {
     return run(argumentCount, arguments);
   } catch (const std::exception& error) {
-    std::cerr << "kxhost: " << error.what() << '\n';
+    fmt::print(std::cerr, "kxhost: {}\n", error.what());
     return failed;
   }
 }

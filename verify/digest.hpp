@@ -2,55 +2,59 @@
 #pragma once
 
 #include <bit>
-#include <cmath>
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <limits>
+#include <span>
 #include <string>
 #include <type_traits>
+#include <variant>
 
-#include "buffer.hpp"
-#include "sha256.hpp"
+#include "functions/calls/call.hpp"
+#include "verify/sha256.hpp"
 
 namespace kxverify {
 
-class Digest {
+class Digest : public kxcalc::calls::Sink {
 public:
-  /// A result of arithmetic: all NaNs are one.
-  template <std::floating_point T>
-  void add(T number) {
-    addBits(std::isnan(number) ? std::numeric_limits<T>::quiet_NaN() : number);
-  }
-  void add(bool flag) { add(static_cast<uint8_t>(flag)); }
-  template <std::integral T>
-  void add(T number) {
-    addBytes(static_cast<std::make_unsigned_t<T>>(number));
-  }
-  /// A result whose bits the contract names, a NaN's too.
-  template <std::floating_point T>
-  void addBits(const T& number) {
-    addBytes(std::bit_cast<std::conditional_t<sizeof(T) == 4, uint32_t, uint64_t>>(number));
-  }
-
-  template <class T>
-  void add(const Buffer<T>& buffer) {
-    for (const T& element : buffer.withSurroundings()) {
-      add(element);
-    }
-  }
-  template <class T>
-  void addBits(const Buffer<T>& buffer) {
-    for (const T& element : buffer.withSurroundings()) {
-      addBits(element);
+  /// Results are hashed, inputs are not. Of numbers whose bits no contract names all NaNs are one.
+  void take(const char* /*name*/, kxcalc::calls::ConstElements elements, kxcalc::calls::Nan rule,
+            kxcalc::calls::Role role) override {
+    if (role != kxcalc::calls::Role::input) {
+      std::visit([&](auto numbers) { add(numbers, rule); }, elements);
     }
   }
 
   std::string hexadecimal() { return hash_.hexadecimal(); }
 
 private:
+  template <class T>
+  void add(std::span<const T> numbers, kxcalc::calls::Nan rule) {
+    for (const T& number : numbers) {
+      if constexpr (std::floating_point<T>) {
+        const bool isAnyNan = rule == kxcalc::calls::Nan::any && number != number;
+        addBits(isAnyNan ? std::bit_cast<BitsOf<T>>(std::numeric_limits<T>::quiet_NaN()) : bitsOf(number));
+      } else {
+        addBits(static_cast<std::make_unsigned_t<T>>(number));
+      }
+    }
+  }
+
+  template <class T>
+  using BitsOf = std::conditional_t<sizeof(T) == 4, uint32_t, uint64_t>;
+
+  /// Through memory: a signalling NaN keeps its bits.
+  template <class T>
+  static BitsOf<T> bitsOf(const T& number) {
+    BitsOf<T> bits;
+    std::memcpy(&bits, &number, sizeof bits);
+    return bits;
+  }
+
   template <std::unsigned_integral U>
-  void addBytes(U number) {
+  void addBits(U number) {
     unsigned char bytes[sizeof(U)];
     for (std::size_t i = 0; i < sizeof(U); ++i) {
       bytes[i] = static_cast<unsigned char>(static_cast<uint64_t>(number) >> (8 * i));

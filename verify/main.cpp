@@ -5,9 +5,9 @@
 #include <stdexcept>
 #include <string>
 
-#include "exercises.hpp"
 #include "functions/library.hpp"
-#include "manifest.hpp"
+#include "verify/input_sets.hpp"
+#include "verify/manifest.hpp"
 
 namespace {
 
@@ -25,25 +25,25 @@ constexpr char usage[] =
 
 void print(const kxcalc::Functions& functions) {
   std::puts("# SHA-256 of the results of every function on kxverify's input sets.");
-  for (const kxverify::Exercise& exercise : kxverify::exercises()) {
-    std::printf("%s  %s\n", hashOf(exercise, functions).c_str(), exercise.name);
+  for (const kxverify::Description& description : kxcalc::calls::descriptions()) {
+    std::printf("%s  %s\n", kxverify::hashOf(description, functions).c_str(), description.name);
   }
 }
 
 int compare(const kxcalc::Functions& functions, const kxverify::Manifest& manifest, const char* library) {
   int equal = 0;
   int total = 0;
-  for (const kxverify::Exercise& exercise : kxverify::exercises()) {
-    const auto published = manifest.find(exercise.name);
+  for (const kxverify::Description& description : kxcalc::calls::descriptions()) {
+    const auto published = manifest.find(description.name);
     const char* verdict = "differs";
     if (published == manifest.end()) {
       verdict = "is not in the manifest";
-    } else if (published->second == hashOf(exercise, functions)) {
+    } else if (published->second == kxverify::hashOf(description, functions)) {
       verdict = "equal";
       ++equal;
     }
     ++total;
-    std::printf("%-56s %s\n", exercise.name, verdict);
+    std::printf("%-56s %s\n", description.name, verdict);
   }
   std::printf("%s: %d of %d functions give the published bits\n", library, equal, total);
   return equal == total ? 0 : differs;

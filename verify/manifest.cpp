@@ -1,4 +1,4 @@
-#include "manifest.hpp"
+#include "verify/manifest.hpp"
 
 #include <fstream>
 #include <sstream>

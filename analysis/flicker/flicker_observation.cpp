@@ -19,7 +19,7 @@ std::span<const FlickerPeriod> FlickerObservation::feed(std::span<const float> s
   sensation = sensation.subspan(skipped);
   while (!sensation.empty()) {
     const auto part = sensation.first(static_cast<size_t>(std::min<uint64_t>(sensation.size(), length_ - observed_)));
-    const double largest = std::ranges::max(part);
+    const auto largest = static_cast<double>(std::ranges::max(part));
     current_.largest = observed_ == 0 ? largest : std::max(current_.largest, largest);
     classified_.assign(part.begin(), part.end());
     std::replace_if(

@@ -1,17 +1,19 @@
 // kxhost combustion: cylinder pressure over the crank angle, cycle by cycle.
+#include <fmt/ostream.h>
+
 #include <filesystem>
 #include <iostream>
-#include <nlohmann/json.hpp>
 
 #include "analysis/combustion/cycle_analysis.hpp"
 #include "analysis/combustion/engine_simulation.hpp"
 #include "analysis/combustion/pressure_cycles.hpp"
-#include "analysis/number_text.hpp"
 #include "host/commands/combustion_options.hpp"
 #include "host/commands/command.hpp"
-#include "host/pictures/combustion_plots.hpp"
-#include "host/pictures/plot.hpp"
+#include "host/pictures/combustion_pictures.hpp"
+#include "host/pictures/picture_file.hpp"
 #include "host/reports/floors.hpp"
+#include "host/reports/json.hpp"
+#include "host/reports/notes.hpp"
 #include "host/reports/required.hpp"
 #include "host/reports/table.hpp"
 #include "recordings/pressure_table.hpp"
@@ -20,16 +22,9 @@
 namespace kxhost {
 namespace {
 
-constexpr int digits = 6;
-
-using Json = nlohmann::ordered_json;
-
-std::string text(std::optional<double> number) {
-  return number ? numberText(*number, digits) : "-";
-}
-
-Json jsonNumber(std::optional<double> number) {
-  return number ? Json(*number) : Json(nullptr);
+std::string figure(std::optional<double> number) {
+  constexpr int digits = 6;
+  return cell(number, digits);
 }
 
 /// One figure of all cycles that have it.
@@ -65,47 +60,35 @@ std::vector<Quantity> quantitiesOf(const std::vector<CycleFigures>& cycles) {
 }
 
 void printCycles(const std::vector<CycleFigures>& cycles) {
-  Table table({{"Cycle", true},
-               {"Zero level/bar", true},
-               {"Peak pressure/bar", true},
-               {"Peak at/deg", true},
-               {"Gross IMEP/bar", true},
-               {"Steepest rise/(bar/deg)", true},
-               {"Rise at/deg", true}});
+  Table table({"Cycle", "Zero level/bar", "Peak pressure/bar", "Peak at/deg", "Gross IMEP/bar",
+               "Steepest rise/(bar/deg)", "Rise at/deg"});
   for (size_t i = 0; i < cycles.size(); ++i) {
     const CycleFigures& cycle = cycles[i];
-    table.add({std::to_string(i + 1), text(cycle.offset), text(cycle.peak), text(cycle.peakAngle),
-               text(cycle.meanEffectivePressure), text(cycle.rise.steepness), text(cycle.rise.angle)});
+    table.add({std::to_string(i + 1), figure(cycle.offset), figure(cycle.peak), figure(cycle.peakAngle),
+               figure(cycle.meanEffectivePressure), figure(cycle.rise.steepness), figure(cycle.rise.angle)});
   }
   table.print(std::cout);
 }
 
 void printOverall(const std::vector<CycleFigures>& cycles) {
-  Table table({{"All cycles", false},
-               {"Mean", true},
-               {"Minimum", true},
-               {"Maximum", true},
-               {"Standard deviation", true},
-               {"Coefficient of variation/%", true}});
+  Table table(
+      {Table::text("All cycles"), "Mean", "Minimum", "Maximum", "Standard deviation", "Coefficient of variation/%"});
   for (const Quantity& quantity : quantitiesOf(cycles)) {
     const Spread& spread = quantity.spread;
-    const auto orNone = [&](double number) { return spread.count > 0 ? text(number) : "-"; };
+    const auto orNone = [&](double number) { return figure(spread.count > 0 ? std::optional(number) : std::nullopt); };
     const bool isPressure = std::string_view(quantity.name).find("pressure_bar") != std::string_view::npos ||
                             std::string_view(quantity.name).find("imep") != std::string_view::npos;
     table.add({quantity.title, orNone(spread.mean), orNone(spread.minimum), orNone(spread.maximum),
-               text(spread.deviation), isPressure ? text(spread.variation()) : ""});
+               figure(spread.deviation), isPressure ? figure(spread.variation()) : ""});
   }
   table.print(std::cout);
 }
 
 void printPolytrope(const char* stroke, const std::optional<Polytrope>& polytrope) {
-  std::cout << "Polytropic exponent of the " << stroke << ": ";
-  if (polytrope) {
-    std::cout << text(polytrope->exponent) << " (from " << text(polytrope->window.from) << " to "
-              << text(polytrope->window.to) << " deg)\n";
-  } else {
-    std::cout << "- (no pressures above 0)\n";
-  }
+  fmt::print(std::cout, "Polytropic exponent of the {}: {}\n", stroke,
+             polytrope ? fmt::format("{:.6g} (from {:.6g} to {:.6g} deg)", polytrope->exponent, polytrope->window.from,
+                                     polytrope->window.to)
+                       : "- (no pressures above 0)");
 }
 
 void printText(const CombustionOptions& options, const PressureCycles& cycles, const CycleAnalysis& analysis,
@@ -115,15 +98,15 @@ void printText(const CombustionOptions& options, const PressureCycles& cycles, c
   printCycles(figures);
   std::cout << '\n';
   printOverall(figures);
-  std::cout << "\nCycles: " << cycles.count() << " of " << cycles.angles.size() << " samples, " << text(cycles.step())
-            << " deg apart\n"
-            << "Displacement: " << text(options.engine.displacement()) << " cm3, clearance "
-            << text(options.engine.clearance()) << " cm3\n"
-            << "Smoothed pressure: minimum " << text(statistics.minimum()) << " bar, maximum "
-            << text(statistics.maximum()) << " bar, average " << text(statistics.average()) << " bar, RMS "
-            << text(std::sqrt(statistics.meanSquare())) << " bar\n"
-            << "Peak of the average cycle: " << text(last.averagePeak) << " bar, of the average of the last "
-            << analysis.windowedCycles() << ": " << text(last.windowedPeak) << " bar\n";
+  fmt::print(std::cout,
+             "\nCycles: {} of {} samples, {:.6g} deg apart\n"
+             "Displacement: {:.6g} cm3, clearance {:.6g} cm3\n"
+             "Smoothed pressure: minimum {:.6g} bar, maximum {:.6g} bar, average {:.6g} bar, RMS {:.6g} bar\n"
+             "Peak of the average cycle: {} bar, of the average of the last {}: {:.6g} bar\n",
+             cycles.count(), cycles.angles.size(), cycles.step(), options.engine.displacement(),
+             options.engine.clearance(), statistics.minimum(), statistics.maximum(), statistics.average(),
+             std::sqrt(statistics.meanSquare()), figure(last.averagePeak), analysis.windowedCycles(),
+             last.windowedPeak);
   printPolytrope("compression", analysis.compression());
   printPolytrope("expansion", analysis.expansion());
 }
@@ -144,7 +127,9 @@ Json jsonOf(const std::vector<CycleFigures>& figures) {
 }
 
 Json jsonOf(const Spread& spread) {
-  const auto orNull = [&](double number) { return spread.count > 0 ? Json(number) : Json(nullptr); };
+  const auto orNull = [&](double number) {
+    return jsonNumber(spread.count > 0 ? std::optional(number) : std::nullopt);
+  };
   return {{"mean", orNull(spread.mean)},
           {"minimum", orNull(spread.minimum)},
           {"maximum", orNull(spread.maximum)},
@@ -153,47 +138,40 @@ Json jsonOf(const Spread& spread) {
 }
 
 Json exponentOf(const std::optional<Polytrope>& polytrope) {
-  return polytrope ? Json(polytrope->exponent) : Json(nullptr);
+  return jsonNumber(polytrope ? std::optional(polytrope->exponent) : std::nullopt);
 }
 
-void printJson(const CombustionOptions& options, const PressureCycles& cycles, const CycleAnalysis& analysis,
-               const std::vector<CycleFigures>& figures) {
+Json jsonOf(const CombustionOptions& options, const PressureCycles& cycles, const CycleAnalysis& analysis,
+            const std::vector<CycleFigures>& figures) {
   const Statistics<float>& statistics = analysis.statistics();
   Json overall;
   for (const Quantity& quantity : quantitiesOf(figures)) {
     overall[quantity.name] = jsonOf(quantity.spread);
   }
-  const Json all{{"source", options.source()},
-                 {"samples_per_cycle", cycles.angles.size()},
-                 {"step_deg", cycles.step()},
-                 {"displacement_cm3", options.engine.displacement()},
-                 {"clearance_cm3", options.engine.clearance()},
-                 {"cycles", jsonOf(figures)},
-                 {"overall", std::move(overall)},
-                 {"windowed_cycles", analysis.windowedCycles()},
-                 {"smoothed_pressure_bar",
-                  {{"minimum", statistics.minimum()},
-                   {"maximum", statistics.maximum()},
-                   {"average", statistics.average()},
-                   {"rms", std::sqrt(statistics.meanSquare())}}},
-                 {"compression_exponent", exponentOf(analysis.compression())},
-                 {"expansion_exponent", exponentOf(analysis.expansion())}};
-  std::cout << all.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
+  return {{"source", options.source()},
+          {"samples_per_cycle", cycles.angles.size()},
+          {"step_deg", cycles.step()},
+          {"displacement_cm3", options.engine.displacement()},
+          {"clearance_cm3", options.engine.clearance()},
+          {"cycles", jsonOf(figures)},
+          {"overall", std::move(overall)},
+          {"windowed_cycles", analysis.windowedCycles()},
+          {"smoothed_pressure_bar",
+           {{"minimum", statistics.minimum()},
+            {"maximum", statistics.maximum()},
+            {"average", statistics.average()},
+            {"rms", std::sqrt(statistics.meanSquare())}}},
+          {"compression_exponent", exponentOf(analysis.compression())},
+          {"expansion_exponent", exponentOf(analysis.expansion())}};
 }
 
-/// The four pictures, for which OUT.png stands as OUT-pressure.png and so on. They are begun before the work: it may
-/// turn out that nothing can be written there.
+/// The four pictures, begun before the work.
 struct Pictures {
-  static std::string named(const std::string& plot, const char* what) {
-    const std::filesystem::path file = plot;
-    return (file.parent_path() / (file.stem().string() + '-' + what + file.extension().string())).string();
-  }
-
-  explicit Pictures(const std::string& plot)
-      : pressures(named(plot, "pressure")),
-        linear(named(plot, "pv")),
-        logarithmic(named(plot, "pv-log")),
-        trend(named(plot, "trend")) {}
+  explicit Pictures(const std::string& name)
+      : pressures(pictureFile(name, "pressure")),
+        linear(pictureFile(name, "pv")),
+        logarithmic(pictureFile(name, "pv-log")),
+        trend(pictureFile(name, "trend")) {}
 
   void draw(const Functions& functions, const std::string& title, const CycleAnalysis& analysis,
             const std::vector<CycleFigures>& figures) const {
@@ -208,8 +186,8 @@ struct Pictures {
 
 std::string titleOf(const CombustionOptions& options, const PressureCycles& cycles) {
   const std::string source = options.simulate ? "simulated" : std::filesystem::path(options.file).filename().string();
-  return source + " (" + std::to_string(cycles.count()) + (cycles.count() == 1 ? " cycle of " : " cycles of ") +
-         std::to_string(cycles.angles.size()) + " samples)";
+  return fmt::format("{} ({} {} of {} samples)", source, cycles.count(), cycles.count() == 1 ? "cycle" : "cycles",
+                     cycles.angles.size());
 }
 
 CutCycles cyclesFor(const CombustionOptions& options) {
@@ -223,8 +201,8 @@ CutCycles cyclesFor(const CombustionOptions& options) {
 int runCombustion(const Functions& functions, const CombustionOptions& options) {
   std::optional<Pictures> pictures;
   std::optional<OutputFile> output;
-  if (!options.plot.empty()) {
-    pictures.emplace(options.plot);
+  if (!options.picture.empty()) {
+    pictures.emplace(options.picture);
   }
   if (!options.output.empty()) {
     output.emplace(options.output);
@@ -243,10 +221,14 @@ int runCombustion(const Functions& functions, const CombustionOptions& options) 
     pictures->draw(functions, titleOf(options, cycles), analysis, figures);
   }
   if (leftOut > 0) {
-    std::cerr << "kxhost: " << options.file << ": " << leftOut << " samples outside of the " << cycles.count()
-              << " complete cycles are left out\n";
+    printNotes(options.file,
+               {fmt::format("{} samples outside of the {} complete cycles are left out", leftOut, cycles.count())});
   }
-  (options.json ? printJson : printText)(options, cycles, analysis, figures);
+  if (options.json) {
+    printJson(jsonOf(options, cycles, analysis, figures));
+  } else {
+    printText(options, cycles, analysis, figures);
+  }
   return 0;
 }
 

@@ -1,26 +1,21 @@
 #include "host/commands/combustion_options.hpp"
 
-#include <charconv>
+#include <fmt/format.h>
+
 #include <cmath>
 
-#include "analysis/number_text.hpp"
-#include "host/pictures/plot.hpp"
+#include "host/commands/options.hpp"
 #include "host/reports/floors.hpp"
 
 namespace kxhost {
 namespace {
 
 AngleWindow windowIn(const std::string& option, const std::string& text) {
-  AngleWindow window{};
-  const char* const end = text.data() + text.size();
-  const auto [comma, fromError] = std::from_chars(text.data(), end, window.from);
-  if (fromError == std::errc() && comma != end && *comma == ',') {
-    const auto [rest, toError] = std::from_chars(comma + 1, end, window.to);
-    if (toError == std::errc() && rest == end && window.from >= -360 && window.from < window.to && window.to <= 360) {
-      return window;
-    }
+  const auto pair = pairIn<double>(text);
+  if (!pair || !(pair->first >= -360 && pair->first < pair->second && pair->second <= 360)) {
+    throw CLI::ValidationError(option, "is not two rising angles FROM,TO from -360 to 360: " + text);
   }
-  throw CLI::ValidationError(option, "is not two rising angles FROM,TO from -360 to 360: " + text);
+  return {pair->first, pair->second};
 }
 
 template <class Window>
@@ -42,18 +37,11 @@ struct Numbers {
   template <class T>
   void add(const std::string& name, T& value, double low, double high, const std::string& unit,
            const std::string& help) const {
-    auto* option =
-        command.add_option(name, value, help)
-            ->type_name(unit)
-            ->check([low, high](const std::string& text) {
-              double number = 0;
-              const bool isNumber = CLI::detail::lexical_cast(text, number);
-              return isNumber && number >= low && number <= high
-                         ? std::string()
-                         : text + " is not a number from " + numberText(low, 6) + " to " + numberText(high, 6);
-            })
-            ->group(group)
-            ->capture_default_str();
+    auto* option = command.add_option(name, value, help)
+                       ->type_name(unit)
+                       ->check(between(low, high))
+                       ->group(group)
+                       ->capture_default_str();
     if (needed != nullptr) {
       option->needs(needed);
     }
@@ -172,7 +160,7 @@ void CombustionOptions::requireSense() const {
       throw CLI::ValidationError("--step", "720 degrees are not a whole number of steps");
     }
     if (length * simulation.cycles > static_cast<double>(mostPressures)) {
-      throw CLI::ValidationError("--cycles", "that is more than " + std::to_string(mostPressures) + " samples");
+      throw CLI::ValidationError("--cycles", fmt::format("that is more than {} samples", mostPressures));
     }
   }
 }
@@ -180,10 +168,7 @@ void CombustionOptions::requireSense() const {
 void addCombustionOptions(CLI::App& command, CombustionOptions& options) {
   command.add_option("FILE", options.file, "Crank angle and pressures")
       ->type_name("")
-      ->check([](const std::string& file) {
-        const bool isTable = file.ends_with(".csv") || file.ends_with(".tsv");
-        return isTable ? "" : file + " does not end in .csv or .tsv";
-      });
+      ->check(endingIn({".csv", ".tsv"}));
   auto* simulate = command.add_flag("--simulate", options.simulate, "Simulate the cycles instead of reading them");
   command
       .add_option("--column", options.columns,
@@ -192,15 +177,12 @@ void addCombustionOptions(CLI::App& command, CombustionOptions& options) {
       ->allow_extra_args(false)
       ->excludes(simulate);
   command.add_flag("--json", options.json, "Print JSON");
-  command
-      .add_option("--plot", options.plot,
-                  "Draw OUT-pressure.png, OUT-pv.png, OUT-pv-log.png (double-logarithmic) and OUT-trend.png")
-      ->type_name("OUT.png|OUT.svg")
-      ->check([](const std::string& file) { return canDraw(file) ? "" : file + " does not end in .png or .svg"; });
+  addPictureOption(command, options.picture,
+                   "Draw OUT-pressure.png, OUT-pv.png, OUT-pv-log.png (double-logarithmic) and OUT-trend.png");
   command.add_option("-o,--output", options.output, "Write the simulated pressures, as FILE.csv takes them")
       ->type_name("OUT.csv")
       ->needs(simulate)
-      ->check([](const std::string& file) { return file.ends_with(".csv") ? "" : file + " does not end in .csv"; });
+      ->check(endingIn({".csv"}));
   addEngine(command, options.engine);
   addAnalysis(command, options.analysis);
   addSimulation(command, options.simulation, simulate);

@@ -17,7 +17,7 @@ struct CombustionOptions {
   std::vector<std::string> columns;
   bool simulate = false;
   bool json = false;
-  std::string plot;
+  std::string picture;
   std::string output;
   Engine engine;
   AnalysisOptions analysis;

@@ -6,16 +6,11 @@
 
 #include "functions/functions.hpp"
 #include "host/reports/floors.hpp"
-#include "recordings/recording.hpp"
 
 namespace kxhost {
 
 /// What the chosen subcommand does with the library. Returns the program's exit code.
 using Action = std::function<int(const Functions&)>;
-
-/// Adds the options about input files, which all subcommands share.
-/// @param rateOption  what the one for the files' sample rate is called.
-void addInputOptions(CLI::App& command, InputOptions& options, const std::string& rateOption = "--rate");
 
 /// Each of these adds a subcommand, which sets `chosen` when it is the one.
 void addStatsCommand(CLI::App& program, Action& chosen);

@@ -1,5 +1,6 @@
 // kxhost filter: a recording through a low-pass, a high-pass or a band-pass, and the filter's frequency response.
-#include <charconv>
+#include <fmt/format.h>
+
 #include <cmath>
 #include <iostream>
 #include <limits>
@@ -8,10 +9,12 @@
 #include "analysis/filters/stream_filter.hpp"
 #include "analysis/number_text.hpp"
 #include "host/commands/command.hpp"
-#include "host/pictures/frequency_plot.hpp"
-#include "host/pictures/plot.hpp"
+#include "host/commands/input_files.hpp"
+#include "host/commands/options.hpp"
+#include "host/pictures/picture_file.hpp"
 #include "host/pictures/response_picture.hpp"
 #include "host/reports/floors.hpp"
+#include "host/reports/notes.hpp"
 #include "host/reports/progress.hpp"
 #include "host/reports/required.hpp"
 #include "recordings/audio_output.hpp"
@@ -28,7 +31,7 @@ struct Edges {
 struct FilterOptions {
   std::string file;
   std::string output;
-  std::string plot;
+  std::string picture;
   InputOptions input;
   Edges edges;
   int order = 4;
@@ -37,20 +40,20 @@ struct FilterOptions {
 };
 
 std::string nameOf(const Edges& edges) {
-  return !edges.low    ? "low-pass at " + hertz(*edges.high)
-         : !edges.high ? "high-pass at " + hertz(*edges.low)
-                       : "band-pass from " + hertz(*edges.low) + " to " + hertz(*edges.high);
+  return !edges.low    ? fmt::format("low-pass at {:.6g} Hz", *edges.high)
+         : !edges.high ? fmt::format("high-pass at {:.6g} Hz", *edges.low)
+                       : fmt::format("band-pass from {:.6g} Hz to {:.6g} Hz", *edges.low, *edges.high);
 }
 
 std::string nameOf(const FilterOptions& options, const FilterDesign& design) {
   const std::string band = nameOf(options.edges);
   if (options.taps) {
-    return (options.window == Window::hamming ? "Hamming" : "Blackman") + std::string("-windowed sinc ") + band + ", " +
-           std::to_string(*options.taps) + " taps";
+    const char* const window = options.window == Window::hamming ? "Hamming" : "Blackman";
+    return fmt::format("{}-windowed sinc {}, {} taps", window, band, *options.taps);
   }
   const size_t sections = std::get<std::vector<Section>>(design).size();
-  return "Butterworth " + band + ", order " + std::to_string(options.order) + " in " + std::to_string(sections) +
-         (sections == 1 ? " section" : " sections");
+  return fmt::format("Butterworth {}, order {} in {} {}", band, options.order, sections,
+                     sections == 1 ? "section" : "sections");
 }
 
 /// The edges as fractions of the sample rate. Throws if no filter can have them.
@@ -58,14 +61,17 @@ PassBand bandOf(const FilterOptions& options, double rate) {
   const double least = leastDistance * rate;
   for (const auto& edge : {options.edges.low, options.edges.high}) {
     if (edge && !(*edge >= least && *edge <= rate / 2 - least)) {
-      throw FileError(options.file, "cannot be filtered at " + hertz(*edge) + ": at its sample rate of " + hertz(rate) +
-                                        " the edges of a filter lie above 0 and below " + hertz(rate / 2) + ", by " +
-                                        hertz(least) + " or more");
+      throw FileError(options.file,
+                      fmt::format("cannot be filtered at {:.6g} Hz: at its sample rate of {:.6g} Hz the edges of a "
+                                  "filter lie above 0 and below {:.6g} Hz, by {:.6g} Hz or more",
+                                  *edge, rate, rate / 2, least));
     }
   }
   if (options.edges.low && options.edges.high && *options.edges.high - *options.edges.low < least) {
-    throw FileError(options.file, "cannot be filtered: the edges of a band-pass must be " + hertz(least) +
-                                      " or more apart at a sample rate of " + hertz(rate));
+    throw FileError(options.file,
+                    fmt::format("cannot be filtered: the edges of a band-pass must be {:.6g} Hz or more apart at a "
+                                "sample rate of {:.6g} Hz",
+                                least, rate));
   }
   return {options.edges.low.value_or(0) / rate, options.edges.high ? *options.edges.high / rate : 0.5};
 }
@@ -82,7 +88,7 @@ template <class T>
 void requireFinite(const std::string& file, std::span<const T> values, uint64_t firstFrame) {
   for (size_t i = 0; i < values.size(); ++i) {
     if (!std::isfinite(values[i])) {
-      throw FileError(file, "cannot be filtered: sample " + std::to_string(firstFrame + i) + " is not a finite number");
+      throw FileError(file, fmt::format("cannot be filtered: sample {} is not a finite number", firstFrame + i));
     }
   }
 }
@@ -121,8 +127,10 @@ void filterInto(const Functions& functions, const std::string& file, Recording& 
 
 int wholeRate(const FilterOptions& options, double rate) {
   if (rate != std::floor(rate) || rate > std::numeric_limits<int>::max()) {
-    throw FileError(options.file, "cannot be filtered into an audio file: its rate of " + hertz(rate) +
-                                      " is not a whole number that those can hold");
+    throw FileError(options.file,
+                    fmt::format("cannot be filtered into an audio file: its rate of {:.6g} Hz is not a whole number "
+                                "that those can hold",
+                                rate));
   }
   return static_cast<int>(rate);
 }
@@ -130,16 +138,10 @@ int wholeRate(const FilterOptions& options, double rate) {
 int runFilter(const Functions& functions, const FilterOptions& options) {
   const auto recording = openRecording(options.file, options.input);
   const Format& format = recording->format();
-  if (!format.rate) {
-    throw FileError(options.file, "carries no sample rate: --rate is needed");
-  }
-  const double rate = *format.rate;
+  const double rate = rateOf(options.file, format);
   const PassBand band = bandOf(options, rate);
   const FilterDesign design = designOf(options, band);
-  std::optional<OutputFile> picture;
-  if (!options.plot.empty()) {
-    picture.emplace(options.plot);  // first of all: it may turn out that nothing can be written there
-  }
+  const std::optional<OutputFile> picture = begunPicture(options.picture);
   std::optional<AudioOutput> output;
   if (!options.output.empty()) {
     output.emplace(options.output, format.channels.size(), wholeRate(options, rate));
@@ -150,38 +152,31 @@ int runFilter(const Functions& functions, const FilterOptions& options) {
   std::string said = name + '\n';
   if (options.taps) {
     const double delay = static_cast<double>(*options.taps - 1) / 2;
-    said += "delay: " + numberText(delay, allDigits) + " samples, " + numberText(1000 * delay / rate, 6) + " ms\n";
+    said += fmt::format("delay: {} samples, {:.6g} ms\n", numberText(delay, allDigits), 1000 * delay / rate);
   }
   if (picture) {
     const Responses responses = responsesOf(functions, design, band, rate);
-    drawResponses(*picture, name + ", sample rate " + hertz(rate), responses);
+    drawResponses(*picture, fmt::format("{}, sample rate {:.6g} Hz", name, rate), responses);
     said += edgesText(responses) + '\n';
   }
   if (output) {
     output->finish();
-    said += options.output + ": " + std::to_string(output->frames()) + " frames at " + hertz(rate) + '\n';
+    said += fmt::format("{}: {} frames at {:.6g} Hz\n", options.output, output->frames(), rate);
   }
-  for (const std::string& note : recording->notes()) {
-    std::cerr << "kxhost: " << options.file << ": " << note << '\n';
-  }
+  printNotes(options.file, recording->notes());
   std::cout << said;
   return 0;
 }
 
 Edges edgesIn(const std::string& text) {
-  double low = 0, high = 0;
-  const char* const end = text.data() + text.size();
-  const auto [comma, lowError] = std::from_chars(text.data(), end, low);
-  if (lowError == std::errc() && comma != end && *comma == ',') {
-    const auto [rest, highError] = std::from_chars(comma + 1, end, high);
-    if (highError == std::errc() && rest == end) {
-      if (!(low < high)) {
-        throw CLI::ValidationError("--bandpass", "its first frequency must be below the second one: " + text);
-      }
-      return {low, high};
-    }
+  const auto edges = pairIn<double>(text);
+  if (!edges) {
+    throw CLI::ValidationError("--bandpass", "is not two frequencies LOW,HIGH: " + text);
   }
-  throw CLI::ValidationError("--bandpass", "is not two frequencies LOW,HIGH: " + text);
+  if (!(edges->first < edges->second)) {
+    throw CLI::ValidationError("--bandpass", "its first frequency must be below the second one: " + text);
+  }
+  return {edges->first, edges->second};
 }
 
 void addDesignOptions(CLI::App& command, const std::shared_ptr<FilterOptions>& options) {
@@ -227,18 +222,11 @@ void addDesignOptions(CLI::App& command, const std::shared_ptr<FilterOptions>& o
 void addFilterCommand(CLI::App& program, Action& chosen) {
   const auto options = std::make_shared<FilterOptions>();
   CLI::App& command = *program.add_subcommand("filter", "Low-pass, high-pass or band-pass of every channel");
-  command
-      .add_option("FILE", options->file, "Recording: an audio file, a CSV file with a header row, raw samples (--raw)")
-      ->required()
-      ->type_name("");
+  addRecordingOption(command, options->file).required();
   addInputOptions(command, options->input);
   addDesignOptions(command, options);
-  command.add_option("-o,--output", options->output, "The file to write, of 32-bit floats")
-      ->type_name("OUT.wav")
-      ->check([](const std::string& file) { return file.ends_with(".wav") ? "" : file + " does not end in .wav"; });
-  command.add_option("--plot", options->plot, "Draw the filter's frequency response, as designed and as measured")
-      ->type_name("OUT.png|OUT.svg")
-      ->check([](const std::string& file) { return canDraw(file) ? "" : file + " does not end in .png or .svg"; });
+  addAudioOutputOption(command, options->output, "The file to write, of 32-bit floats");
+  addPictureOption(command, options->picture, "Draw the filter's frequency response, as designed and as measured");
   command.footer(
       "A Butterworth filter is 3.01 dB down at its edges and falls by 6.02 dB an octave for each order beyond; it is\n"
       "designed by the bilinear transform with prewarped edges. A windowed sinc is about 6 dB down at its edges, "
@@ -253,11 +241,11 @@ void addFilterCommand(CLI::App& program, Action& chosen) {
       "  kxhost filter take1.wav --bandpass 300,3400 --order 6 -o phone.wav --plot response.png\n"
       "  kxhost filter take1.wav --lowpass 1000 --fir 201 --window blackman --plot response.svg");
   command.callback([options, &chosen] {
-    if (options->output.empty() && options->plot.empty()) {
+    if (options->output.empty() && options->picture.empty()) {
       throw CLI::RequiredError("--output or --plot");
     }
     if (options->taps && *options->taps % 2 == 0 && !options->edges.high) {
-      throw CLI::ValidationError("--fir", "a high-pass needs an odd number of taps: " + std::to_string(*options->taps));
+      throw CLI::ValidationError("--fir", fmt::format("a high-pass needs an odd number of taps: {}", *options->taps));
     }
     chosen = [options](const Functions& functions) { return runFilter(functions, *options); };
   });

@@ -1,6 +1,7 @@
-// kxhost flicker: flickermeter for recordings of the mains voltage, and its test.
+// kxhost flicker: flickermeter for recordings of the mains voltage, and whether it conforms to its standard.
+#include <fmt/format.h>
+
 #include <cmath>
-#include <iostream>
 #include <limits>
 #include <stdexcept>
 
@@ -9,25 +10,26 @@
 #include "analysis/flicker/flickermeter.hpp"
 #include "analysis/number_text.hpp"
 #include "host/commands/command.hpp"
-#include "host/pictures/flicker_plot.hpp"
-#include "host/pictures/plot.hpp"
+#include "host/commands/input_files.hpp"
+#include "host/commands/options.hpp"
+#include "host/pictures/flicker_picture.hpp"
+#include "host/pictures/picture_file.hpp"
 #include "host/reports/flicker_conformity.hpp"
 #include "host/reports/flicker_report.hpp"
 #include "host/reports/floors.hpp"
+#include "host/reports/notes.hpp"
 #include "host/reports/progress.hpp"
 #include "host/reports/required.hpp"
-#include "recordings/output_file.hpp"
 #include "recordings/recording.hpp"
 
 namespace kxhost {
 namespace {
 
-constexpr int figureDigits = 5, timeDigits = 10;
-constexpr uint64_t plotColumns = 1000;
+constexpr uint64_t pictureColumns = 1000;
 
 struct FlickerOptions {
   std::string file;
-  std::string test;
+  std::string part;  // of the standard's points
   std::optional<double> tolerance;
   InputOptions input;
   int channel = 1;
@@ -36,7 +38,7 @@ struct FlickerOptions {
   double settling = 30;
   double period = 600;
   bool json = false;
-  std::string plot;
+  std::string picture;
 };
 
 std::optional<Lamp> lampOf(const FlickerOptions& options) {
@@ -58,15 +60,15 @@ template <class T>
 void measure(const Functions& functions, const FlickerOptions& options, Recording& recording, FlickerResult& result) {
   const Format& format = recording.format();
   const size_t channels = format.channels.size();
-  const uint64_t columns = options.plot.empty() ? 0 : plotColumns;
+  const uint64_t columns = options.picture.empty() ? 0 : pictureColumns;
   Envelope<float> envelope(functions, columns > 0 ? countFrames<T>(recording) : 0, columns);
   Flickermeter meter = required(Flickermeter::create(functions, result.setting, result.rate), options.file);
   FlickerObservation observation =
       required(FlickerObservation::create(functions, result.settling, result.period), options.file);
   const auto observe = [&](const kxcalc::Result<std::span<const float>>& sensation) {
     if (!sensation) {
-      throw FileError(options.file, sensation.problem() + " in channel " + result.channel + ", after " +
-                                        numberText(result.secondsOf(result.samples), figureDigits) + " s");
+      throw FileError(options.file, fmt::format("{} in channel {}, after {:.5g} s", sensation.problem(), result.channel,
+                                                result.secondsOf(result.samples)));
     }
     const auto periods = observation.feed(*sensation);
     result.periods.insert(result.periods.end(), periods.begin(), periods.end());
@@ -92,28 +94,21 @@ void measure(const Functions& functions, const FlickerOptions& options, Recordin
 /// What is to be measured, before any sample is read.
 FlickerResult settingOf(const FlickerOptions& options, const Format& format) {
   const std::string& file = options.file;
-  if (!format.rate) {
-    throw FileError(file, "carries no sample rate: --rate is needed");
-  }
-  const double rate = *format.rate;
+  const double rate = rateOf(file, format);
   if (rate < leastFlickerRate) {
-    throw FileError(file, "has a sample rate of " + numberText(rate, timeDigits) + " Hz, flicker needs at least " +
-                              numberText(leastFlickerRate, allDigits) + " Hz");
+    throw FileError(file, fmt::format("has a sample rate of {:.10g} Hz, flicker needs at least {} Hz", rate,
+                                      numberText(leastFlickerRate, allDigits)));
   }
-  const size_t channels = format.channels.size();
-  if (options.channel < 1 || static_cast<size_t>(options.channel) > channels) {
-    throw FileError(file, "has no channel " + std::to_string(options.channel) + ", they are numbered 1 to " +
-                              std::to_string(channels));
-  }
+  const size_t channel = channelIndex(file, format, options.channel);
   const double period = std::round(options.period * rate);
   if (period > std::numeric_limits<uint32_t>::max()) {
-    throw FileError(file, "has " + numberText(period, timeDigits) + " samples in a period, more than can be counted");
+    throw FileError(file, fmt::format("has {:.10g} samples in a period, more than can be counted", period));
   }
   FlickerSetting setting = nominalSetting(lampOf(options).value_or(Lamp::volts230));
   setting.mains = options.mains.value_or(setting.mains);
   FlickerResult result;
   result.file = file;
-  result.channel = format.channels[static_cast<size_t>(options.channel - 1)];
+  result.channel = format.channels[channel];
   result.setting = setting;
   result.rate = rate;
   result.settling = static_cast<uint64_t>(std::round(options.settling * rate));
@@ -125,62 +120,62 @@ int runFile(const Functions& functions, const FlickerOptions& options) {
   const auto recording = openRecording(options.file, options.input);
   const Format& format = recording->format();
   FlickerResult result = settingOf(options, format);
-  std::optional<OutputFile> picture;
-  if (!options.plot.empty()) {
-    picture.emplace(options.plot);
-  }
+  const std::optional<OutputFile> picture = begunPicture(options.picture);
   visitSampleType(format.type, [&]<class T>() { measure<T>(functions, options, *recording, result); });
-  const double duration = result.secondsOf(result.samples), needed = result.beginOf(1);
   if (result.periods.empty()) {
-    throw FileError(options.file, "lasts " + numberText(duration, figureDigits) +
-                                      " s: settling and one period (--settling, --period) take " +
-                                      numberText(needed, figureDigits) + " s");
+    throw FileError(options.file,
+                    fmt::format("lasts {:.5g} s: settling and one period (--settling, --period) take {:.5g} s",
+                                result.secondsOf(result.samples), result.beginOf(1)));
   }
   if (picture) {
-    const std::string what = ", channel " + result.channel + ", " + settingText(result.setting);
-    drawFlicker(*picture, titleOf(options.file, format) + what, result);
+    drawFlicker(
+        *picture,
+        fmt::format("{}, channel {}, {}", titleOf(options.file, format), result.channel, settingText(result.setting)),
+        result);
   }
-  for (const std::string& note : recording->notes()) {
-    std::cerr << "kxhost: " << options.file << ": " << note << '\n';
+  printNotes(options.file, recording->notes());
+  if (options.json) {
+    printJson(jsonOf(result));
+  } else {
+    printTable(result);
   }
-  options.json ? printJson(result) : printTable(result);
   return 0;
 }
 
-int runTest(const Functions& functions, const FlickerOptions& options) {
-  constexpr double testRate = 12000;  // whole numbers of samples in the half cycles of 50 Hz and of 60 Hz
-  const double rate = options.input.rate.value_or(testRate);
-  constexpr double highestTestRate = 1e6;
-  if (!(rate >= leastFlickerRate && rate <= highestTestRate)) {
-    throw std::runtime_error("--test: the sample rate must be from " + numberText(leastFlickerRate, allDigits) +
-                             " to 1000000 Hz");
+int runConformity(const Functions& functions, const FlickerOptions& options) {
+  constexpr double usualRate = 12000;  // whole numbers of samples in the half cycles of 50 Hz and of 60 Hz
+  const double rate = options.input.rate.value_or(usualRate);
+  constexpr double highestRate = 1e6;
+  if (!(rate >= leastFlickerRate && rate <= highestRate)) {
+    throw std::runtime_error(
+        fmt::format("--test: the sample rate must be from {:.10g} to {:.10g} Hz", leastFlickerRate, highestRate));
   }
-  return testFlickermeter(functions, {options.test, lampOf(options), rate, options.tolerance, options.json}) ? 0 : 1;
+  const bool conforms =
+      reportFlickerConformity(functions, {options.part, lampOf(options), rate, options.tolerance, options.json});
+  return conforms ? 0 : 1;
 }
 
 void addMeasurementOptions(CLI::App& command, FlickerOptions& options) {
-  command.add_option("--channel", options.channel, "Which channel, counted from 1")
-      ->type_name("NUMBER")
-      ->capture_default_str();
+  addChannelOption(command, options.channel);
   command.add_option("--mains", options.mains, "Nominal mains frequency, 50 or 60 (default: the lamp's)")
       ->type_name("HZ")
       ->check(CLI::IsMember({50.0, 60.0}));
   command.add_option("--settling", options.settling, "Time to leave out at the beginning, in seconds, up to 3600")
       ->type_name("SECONDS")
+      ->check(between(0, 3600))
       ->capture_default_str();
   command.add_option("--period", options.period, "Observation period of each Pst, in seconds, from 1 to 86400")
       ->type_name("SECONDS")
+      ->check(between(1, 86400))
       ->capture_default_str();
-  command.add_option("--plot", options.plot, "Draw the sensation over time and its cumulative probability")
-      ->type_name("OUT.png|OUT.svg")
-      ->check([](const std::string& file) { return canDraw(file) ? "" : file + " does not end in .png or .svg"; });
+  addPictureOption(command, options.picture, "Draw the sensation over time and its cumulative probability");
 }
 
-void addTestOptions(CLI::App& command, FlickerOptions& options) {
+void addConformityOptions(CLI::App& command, FlickerOptions& options) {
   auto* const test =
       command
           .add_option(
-              "--test", options.test,
+              "--test", options.part,
               "Test the meter instead, with all, the sinusoidal, the rectangular or the pst points of the standard")
           ->type_name("[POINTS]")
           ->expected(0, 1)
@@ -200,9 +195,7 @@ void addTestOptions(CLI::App& command, FlickerOptions& options) {
 void addFlickerCommand(CLI::App& program, Action& chosen) {
   const auto options = std::make_shared<FlickerOptions>();
   CLI::App& command = *program.add_subcommand("flicker", "Flicker severity of a mains voltage (IEC 61000-4-15)");
-  command
-      .add_option("FILE", options->file, "Recording: an audio file, a CSV file with a header row, raw samples (--raw)")
-      ->type_name("");
+  addRecordingOption(command, options->file);
   addInputOptions(command, options->input);
   command
       .add_option("--lamp", options->lamp,
@@ -211,7 +204,7 @@ void addFlickerCommand(CLI::App& program, Action& chosen) {
       ->check(CLI::IsMember({230, 120}));
   command.add_flag("--json", options->json, "Print JSON");
   addMeasurementOptions(command, *options);
-  addTestOptions(command, *options);
+  addConformityOptions(command, *options);
   command.footer(
       "The voltage may be in any unit: it is measured relative to its own RMS value, which the meter follows as "
       "slowly\n"
@@ -231,21 +224,15 @@ void addFlickerCommand(CLI::App& program, Action& chosen) {
       "  kxhost flicker --test\n"
       "  kxhost flicker --test pst --lamp 230 --rate 8000");
   command.callback([options, &command, &chosen] {
-    const bool isTest = command.count("--test") > 0;
-    if (!isTest && options->file.empty()) {
+    const bool isAboutConformity = command.count("--test") > 0;
+    if (!isAboutConformity && options->file.empty()) {
       throw CLI::RequiredError("FILE or --test");
-    }
-    if (!(options->settling >= 0 && options->settling <= 3600)) {
-      throw CLI::ValidationError("--settling", "is not from 0 to 3600 s");
-    }
-    if (!(options->period >= 1 && options->period <= 86400)) {
-      throw CLI::ValidationError("--period", "is not from 1 to 86400 s");
     }
     if (options->tolerance && !(*options->tolerance > 0)) {
       throw CLI::ValidationError("--tolerance", "is not above 0 %");
     }
-    chosen = [options, isTest](const Functions& functions) {
-      return isTest ? runTest(functions, *options) : runFile(functions, *options);
+    chosen = [options, isAboutConformity](const Functions& functions) {
+      return isAboutConformity ? runConformity(functions, *options) : runFile(functions, *options);
     };
   });
 }

@@ -1,4 +1,6 @@
 // kxhost generate: recordings to try things on.
+#include <fmt/ostream.h>
+
 #include <algorithm>
 #include <cmath>
 #include <iostream>
@@ -6,7 +8,7 @@
 #include "analysis/number_text.hpp"
 #include "analysis/power/mains_signal.hpp"
 #include "host/commands/command.hpp"
-#include "host/commands/number_range.hpp"
+#include "host/commands/options.hpp"
 #include "host/reports/floors.hpp"
 #include "host/reports/required.hpp"
 #include "recordings/audio_output.hpp"
@@ -44,8 +46,9 @@ int runGeneratePower(const Functions& functions, const GeneratePowerOptions& opt
   MainsSettings settings = options.mains;
   settings.rate = options.rate;
   if (!(settings.frequency < settings.rate / 2)) {
-    throw FileError(options.output, "cannot hold a frequency of " + numberText(settings.frequency, allDigits) +
-                                        " Hz: it must be below half of the sample rate");
+    throw FileError(options.output,
+                    fmt::format("cannot hold a frequency of {} Hz: it must be below half of the sample rate",
+                                numberText(settings.frequency, allDigits)));
   }
   if (options.isCsv()) {
     CsvOutput output(options.output, {"U1 [V]", "U2 [V]", "U3 [V]", "I1 [A]", "I2 [A]", "I3 [A]"});
@@ -54,11 +57,11 @@ int runGeneratePower(const Functions& functions, const GeneratePowerOptions& opt
     AudioOutput output(options.output, MainsSignal::channels, options.rate);
     writeMains(functions, settings, static_cast<uint64_t>(frames), output);
   }
-  std::cout << options.output << ": " << numberText(frames, allDigits) << " frames at " << options.rate
-            << " Hz, channels 1 to 3 U1 to U3 in V, 4 to 6 I1 to I3 in A\n"
-            << "to analyse it: kxhost power " << options.output
-            << (options.isCsv() ? " --rate " + std::to_string(options.rate) : "") << " --frequency "
-            << numberText(settings.frequency, allDigits) << '\n';
+  fmt::print(std::cout,
+             "{0}: {1} frames at {2} Hz, channels 1 to 3 U1 to U3 in V, 4 to 6 I1 to I3 in A\n"
+             "to analyse it: kxhost power {0}{3} --frequency {4}\n",
+             options.output, numberText(frames, allDigits), options.rate,
+             options.isCsv() ? fmt::format(" --rate {}", options.rate) : "", numberText(settings.frequency, allDigits));
   return 0;
 }
 
@@ -77,9 +80,7 @@ void addGeneratePower(CLI::App& generate, Action& chosen) {
   command.add_option("-o,--output", options->output, "The file to write: WAV of 32-bit floats, or CSV")
       ->required()
       ->type_name("OUT.wav|OUT.csv")
-      ->check([](const std::string& file) {
-        return file.ends_with(".wav") || file.ends_with(".csv") ? "" : file + " does not end in .wav or .csv";
-      });
+      ->check(endingIn({".wav", ".csv"}));
   addNumber(command, "--seconds", options->seconds, 1e-3, 86400, "S", "Length in seconds");
   addNumber(command, "--rate", options->rate, 100, 10e6, "HZ", "Sample rate, a whole number of Hz");
   addNumber(command, "--frequency", mains.frequency, 1, 1e6, "HZ", "Frequency of the mains in Hz");

@@ -1,4 +1,6 @@
 // kxhost noise: white noise, and pink noise made of it, with the spectrum that it has.
+#include <fmt/ostream.h>
+
 #include <bit>
 #include <cmath>
 #include <iostream>
@@ -11,8 +13,9 @@
 #include "analysis/spectra/noise_bands.hpp"
 #include "analysis/statistics/statistics.hpp"
 #include "host/commands/command.hpp"
-#include "host/pictures/frequency_plot.hpp"
-#include "host/pictures/plot.hpp"
+#include "host/commands/options.hpp"
+#include "host/pictures/frequency_picture.hpp"
+#include "host/pictures/picture_file.hpp"
 #include "host/reports/floors.hpp"
 #include "host/reports/progress.hpp"
 #include "host/reports/required.hpp"
@@ -24,7 +27,7 @@ namespace {
 
 struct NoiseOptions {
   std::string output;
-  std::string plot;
+  std::string picture;
   bool pink = false;
   bool white = false;
   double seconds = 0;
@@ -63,7 +66,7 @@ size_t segmentLength(const NoiseOptions& options) {
 
 /// Of the shortest noise whose spectrum can be measured.
 std::string leastSeconds(const NoiseOptions& options) {
-  return numberText(static_cast<double>(segmentLength(options)) / options.rate, 4) + " s";
+  return fmt::format("{:.4g} s", static_cast<double>(segmentLength(options)) / options.rate);
 }
 
 /// Writes the noise and takes note of what is written.
@@ -91,7 +94,7 @@ void generate(const Functions& functions, const NoiseOptions& options, double fa
 }
 
 std::string decibelText(double value) {
-  return numberText(std::round(value * 1000) / 1000 + 0.0, 6);  // + 0 takes the sign off a zero
+  return fmt::format("{:.6g}", std::round(value * 1000) / 1000 + 0.0);  // + 0 takes the sign off a zero
 }
 
 /// The filter's gain at these frequencies, which are in Hz.
@@ -109,10 +112,10 @@ std::vector<LevelPoint> gainsAt(const std::vector<double>& frequencies, const Im
 void printGains(const ImpulseResponse& impulseResponse, double rate, const IdealFit& ideal) {
   std::vector<double> frequencies{20, 50, 100, 200, 500, 1000, 2000, 5000, 10000, 20000};
   std::erase_if(frequencies, [rate](double frequency) { return frequency > highestBandEnd(rate); });
-  Table table({{"Frequency/Hz", true}, {"Filter gain/dB", true}, {"From the ideal/dB", true}});
+  Table table({"Frequency/Hz", "Filter gain/dB", "From the ideal/dB"});
   for (const LevelPoint& gain : gainsAt(frequencies, impulseResponse, rate)) {
     const double deviation = gain.decibels - ideal.level - idealSlope(NoiseColour::pink, gain.frequency);
-    table.add({numberText(gain.frequency, allDigits), decibelText(gain.decibels), decibelText(deviation)});
+    table.add({cell(gain.frequency, allDigits), decibelText(gain.decibels), decibelText(deviation)});
   }
   table.print(std::cout);
 }
@@ -145,22 +148,22 @@ Spectra spectraOf(const NoiseOptions& options, const AveragedSpectrum& spectrum,
 }
 
 void printDeviations(const NoiseOptions& options, const Spectra& spectra) {
-  std::cout << "Largest deviation from " << (options.pink ? "-3.01 dB per octave" : "a flat spectrum") << ", "
-            << hertz(lowestHeard) << " to " << hertz(highestBandEnd(options.rate)) << ":\n";
+  fmt::print(std::cout, "Largest deviation from {}, {:.6g} Hz to {:.6g} Hz:\n",
+             options.pink ? "-3.01 dB per octave" : "a flat spectrum", lowestHeard, highestBandEnd(options.rate));
   if (options.pink) {
-    std::cout << "  of the filter " << decibelText(spectra.filterFit.deviation) << " dB\n";
+    fmt::print(std::cout, "  of the filter {} dB\n", decibelText(spectra.filterFit.deviation));
   }
   if (spectra.measured.empty()) {
-    std::cout << "  of the noise not known: it takes " << leastSeconds(options) << " to measure\n";
+    fmt::print(std::cout, "  of the noise not known: it takes {} to measure\n", leastSeconds(options));
     return;
   }
   // The power of Gaussian noise in a band B Hz wide over T seconds scatters by 1 / sqrt(B T) of itself (Bendat and
   // Piersol, Random Data, section 8.3).
   const double bandwidth = lowestHeard * (std::pow(10.0, 0.1) - 1);
   const double scatter = 10 / std::log(10) / std::sqrt(bandwidth * options.seconds);
-  std::cout << "  of the noise " << decibelText(spectra.measuredFit.deviation)
-            << " dB, measured in ten bands a decade (the lowest scatters by " << decibelText(scatter)
-            << " dB at this length)\n";
+  fmt::print(std::cout,
+             "  of the noise {} dB, measured in ten bands a decade (the lowest scatters by {} dB at this length)\n",
+             decibelText(spectra.measuredFit.deviation), decibelText(scatter));
 }
 
 void drawSpectra(const NoiseOptions& options, const OutputFile& file, double factor, const Spectra& spectra) {
@@ -175,16 +178,16 @@ void drawSpectra(const NoiseOptions& options, const OutputFile& file, double fac
     }
   }
   FrequencyPicture picture;
-  picture.title = options.name() + ", " + numberText(options.seconds, 6) + " s, sample rate " + hertz(rate) + ", RMS " +
-                  numberText(20 * std::log10(writtenRms), 4) + " dB re full scale";
-  picture.subtitle = "largest deviation from the ideal, " + hertz(lowestHeard) + " to " + hertz(highestBandEnd(rate)) +
-                     ": measured " + decibelText(spectra.measuredFit.deviation) + " dB";
+  picture.title = fmt::format("{}, {:.6g} s, sample rate {:.6g} Hz, RMS {:.4g} dB re full scale", options.name(),
+                              options.seconds, rate, 20 * std::log10(writtenRms));
+  picture.subtitle = fmt::format("largest deviation from the ideal, {:.6g} Hz to {:.6g} Hz: measured {} dB",
+                                 lowestHeard, highestBandEnd(rate), decibelText(spectra.measuredFit.deviation));
   picture.yTitle = "power density in dB re full scale^2 / Hz";
   picture.lowest = lowest;
   picture.highest = rate / 2;
   picture.curves = {{"averaged spectrum", "#9ec5e8", thinLine, thinned(bins, binsADecade)}};
   if (options.pink) {
-    picture.subtitle += ", filter " + decibelText(spectra.filterFit.deviation) + " dB";
+    picture.subtitle += fmt::format(", filter {} dB", decibelText(spectra.filterFit.deviation));
     std::vector<LevelPoint> expected = spectra.filter;
     for (LevelPoint& point : expected) {  // the density of the white noise, one-sided, times the filter's gain
       point.decibels += 10 * std::log10(factor * factor * WhiteNoise::meanSquare * 2 / rate);
@@ -205,14 +208,11 @@ void drawSpectra(const NoiseOptions& options, const OutputFile& file, double fac
 }
 
 int runNoise(const Functions& functions, const NoiseOptions& options) {
-  std::optional<OutputFile> picture;
-  if (!options.plot.empty()) {
-    if (framesOf(options) < segmentLength(options)) {
-      throw FileError(options.plot,
-                      "cannot be drawn: it takes " + leastSeconds(options) + " of noise to measure its spectrum");
-    }
-    picture.emplace(options.plot);
+  if (!options.picture.empty() && framesOf(options) < segmentLength(options)) {
+    throw FileError(options.picture, fmt::format("cannot be drawn: it takes {} of noise to measure its spectrum",
+                                                 leastSeconds(options)));
   }
+  const std::optional<OutputFile> picture = begunPicture(options.picture);
   AudioOutput output(options.output, 1, options.rate);
   const ImpulseResponse impulseResponse = options.pink ? pinkImpulseResponse(functions) : ImpulseResponse();
   const double factor = levelFactor(impulseResponse);
@@ -225,9 +225,9 @@ int runNoise(const Functions& functions, const NoiseOptions& options) {
   }
   output.finish();
   const double peak = std::max(-statistics.minimum(), statistics.maximum());
-  std::cout << options.output << ": " << output.frames() << " frames at " << options.rate << " Hz, " << options.name()
-            << " of seed " << options.seed << ", RMS " << decibelText(10 * std::log10(statistics.meanSquare()))
-            << " dB and peak " << decibelText(20 * std::log10(peak)) << " dB re full scale\n";
+  fmt::print(std::cout, "{}: {} frames at {} Hz, {} of seed {}, RMS {} dB and peak {} dB re full scale\n",
+             options.output, output.frames(), options.rate, options.name(), options.seed,
+             decibelText(10 * std::log10(statistics.meanSquare())), decibelText(20 * std::log10(peak)));
   if (options.pink) {
     printGains(impulseResponse, options.rate, spectra.filterFit);
   }
@@ -247,12 +247,7 @@ void addNoiseCommand(CLI::App& program, Action& chosen) {
   command.add_option("--seconds", options->seconds, "Length, up to a day")
       ->required()
       ->type_name("SECONDS")
-      ->check([](const std::string& text) {
-        double seconds = 0;
-        return CLI::detail::lexical_cast(text, seconds) && seconds >= 0.001 && seconds <= 86400
-                   ? ""
-                   : text + " is not a number of seconds from 0.001 to 86400";
-      });
+      ->check(between(0.001, 86400, "number of seconds"));
   command.add_option("--rate", options->rate, "Sample rate in Hz")
       ->type_name("HZ")
       ->check(CLI::Range(8000, 384000))
@@ -261,13 +256,8 @@ void addNoiseCommand(CLI::App& program, Action& chosen) {
       ->type_name("NUMBER")
       ->check(CLI::NonNegativeNumber)
       ->capture_default_str();
-  command.add_option("-o,--output", options->output, "The file to write, of 32-bit floats, with one channel")
-      ->required()
-      ->type_name("OUT.wav")
-      ->check([](const std::string& file) { return file.ends_with(".wav") ? "" : file + " does not end in .wav"; });
-  command.add_option("--plot", options->plot, "Draw the spectrum of the noise beside the ideal one")
-      ->type_name("OUT.png|OUT.svg")
-      ->check([](const std::string& file) { return canDraw(file) ? "" : file + " does not end in .png or .svg"; });
+  addAudioOutputOption(command, options->output, "The file to write, of 32-bit floats, with one channel").required();
+  addPictureOption(command, options->picture, "Draw the spectrum of the noise beside the ideal one");
   command.footer(
       "White noise is evenly distributed: the upper 53 bits of the Mersenne twister MT19937-64. Pink noise is the "
       "white\n"

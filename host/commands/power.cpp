@@ -1,14 +1,17 @@
 // kxhost power: power, harmonics and unbalance of recorded voltages and currents.
+#include <fmt/format.h>
+
 #include <array>
-#include <filesystem>
 #include <iostream>
 
 #include "analysis/channel_values/channel_values.hpp"
 #include "host/commands/command.hpp"
-#include "host/commands/number_range.hpp"
-#include "host/pictures/plot.hpp"
-#include "host/pictures/power_plot.hpp"
+#include "host/commands/input_files.hpp"
+#include "host/commands/options.hpp"
+#include "host/pictures/picture_file.hpp"
+#include "host/pictures/power_pictures.hpp"
 #include "host/reports/floors.hpp"
+#include "host/reports/notes.hpp"
 #include "host/reports/power_report.hpp"
 #include "host/reports/progress.hpp"
 #include "host/reports/required.hpp"
@@ -27,7 +30,7 @@ struct PowerOptions {
   bool json = false;
   bool harmonics = false;
   bool windows = false;
-  std::string plot;
+  std::string picture;
 };
 
 /// 10 cycles of 50 Hz or 12 of 60 Hz, which are 0.2 s (IEC 61000-4-7, 4.4.1).
@@ -52,11 +55,8 @@ CorrectionCurve readCorrection(const std::string& file) {
 }
 
 PowerSettings settingsFor(const PowerOptions& options, const Format& format) {
-  if (!format.rate) {
-    throw FileError(options.file, "carries no sample rate: --rate is needed");
-  }
   PowerSettings settings;
-  settings.rate = *format.rate;
+  settings.rate = rateOf(options.file, format);
   settings.frequency = options.frequency;
   settings.cycles = options.cycles.value_or(usualCycles(options.frequency));
   if (!options.correction.empty()) {
@@ -85,22 +85,14 @@ void analyzeWindows(const Functions& functions, const PowerOptions& options, con
     progress.update(recording.position());
   }
   if (report.windows.empty()) {
-    throw FileError(options.file, "is too short: a window has " + std::to_string(report.windowLength) +
-                                      " samples, the recording " + std::to_string(report.leftOver));
+    throw FileError(options.file, fmt::format("is too short: a window has {} samples, the recording {}",
+                                              report.windowLength, report.leftOver));
   }
-}
-
-/// out.svg becomes out-phasors.svg; a name without a picture's extension is taken for PNG.
-std::string pictureFile(const std::string& prefix, const std::string& kind) {
-  const std::filesystem::path file = prefix;
-  const bool hasKind = canDraw(prefix);
-  const std::string stem = hasKind ? file.stem().string() : file.filename().string();
-  return (file.parent_path() / (stem + '-' + kind + (hasKind ? file.extension().string() : ".png"))).string();
 }
 
 void print(const PowerReport& report, const PowerOptions& options) {
   if (options.json) {
-    std::cout << jsonOf(report).dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
+    printJson(jsonOf(report));
     return;
   }
   printSummary(std::cout, report);
@@ -133,10 +125,10 @@ int runPower(const Functions& functions, const PowerOptions& options) {
   const PowerSettings settings = settingsFor(options, format);
   PowerAnalyzer analyzer = required(PowerAnalyzer::create(functions, settings), options.file);
   PowerReport report = emptyReport(options, format, channels, settings, analyzer);
-  std::vector<std::unique_ptr<OutputFile>> pictures;  // first of all: it may turn out that nothing can be written there
-  for (const char* kind : {"phasors", "harmonics", "trends"}) {
-    if (!options.plot.empty()) {
-      pictures.push_back(std::make_unique<OutputFile>(pictureFile(options.plot, kind)));
+  std::vector<std::unique_ptr<OutputFile>> pictures;  // begun before the work
+  for (const char* which : {"phasors", "harmonics", "trends"}) {
+    if (!options.picture.empty()) {
+      pictures.push_back(std::make_unique<OutputFile>(pictureFile(options.picture, which)));
     }
   }
   visitSampleType(format.type,
@@ -150,9 +142,7 @@ int runPower(const Functions& functions, const PowerOptions& options) {
   if (const std::string note = frequencyNote(report); !note.empty()) {
     notes.push_back(note);
   }
-  for (const std::string& note : notes) {
-    std::cerr << "kxhost: " << options.file << ": " << note << '\n';
-  }
+  printNotes(options.file, notes);
   print(report, options);
   return 0;
 }
@@ -234,7 +224,7 @@ void addPowerCommand(CLI::App& program, Action& chosen) {
   command.add_flag("--windows", options->windows, "Also print a row for each window");
   command.add_flag("--json", options->json, "Print JSON, with all figures of each window");
   command
-      .add_option("--plot", options->plot,
+      .add_option("--plot", options->picture,
                   "Draw phasors, harmonics and trends: OUT-phasors.png, OUT-harmonics.png, OUT-trends.png")
       ->type_name("OUT|OUT.png|OUT.svg");
   command.footer(footer);

@@ -1,4 +1,6 @@
 // kxhost resample: a recording at another sample rate.
+#include <fmt/ostream.h>
+
 #include <algorithm>
 #include <cmath>
 #include <iostream>
@@ -8,7 +10,10 @@
 #include "analysis/number_text.hpp"
 #include "analysis/resampling/resampler.hpp"
 #include "host/commands/command.hpp"
+#include "host/commands/input_files.hpp"
+#include "host/commands/options.hpp"
 #include "host/reports/floors.hpp"
+#include "host/reports/notes.hpp"
 #include "host/reports/progress.hpp"
 #include "host/reports/required.hpp"
 #include "recordings/audio_output.hpp"
@@ -66,7 +71,7 @@ uint64_t resample(const Functions& functions, const std::string& file, Recording
   while (const size_t frames = recording.read(std::span(block))) {
     total += frames;
     if (total > Resampler::mostSamples) {
-      throw FileError(file, "is too long: resampling ends at " + std::to_string(Resampler::mostSamples) + " frames");
+      throw FileError(file, fmt::format("is too long: resampling ends at {} frames", Resampler::mostSamples));
     }
     const auto channel = std::span(values).first(frames);
     for (size_t i = 0; i < channels; ++i) {
@@ -84,25 +89,21 @@ uint64_t resample(const Functions& functions, const std::string& file, Recording
 int runResample(const Functions& functions, const ResampleOptions& options) {
   const auto recording = openRecording(options.file, options.input);
   const Format& format = recording->format();
-  if (!format.rate) {
-    throw FileError(options.file, "carries no sample rate: --input-rate is needed");
-  }
-  const int mostHertz = static_cast<int>(std::clamp<double>(Resampler::mostOutputs * *format.rate, 1, INT32_MAX));
+  const double oldRate = rateOf(options.file, format, "--input-rate");
+  const int mostHertz = static_cast<int>(std::clamp<double>(Resampler::mostOutputs * oldRate, 1, INT32_MAX));
   if (!(options.rate >= 1 && options.rate <= mostHertz && options.rate == std::floor(options.rate))) {
-    throw FileError(options.file, "cannot be resampled to " + numberText(options.rate, allDigits) +
-                                      " Hz: the new rate must be a whole number from 1 to " +
-                                      std::to_string(mostHertz));
+    throw FileError(options.file,
+                    fmt::format("cannot be resampled to {} Hz: the new rate must be a whole number from 1 to {}",
+                                numberText(options.rate, allDigits), mostHertz));
   }
   const int rate = static_cast<int>(options.rate);
   AudioOutput output(options.output, format.channels.size(), rate);
   const uint64_t frames = visitSampleType(
       format.type, [&]<class T>() { return resample<T>(functions, options.file, *recording, rate, output); });
   output.finish();
-  for (const std::string& note : recording->notes()) {
-    std::cerr << "kxhost: " << options.file << ": " << note << '\n';
-  }
-  std::cout << options.output << ": " << output.frames() << " frames at " << rate << " Hz, from " << frames << " at "
-            << numberText(*format.rate, allDigits) << " Hz\n";
+  printNotes(options.file, recording->notes());
+  fmt::print(std::cout, "{}: {} frames at {} Hz, from {} at {} Hz\n", options.output, output.frames(), rate, frames,
+             numberText(oldRate, allDigits));
   return 0;
 }
 
@@ -111,16 +112,10 @@ int runResample(const Functions& functions, const ResampleOptions& options) {
 void addResampleCommand(CLI::App& program, Action& chosen) {
   const auto options = std::make_shared<ResampleOptions>();
   CLI::App& command = *program.add_subcommand("resample", "Write a recording at another sample rate");
-  command
-      .add_option("FILE", options->file, "Recording: an audio file, a CSV file with a header row, raw samples (--raw)")
-      ->required()
-      ->type_name("");
+  addRecordingOption(command, options->file).required();
   addInputOptions(command, options->input, "--input-rate");
   command.add_option("--rate", options->rate, "The new sample rate, a whole number of Hz")->required()->type_name("HZ");
-  command.add_option("-o,--output", options->output, "The file to write, of 32-bit floats")
-      ->required()
-      ->type_name("OUT.wav")
-      ->check([](const std::string& file) { return file.ends_with(".wav") ? "" : file + " does not end in .wav"; });
+  addAudioOutputOption(command, options->output, "The file to write, of 32-bit floats").required();
   command.footer(
       "Every channel goes through a cubic spline that meets all its samples; output 0 is sample 0. Integer files\n"
       "are written with a full scale of 1, others as they are. There is no low-pass filter: what a recording holds\n"

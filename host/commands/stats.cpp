@@ -1,30 +1,33 @@
 // kxhost stats: minimum, maximum, average, RMS, AC RMS and crest factor of every channel.
-#include <filesystem>
+#include <fmt/ostream.h>
+
 #include <iostream>
-#include <nlohmann/json.hpp>
 
 #include "analysis/number_text.hpp"
 #include "analysis/statistics/envelope.hpp"
 #include "analysis/statistics/statistics.hpp"
 #include "host/commands/command.hpp"
-#include "host/pictures/plot.hpp"
+#include "host/commands/options.hpp"
+#include "host/pictures/envelope_picture.hpp"
+#include "host/pictures/picture_file.hpp"
 #include "host/reports/floors.hpp"
+#include "host/reports/json.hpp"
+#include "host/reports/notes.hpp"
 #include "host/reports/progress.hpp"
-#include "host/reports/required.hpp"
 #include "host/reports/table.hpp"
 #include "recordings/recording.hpp"
 
 namespace kxhost {
 namespace {
 
-constexpr uint64_t plotColumns = 1000;
+constexpr uint64_t pictureColumns = 1000;
 
 struct StatsOptions {
   std::vector<std::string> files;
   InputOptions input;
   bool json = false;
   bool csv = false;
-  std::string plot;
+  std::string picture;
 };
 
 /// Figures that do not exist (of no samples at all, or a crest factor of silence) are empty.
@@ -39,7 +42,7 @@ struct FileResult {
   Format format;
   uint64_t samples = 0;
   std::vector<ChannelLine> channels;
-  std::vector<Pane> panes;  // with --plot only
+  std::vector<EnvelopePane> panes;  // with --plot only
 
   std::optional<double> duration() const {
     return format.rate ? std::optional(static_cast<double>(samples) / *format.rate) : std::nullopt;
@@ -97,7 +100,7 @@ FileResult measure(const Functions& functions, const std::string& file, Recordin
 
   std::vector<RmsOffset<T>> offsets;
   std::vector<Statistics<T>> alternating;
-  std::vector<Envelope<T>> envelopes(withEnvelopes ? channels : 0, Envelope<T>(functions, frames, plotColumns));
+  std::vector<Envelope<T>> envelopes(withEnvelopes ? channels : 0, Envelope<T>(functions, frames, pictureColumns));
   for (const Statistics<T>& statistics : plain) {
     offsets.push_back(alternatingOffset<T>(statistics.average()));
     alternating.emplace_back(functions, offsets.back());
@@ -126,7 +129,7 @@ FileResult measure(const Functions& functions, const std::string& file, Recordin
   return result;
 }
 
-void plotInto(const OutputFile& picture, const FileResult& result) {
+void draw(const OutputFile& picture, const FileResult& result) {
   if (result.samples == 0) {
     throw FileError(result.file, "holds no samples to draw");
   }
@@ -134,77 +137,52 @@ void plotInto(const OutputFile& picture, const FileResult& result) {
                 timeAxisTitle(result.format), result.format.rate.value_or(1));
 }
 
-/// The picture's file for one of several recordings: out.png becomes out-1.png, out-2.png, ...
-std::string plotFile(const StatsOptions& options, size_t index) {
-  if (options.files.size() == 1) {
-    return options.plot;
-  }
-  const std::filesystem::path file = options.plot;
-  return (file.parent_path() / (file.stem().string() + '-' + std::to_string(index + 1) + file.extension().string()))
-      .string();
-}
-
 FileResult process(const Functions& functions, const StatsOptions& options, size_t index) {
   const std::string& file = options.files[index];
   const auto recording = openRecording(file, options.input);
-  std::optional<OutputFile> picture;
-  if (!options.plot.empty()) {
-    if (const size_t channels = recording->format().channels.size(); channels > maximumPanes) {
-      throw FileError(file, "has " + std::to_string(channels) + " channels, a picture has room for " +
-                                std::to_string(maximumPanes));
-    }
-    picture.emplace(plotFile(options, index));  // first of all: it may turn out that nothing can be written there
+  if (const size_t channels = recording->format().channels.size();
+      !options.picture.empty() && channels > maximumPanes) {
+    throw FileError(file, fmt::format("has {} channels, a picture has room for {}", channels, maximumPanes));
   }
+  const bool isNumbered = !options.picture.empty() && options.files.size() > 1;
+  const std::optional<OutputFile> picture =
+      begunPicture(isNumbered ? pictureFile(options.picture, std::to_string(index + 1)) : options.picture);
   FileResult result = visitSampleType(recording->format().type, [&]<class T>() {
     return measure<T>(functions, file, *recording, picture.has_value());
   });
   if (picture) {
-    plotInto(*picture, result);
+    draw(*picture, result);
   }
-  for (const std::string& note : recording->notes()) {
-    std::cerr << "kxhost: " << file << ": " << note << '\n';
-  }
+  printNotes(file, recording->notes());
   return result;
 }
 
 Table tableOf(const std::vector<FileResult>& results, int digits, const std::string& none) {
-  Table table({{"File", false},
-               {"Format", false},
-               {"Channel", false},
-               {"Samples", true},
-               {"Duration/s", true},
-               {"Minimum", true},
-               {"Maximum", true},
-               {"Average", true},
-               {"RMS", true},
-               {"AC RMS", true},
-               {"Crest", true},
-               {"NaNs", true}});
-  const auto cell = [&](std::optional<double> number, int withDigits) {
-    return number ? numberText(*number, withDigits) : none;
-  };
+  Table table({Table::text("File"), Table::text("Format"), Table::text("Channel"), "Samples", "Duration/s", "Minimum",
+               "Maximum", "Average", "RMS", "AC RMS", "Crest", "NaNs"});
   for (const FileResult& result : results) {
     const bool isInteger = result.format.type == SampleType::int16 || result.format.type == SampleType::int32;
     const int extremeDigits = isInteger ? allDigits : digits;
     for (const ChannelLine& line : result.channels) {
-      table.add({result.file, result.format.container + ' ' + result.format.samples, line.name,
-                 std::to_string(result.samples), cell(result.duration(), digits), cell(line.minimum, extremeDigits),
-                 cell(line.maximum, extremeDigits), cell(line.average, digits), cell(line.rms, digits),
-                 cell(line.acRms, digits), cell(line.crestFactor, digits), std::to_string(line.nanSamples)});
+      std::vector<std::string> row{result.file, fmt::format("{} {}", result.format.container, result.format.samples),
+                                   line.name, std::to_string(result.samples), cell(result.duration(), digits, none)};
+      for (const auto& figure : {line.minimum, line.maximum}) {
+        row.push_back(cell(figure, extremeDigits, none));
+      }
+      for (const auto& figure : {line.average, line.rms, line.acRms, line.crestFactor}) {
+        row.push_back(cell(figure, digits, none));
+      }
+      row.push_back(std::to_string(line.nanSamples));
+      table.add(std::move(row));
     }
   }
   return table;
 }
 
-/// null for figures that do not exist; the JSON library writes null for NaN and infinity, too.
-nlohmann::ordered_json jsonNumber(std::optional<double> number) {
-  return number ? nlohmann::ordered_json(*number) : nlohmann::ordered_json(nullptr);
-}
-
-nlohmann::ordered_json jsonOf(const std::vector<FileResult>& results) {
-  auto files = nlohmann::ordered_json::array();
+Json jsonOf(const std::vector<FileResult>& results) {
+  auto files = Json::array();
   for (const FileResult& result : results) {
-    auto channels = nlohmann::ordered_json::array();
+    auto channels = Json::array();
     for (const ChannelLine& line : result.channels) {
       channels.push_back({{"name", line.name},
                           {"minimum", jsonNumber(line.minimum)},
@@ -229,7 +207,7 @@ nlohmann::ordered_json jsonOf(const std::vector<FileResult>& results) {
 
 void print(const std::vector<FileResult>& results, const StatsOptions& options) {
   if (options.json) {
-    std::cout << jsonOf(results).dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
+    printJson(jsonOf(results));
   } else if (options.csv) {
     tableOf(results, allDigits, "").printCsv(std::cout);
   } else {
@@ -245,7 +223,7 @@ int runStats(const Functions& functions, const StatsOptions& options) {
     try {
       results.push_back(process(functions, options, i));
     } catch (const FileError& error) {
-      std::cerr << "kxhost: " << error.what() << '\n';
+      fmt::print(std::cerr, "kxhost: {}\n", error.what());
     }
   }
   if (!results.empty()) {
@@ -267,12 +245,9 @@ void addStatsCommand(CLI::App& program, Action& chosen) {
   addInputOptions(command, options->input);
   auto* json = command.add_flag("--json", options->json, "Print JSON");
   command.add_flag("--csv", options->csv, "Print CSV")->excludes(json);
-  command
-      .add_option(
-          "--plot", options->plot,
-          "Draw each channel's extremes and RMS over time. Of several files, the pictures are numbered: OUT-1.png")
-      ->type_name("OUT.png|OUT.svg")
-      ->check([](const std::string& file) { return canDraw(file) ? "" : file + " does not end in .png or .svg"; });
+  addPictureOption(
+      command, options->picture,
+      "Draw each channel's extremes and RMS over time. Of several files, the pictures are numbered: OUT-1.png");
   command.footer(
       "Integer files are measured in their own steps: 16-bit ones from -32768 to 32767, 24-bit ones from -8388608\n"
       "to 8388607, 8-bit ones (unsigned, too) from -128 to 127. Floating-point and compressed files are measured\n"

@@ -1,17 +1,20 @@
 // kxhost view: a picture of one channel's curve, with a cursor on it.
+#include <fmt/ostream.h>
+
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <iostream>
 #include <limits>
-#include <sstream>
 
 #include "analysis/channel_values/channel_values.hpp"
 #include "analysis/display/curve.hpp"
-#include "analysis/number_text.hpp"
 #include "host/commands/command.hpp"
-#include "host/pictures/graph.hpp"
+#include "host/commands/input_files.hpp"
+#include "host/commands/options.hpp"
+#include "host/pictures/curve_picture.hpp"
+#include "host/pictures/finite_range.hpp"
 #include "host/reports/floors.hpp"
+#include "host/reports/notes.hpp"
 #include "host/reports/progress.hpp"
 #include "host/reports/required.hpp"
 #include "recordings/output_file.hpp"
@@ -19,8 +22,6 @@
 
 namespace kxhost {
 namespace {
-
-constexpr int timeDigits = 10, valueDigits = 9;
 
 struct ViewOptions {
   std::string file;
@@ -120,41 +121,40 @@ double drawnValue(const Selection& selection, double value) {
 
 /// The Y axis that a curve needs. Infinite values do not count.
 Axis yAxisFor(const Curve& curve, AxisScale scale) {
-  constexpr double infinity = std::numeric_limits<double>::infinity();
-  double low = infinity, high = -infinity, lowestPositive = infinity;
+  FiniteRange all, positive;
   for (const CurveColumn& column : curve.columns()) {
     for (const double value : {column.minimum, column.maximum}) {
-      if (!column.isEmpty && std::isfinite(value)) {
-        low = std::min(low, value);
-        high = std::max(high, value);
-        lowestPositive = value > 0 ? std::min(lowestPositive, value) : lowestPositive;
+      if (!column.isEmpty) {
+        all.add(value);
+      }
+      if (!column.isEmpty && value > 0) {
+        positive.add(value);
       }
     }
   }
-  if (!(low <= high)) {
+  if (all.isEmpty() || (scale != AxisScale::linear && positive.isEmpty())) {
     return axisAround(scale, 0, 1, 1);
   }
-  return axisAround(scale, low, high, std::isfinite(lowestPositive) ? lowestPositive : high);
+  return axisAround(scale, all.low, all.high, positive.low);
 }
 
 /// The frame nearest to a time on the axis, if there is one or if it is the end.
 uint64_t frameAt(const std::string& file, const char* option, double time, double rate, uint64_t frames) {
   const double frame = std::round(time * rate);
   if (!(frame >= 0 && frame <= static_cast<double>(frames))) {
-    const double end = static_cast<double>(frames) / rate;
-    throw FileError(file, std::string(option) + ' ' + numberText(time, timeDigits) +
-                              " lies outside of the recording, which goes from 0 to " + numberText(end, timeDigits));
+    throw FileError(file, fmt::format("{} {:.10g} lies outside of the recording, which goes from 0 to {:.10g}", option,
+                                      time, static_cast<double>(frames) / rate));
   }
   return static_cast<uint64_t>(frame);
 }
 
 /// What the options select of a recording of that many frames.
-Selection selectionOf(const ViewOptions& options, const Format& format, uint64_t frames) {
+Selection selectionOf(const ViewOptions& options, const Format& format, size_t channel, uint64_t frames) {
   const double rate = format.rate.value_or(1);
   const uint64_t begin = options.from ? frameAt(options.file, "--from", *options.from, rate, frames) : 0;
   const uint64_t end = options.to ? frameAt(options.file, "--to", *options.to, rate, frames) : frames;
   const bool isScaled = options.scale || options.offset;
-  Selection selection{static_cast<size_t>(options.channel - 1),
+  Selection selection{channel,
                       begin,
                       end,
                       {options.scale.value_or(isScaled ? 1 : 1 / format.fullScale), options.offset.value_or(0)},
@@ -186,9 +186,9 @@ Axis xAxisFor(const ViewOptions& options, const Selection& selection, double rat
 /// The sample that a pixel of the curve stands for: the one that lies nearest to it, of those in its column and the
 /// two beside them, whose lines lead there.
 template <class T>
-Point sampleAt(ChannelReader<T>& reader, Selection selection, const std::vector<uint64_t>& borders, const Graph& graph,
-               Pixel found) {
-  const size_t column = graph.columnOf(found);
+Point sampleAt(ChannelReader<T>& reader, Selection selection, const std::vector<uint64_t>& borders,
+               const CurvePicture& picture, Pixel found) {
+  const size_t column = picture.columnOf(found);
   selection.begin = std::max(borders[column], selection.begin + 1) - 1;
   selection.end = std::min(borders[column + 1] + 1, selection.end);
   Point nearest{};
@@ -196,7 +196,7 @@ Point sampleAt(ChannelReader<T>& reader, Selection selection, const std::vector<
   uint64_t frame = selection.begin;
   reader.read(selection, [&](std::span<const double> values) {
     for (const double value : values) {
-      const Pixel pixel = graph.placeFrame(frame, drawnValue(selection, value));
+      const Pixel pixel = picture.placeFrame(frame, drawnValue(selection, value));
       const double distance = std::hypot(pixel.x - found.x, pixel.y - found.y);
       if (!std::isnan(value) && distance < least) {
         least = distance;
@@ -209,7 +209,7 @@ Point sampleAt(ChannelReader<T>& reader, Selection selection, const std::vector<
 }
 
 std::string withUnit(const std::string& text, const std::string& unit) {
-  return unit.empty() ? text : text + " (" + unit + ')';
+  return unit.empty() ? text : fmt::format("{} ({})", text, unit);
 }
 
 std::string yAxisTitle(AxisScale scale, const std::string& unit) {
@@ -226,14 +226,16 @@ std::string yAxisTitle(AxisScale scale, const std::string& unit) {
 
 /// A place on the time axis: a time, or a frame's number where no rate is known.
 std::string timeText(const Format& format, uint64_t frame) {
-  return format.rate ? numberText(static_cast<double>(frame) / *format.rate, timeDigits) + " s" : std::to_string(frame);
+  return format.rate ? fmt::format("{:.10g} s", static_cast<double>(frame) / *format.rate) : std::to_string(frame);
 }
 
 std::string valueText(const ViewOptions& options, double value) {
-  std::string text = numberText(value, valueDigits) + (options.unit.empty() ? "" : " " + options.unit);
+  std::string text = fmt::format("{:.9g}", value);
+  if (!options.unit.empty()) {
+    text += " " + options.unit;
+  }
   if (options.yScale == AxisScale::decibel) {
-    constexpr int levelDigits = 5;
-    text += " (" + numberText(20 * std::log10(std::abs(value)), levelDigits) + " dB)";
+    text += fmt::format(" ({:.5g} dB)", 20 * std::log10(std::abs(value)));
   }
   return text;
 }
@@ -244,15 +246,17 @@ std::string unitOf(const ViewOptions& options, const Format& format) {
   return options.unit.empty() && isFullScaleOne ? "full scale = 1" : options.unit;
 }
 
+/// Draws a picture; returns what is to be said about it.
 template <class T>
-void view(const Functions& functions, const ViewOptions& options, Recording& recording, const OutputFile& picture) {
+std::string view(const Functions& functions, const ViewOptions& options, Recording& recording, size_t channel,
+                 const OutputFile& file) {
   const Format& format = recording.format();
   const double rate = format.rate.value_or(1);
   ChannelReader<T> reader(functions, recording, options.file, options.cursor ? 3 : 2);
 
-  const Selection selection = selectionOf(options, format, reader.countFrames());
-  Graph graph(functions, options.width, options.height, rate, xAxisFor(options, selection, rate));
-  const std::vector<uint64_t> borders = graph.columnBorders(selection.begin, selection.end);
+  const Selection selection = selectionOf(options, format, channel, reader.countFrames());
+  CurvePicture picture(functions, options.width, options.height, rate, xAxisFor(options, selection, rate));
+  const std::vector<uint64_t> borders = picture.columnBorders(selection.begin, selection.end);
   Curve curve = required(Curve::create(functions, borders));
   std::vector<double> drawn;
   reader.read(selection, [&](std::span<const double> values) {
@@ -261,57 +265,47 @@ void view(const Functions& functions, const ViewOptions& options, Recording& rec
                    [&](double value) { return drawnValue(selection, value); });
     curve.feed(drawn);
   });
-  graph.setYAxis(yAxisFor(curve, options.yScale));
-  graph.drawCurve(curve, borders);
+  picture.setYAxis(yAxisFor(curve, options.yScale));
+  picture.drawCurve(curve, borders);
 
-  std::ostringstream said;
-  said << options.picture << ": " << selection.end - selection.begin << " samples from "
-       << timeText(format, selection.begin) << " to " << timeText(format, selection.end) << '\n';
+  std::string said = fmt::format("{}: {} samples from {} to {}\n", options.picture, selection.end - selection.begin,
+                                 timeText(format, selection.begin), timeText(format, selection.end));
   std::optional<Reading> reading;
   if (options.cursor) {
-    said << "cursor at " << options.cursor->x << ',' << options.cursor->y << ": ";
-    if (const std::optional<Pixel> found = graph.nearestOnCurve(*options.cursor)) {
-      const Point point = sampleAt(reader, selection, borders, graph, *found);
-      const std::string value = valueText(options, point.value);
-      said << "curve at " << found->x << ',' << found->y << ", sample " << point.frame
-           << (format.rate ? " at " + timeText(format, point.frame) : "") << ", value " << value << '\n';
-      reading = {point.pixel, (format.rate ? "" : "sample ") + timeText(format, point.frame) + ", " + value};
+    said += fmt::format("cursor at {},{}: ", options.cursor->x, options.cursor->y);
+    if (const std::optional<Pixel> found = picture.nearestOnCurve(*options.cursor)) {
+      const Point point = sampleAt(reader, selection, borders, picture, *found);
+      const std::string time = timeText(format, point.frame), value = valueText(options, point.value);
+      said += fmt::format("curve at {},{}, sample {}{}, value {}\n", found->x, found->y, point.frame,
+                          format.rate ? " at " + time : "", value);
+      reading = {point.pixel, fmt::format("{}{}, {}", format.rate ? "" : "sample ", time, value)};
     } else {
-      said << "no curve\n";
+      said += "no curve\n";
     }
   }
-  graph.finish({titleOf(options.file, format) + ", channel " + format.channels[selection.channel],
-                timeAxisTitle(format), yAxisTitle(options.yScale, unitOf(options, format))},
-               reading, picture);
-  std::cout << said.str();
+  picture.finish({fmt::format("{}, channel {}", titleOf(options.file, format), format.channels[channel]),
+                  timeAxisTitle(format), yAxisTitle(options.yScale, unitOf(options, format))},
+                 reading, file);
+  return said;
 }
 
 int runView(const Functions& functions, const ViewOptions& options) {
   const auto recording = openRecording(options.file, options.input);
-  const size_t channels = recording->format().channels.size();
-  if (options.channel < 1 || static_cast<size_t>(options.channel) > channels) {
-    throw FileError(options.file, "has no channel " + std::to_string(options.channel) + ", they are numbered 1 to " +
-                                      std::to_string(channels));
-  }
-  const OutputFile picture(options.picture);
-  visitSampleType(recording->format().type, [&]<class T>() { view<T>(functions, options, *recording, picture); });
-  for (const std::string& note : recording->notes()) {
-    std::cerr << "kxhost: " << options.file << ": " << note << '\n';
-  }
+  const Format& format = recording->format();
+  const size_t channel = channelIndex(options.file, format, options.channel);
+  const OutputFile file(options.picture);
+  std::cout << visitSampleType(format.type,
+                               [&]<class T>() { return view<T>(functions, options, *recording, channel, file); });
+  printNotes(options.file, recording->notes());
   return 0;
 }
 
 Pixel cursorIn(const std::string& text) {
-  Pixel pixel{};
-  const char* const end = text.data() + text.size();
-  const auto [comma, xError] = std::from_chars(text.data(), end, pixel.x);
-  if (xError == std::errc() && comma != end && *comma == ',') {
-    const auto [rest, yError] = std::from_chars(comma + 1, end, pixel.y);
-    if (yError == std::errc() && rest == end) {
-      return pixel;
-    }
+  const auto pair = pairIn<int>(text);
+  if (!pair) {
+    throw CLI::ValidationError("--cursor", "is not two whole numbers X,Y: " + text);
   }
-  throw CLI::ValidationError("--cursor", "is not two whole numbers X,Y: " + text);
+  return {pair->first, pair->second};
 }
 
 }  // namespace
@@ -319,18 +313,13 @@ Pixel cursorIn(const std::string& text) {
 void addViewCommand(CLI::App& program, Action& chosen) {
   const auto options = std::make_shared<ViewOptions>();
   CLI::App& command = *program.add_subcommand("view", "Picture of a channel's curve, with a cursor on it");
-  command
-      .add_option("FILE", options->file, "Recording: an audio file, a CSV file with a header row, raw samples (--raw)")
-      ->required()
-      ->type_name("");
+  addRecordingOption(command, options->file).required();
   addInputOptions(command, options->input);
   command.add_option("-o,--output", options->picture, "The picture to draw")
       ->required()
       ->type_name("PICTURE.png")
-      ->check([](const std::string& file) { return file.ends_with(".png") ? "" : file + " does not end in .png"; });
-  command.add_option("--channel", options->channel, "Which channel, counted from 1")
-      ->type_name("NUMBER")
-      ->capture_default_str();
+      ->check(endingIn({".png"}));
+  addChannelOption(command, options->channel);
   command.add_option("--from", options->from, "Begin at this time, in seconds (in samples where no rate is known)")
       ->type_name("TIME");
   command.add_option("--to", options->to, "End before this time")->type_name("TIME");

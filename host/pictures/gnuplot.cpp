@@ -1,12 +1,14 @@
 #include "host/pictures/gnuplot.hpp"
 
 #include <fcntl.h>
+#include <fmt/ostream.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
+#include <cmath>
 #include <filesystem>
 #include <fstream>
 #include <system_error>
@@ -60,14 +62,59 @@ std::string gnuplotText(const std::string& text) {
   return result + '\'';
 }
 
-void drawScript(const OutputFile& picture, const std::string& script, int width, int height) {
+void addRow(std::string& rows, const std::vector<double>& numbers) {
+  for (const double number : numbers) {
+    rows += std::isfinite(number) ? fmt::format("{:.9g} ", number) : "nan ";
+  }
+  rows.back() = '\n';
+}
+
+std::string dataBlock(const std::string& name, const std::string& rows) {
+  return fmt::format("${} << END\n{}END\n", name, rows);
+}
+
+std::string lines(const std::string& colour, double width) {
+  return fmt::format("with lines linecolor rgb '{}' linewidth {:.3g}", colour, width);
+}
+
+std::string Sheet::place(double x, double y) const {
+  return fmt::format("screen {:.9g}, screen {:.9g}", x / width, 1 - y / height());
+}
+
+std::string Sheet::frame(const std::string& title) const {
+  constexpr int titleRow = 22;
+  return fmt::format(
+      "set label 1 {} at {} center font ',13'\n"
+      "set lmargin at screen {:.9g}\n"
+      "set rmargin at screen {:.9g}\n"
+      "set style fill solid noborder\n"
+      "set grid back linetype 1 linecolor rgb '#dddddd' linewidth 0.7\n"
+      "set tics nomirror out\n"
+      "set border 3\n",
+      gnuplotText(title), place(width / 2.0, titleRow), static_cast<double>(left) / width,
+      1 - static_cast<double>(right) / width);
+}
+
+std::string Sheet::pane(int index) const {
+  return fmt::format("set tmargin at screen {:.9g}\nset bmargin at screen {:.9g}\n",
+                     1 - static_cast<double>(paneTop(index)) / height(),
+                     1 - static_cast<double>(paneTop(index) + paneHeight) / height());
+}
+
+std::string Sheet::key(int y) const {
+  return fmt::format("set key at {} right center horizontal maxrows 1 samplen 3\n", place(width - right, y));
+}
+
+void drawScript(const OutputFile& picture, const std::string& script, const Sheet& sheet) {
   const auto scriptFile = picture.workplace() / "script";
   std::ofstream out(scriptFile);
   const bool isSvg = std::filesystem::path(picture.name()).extension() == ".svg";
-  out << "set terminal " << (isSvg ? "svg" : "pngcairo") << " size " << width << ',' << height
-      << " noenhanced font ',11' background rgb 'white'\n"
-      << "set encoding utf8\nset output " << gnuplotText(picture.draft().string()) << '\n'
-      << script << "set output\n";
+  fmt::print(out,
+             "set terminal {} size {},{} noenhanced font ',11' background rgb 'white'\n"
+             "set encoding utf8\n"
+             "set output {}\n"
+             "{}set output\n",
+             isSvg ? "svg" : "pngcairo", sheet.width, sheet.height(), gnuplotText(picture.draft().string()), script);
   out.close();
   if (!out) {
     throw FileError(picture.name(), "cannot be written: no room for the gnuplot script");

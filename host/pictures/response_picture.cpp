@@ -1,9 +1,12 @@
 #include "host/pictures/response_picture.hpp"
 
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
 #include <algorithm>
 #include <cmath>
 
-#include "host/pictures/frequency_plot.hpp"
+#include "host/pictures/frequency_picture.hpp"
 #include "host/reports/required.hpp"
 
 namespace kxhost {
@@ -16,11 +19,11 @@ double lowestShown(const PassBand& band, double rate) {
 }
 
 std::string listOf(const std::vector<double>& frequencies) {
-  std::string list;
+  std::vector<std::string> list;
   for (const double frequency : frequencies) {
-    list += (list.empty() ? "" : " and ") + hertz(frequency);
+    list.push_back(fmt::format("{:.6g} Hz", frequency));
   }
-  return list.empty() ? "nowhere" : list;
+  return list.empty() ? "nowhere" : fmt::format("{}", fmt::join(list, " and "));
 }
 
 }  // namespace
@@ -44,9 +47,9 @@ Responses responsesOf(const Functions& functions, const FilterDesign& design, co
 }
 
 std::string edgesText(const Responses& responses) {
-  return "3.01 dB down: designed " + listOf(responses.designedEdges) + ", " +
-         (responses.measured.empty() ? "not measured (it takes too long to settle)"
-                                     : "measured " + listOf(responses.measuredEdges));
+  return fmt::format("3.01 dB down: designed {}, {}", listOf(responses.designedEdges),
+                     responses.measured.empty() ? "not measured (it takes too long to settle)"
+                                                : "measured " + listOf(responses.measuredEdges));
 }
 
 void drawResponses(const OutputFile& file, const std::string& title, const Responses& responses) {

@@ -1,16 +1,18 @@
 #include "host/reports/flicker_conformity.hpp"
 
+#include <fmt/ostream.h>
+
 #include <algorithm>
 #include <atomic>
 #include <cmath>
 #include <future>
 #include <iostream>
-#include <nlohmann/json.hpp>
 #include <thread>
 #include <vector>
 
 #include "analysis/number_text.hpp"
 #include "host/reports/floors.hpp"
+#include "host/reports/json.hpp"
 #include "host/reports/required.hpp"
 #include "host/reports/table.hpp"
 
@@ -34,11 +36,11 @@ const char* nameOf(FlickerSeries series) {
                                                 : "pst";
 }
 
-std::vector<FlickerStandardPoint> pointsOf(const FlickerSelfTest& test) {
+std::vector<FlickerStandardPoint> pointsOf(const FlickerConformityOptions& options) {
   std::vector<FlickerStandardPoint> points;
   for (const FlickerSeries part : {FlickerSeries::severity, FlickerSeries::sinusoidal, FlickerSeries::rectangular}) {
     for (const Lamp lamp : {Lamp::volts230, Lamp::volts120}) {
-      if ((test.part == "all" || test.part == nameOf(part)) && lamp == test.lamp.value_or(lamp)) {
+      if ((options.part == "all" || options.part == nameOf(part)) && lamp == options.lamp.value_or(lamp)) {
         const auto some = flickerStandardPoints(part, lamp);
         points.insert(points.end(), some.begin(), some.end());
       }
@@ -48,14 +50,12 @@ std::vector<FlickerStandardPoint> pointsOf(const FlickerSelfTest& test) {
 }
 
 std::string modulationText(const FlickerStandardPoint& point) {
-  const char* const unit = point.series == FlickerSeries::severity ? " changes/min" : " Hz";
-  return numberText(point.modulation, figureDigits) + unit;
+  return fmt::format("{:.5g} {}", point.modulation, point.series == FlickerSeries::severity ? "changes/min" : "Hz");
 }
 
 std::string percentText(double percent) {
-  const std::string sign = percent > 0 ? "+" : "";
   constexpr double hundredth = 0.01;
-  return sign + numberText(std::round(percent / hundredth) / (1 / hundredth), figureDigits) + " %";
+  return fmt::format("{}{:.5g} %", percent > 0 ? "+" : "", std::round(percent / hundredth) / (1 / hundredth));
 }
 
 /// What a flickermeter finds at each point. Several points are measured at a time.
@@ -77,30 +77,31 @@ std::vector<double> measure(const Functions& functions, const std::vector<Flicke
   return measured;
 }
 
-void printTable(const std::vector<Row>& rows) {
-  Table table({{"Changes", false},
-               {"Lamp", false},
-               {"Modulation", true},
-               {"dU/U", true},
-               {"Figure", false},
-               {"Measured", true},
-               {"Required", true},
-               {"Deviation", true},
-               {"Allowed", true},
-               {"Result", false}});
+void printRows(const std::vector<Row>& rows) {
+  Table table({Table::text("Changes"), Table::text("Lamp"), "Modulation", "dU/U", Table::text("Figure"), "Measured",
+               "Required", "Deviation", "Allowed", Table::text("Result")});
   for (const Row& row : rows) {
     const bool isSeverity = row.point.series == FlickerSeries::severity;
     table.add({isSeverity ? "rectangular" : nameOf(row.point.series), settingText(nominalSetting(row.point.lamp)),
-               modulationText(row.point), numberText(row.point.change, figureDigits) + " %",
-               isSeverity ? "Pst" : "largest sensation", numberText(row.measured, figureDigits), "1",
-               percentText(row.deviation), numberText(row.tolerance, figureDigits) + " %",
-               row.passes() ? "pass" : "FAIL"});
+               modulationText(row.point), fmt::format("{:.5g} %", row.point.change),
+               isSeverity ? "Pst" : "largest sensation", cell(row.measured, figureDigits), "1",
+               percentText(row.deviation), fmt::format("{:.5g} %", row.tolerance), row.passes() ? "pass" : "FAIL"});
   }
   table.print(std::cout);
 }
 
-void printJson(const std::vector<Row>& rows, double rate, bool passes) {
-  auto points = nlohmann::ordered_json::array();
+void printSummary(const std::vector<Row>& rows, double rate, size_t failures) {
+  const Row& worst =
+      *std::ranges::max_element(rows, {}, [](const Row& row) { return std::abs(row.deviation) / row.tolerance; });
+  fmt::print(std::cout,
+             "\n{} test points at {} Hz, {} outside of what is allowed. The largest deviation of what is allowed: {} "
+             "of {:.5g} %, at {} ({}, {})\n",
+             rows.size(), numberText(rate, allDigits), failures, percentText(worst.deviation), worst.tolerance,
+             modulationText(worst.point), nameOf(worst.point.series), settingText(nominalSetting(worst.point.lamp)));
+}
+
+Json jsonOf(const std::vector<Row>& rows, double rate, bool passes) {
+  auto points = Json::array();
   for (const Row& row : rows) {
     const char* const modulation = row.point.series == FlickerSeries::severity ? "changes_per_minute" : "modulation_hz";
     points.push_back({{"test", nameOf(row.point.series)},
@@ -114,32 +115,25 @@ void printJson(const std::vector<Row>& rows, double rate, bool passes) {
                       {"allowed_percent", row.tolerance},
                       {"passes", row.passes()}});
   }
-  const nlohmann::ordered_json result{{"sample_rate", rate}, {"passes", passes}, {"points", std::move(points)}};
-  std::cout << result.dump(2) << '\n';
+  return {{"sample_rate", rate}, {"passes", passes}, {"points", std::move(points)}};
 }
 
 }  // namespace
 
-bool testFlickermeter(const Functions& functions, const FlickerSelfTest& test) {
-  const std::vector<FlickerStandardPoint> points = pointsOf(test);
-  const std::vector<double> measured = measure(functions, points, test.rate);
+bool reportFlickerConformity(const Functions& functions, const FlickerConformityOptions& options) {
+  const std::vector<FlickerStandardPoint> points = pointsOf(options);
+  const std::vector<double> measured = measure(functions, points, options.rate);
   std::vector<Row> rows;
   for (size_t i = 0; i < points.size(); ++i) {
-    rows.push_back({points[i], measured[i], 100 * (measured[i] - 1), test.tolerance.value_or(points[i].tolerance())});
+    rows.push_back(
+        {points[i], measured[i], 100 * (measured[i] - 1), options.tolerance.value_or(points[i].tolerance())});
   }
-  const auto failures = std::ranges::count_if(rows, [](const Row& row) { return !row.passes(); });
-  if (test.json) {
-    printJson(rows, test.rate, failures == 0);
+  const auto failures = static_cast<size_t>(std::ranges::count_if(rows, [](const Row& row) { return !row.passes(); }));
+  if (options.json) {
+    printJson(jsonOf(rows, options.rate, failures == 0));
   } else {
-    printTable(rows);
-    const Row& worst =
-        *std::ranges::max_element(rows, {}, [](const Row& row) { return std::abs(row.deviation) / row.tolerance; });
-    std::cout << '\n'
-              << rows.size() << " test points at " << numberText(test.rate, allDigits) << " Hz, " << failures
-              << " outside of what is allowed. The largest deviation of what is allowed: "
-              << percentText(worst.deviation) << " of " << numberText(worst.tolerance, figureDigits) << " %, at "
-              << modulationText(worst.point) << " (" << nameOf(worst.point.series) << ", "
-              << settingText(nominalSetting(worst.point.lamp)) << ")\n";
+    printRows(rows);
+    printSummary(rows, options.rate, failures);
   }
   return failures == 0;
 }

@@ -1,4 +1,4 @@
-// Test of the flickermeter with the voltages of its standard.
+// Whether the flickermeter conforms to its standard: what it finds in the standard's voltages.
 #pragma once
 
 #include <optional>
@@ -9,7 +9,7 @@
 
 namespace kxhost {
 
-struct FlickerSelfTest {
+struct FlickerConformityOptions {
   std::string part;                 ///< "all", "sinusoidal", "rectangular" or "pst"
   std::optional<Lamp> lamp;         ///< both without
   double rate;                      ///< of the voltages, in Hz
@@ -17,7 +17,8 @@ struct FlickerSelfTest {
   bool json;
 };
 
-/// Runs the test and prints what was measured and what was required. Returns whether every point passed.
-bool testFlickermeter(const Functions& functions, const FlickerSelfTest& test);
+/// Measures the standard's voltages, and prints what was found and what was required. Returns whether every point
+/// passed.
+bool reportFlickerConformity(const Functions& functions, const FlickerConformityOptions& options);
 
 }  // namespace kxhost

@@ -8,6 +8,7 @@
 #include "analysis/flicker/flickermeter.hpp"
 #include "analysis/statistics/envelope.hpp"
 #include "host/reports/floors.hpp"
+#include "host/reports/json.hpp"
 
 namespace kxhost {
 
@@ -31,6 +32,6 @@ struct FlickerResult {
 };
 
 void printTable(const FlickerResult& result);
-void printJson(const FlickerResult& result);
+Json jsonOf(const FlickerResult& result);
 
 }  // namespace kxhost

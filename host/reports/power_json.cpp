@@ -7,13 +7,6 @@
 namespace kxhost {
 namespace {
 
-using Json = nlohmann::ordered_json;
-
-/// null for figures that do not exist; the JSON library writes null for NaN and infinity, too.
-Json jsonNumber(std::optional<double> number) {
-  return number ? Json(*number) : Json(nullptr);
-}
-
 Json jsonSignal(const std::string& name, const SignalFigures& figures) {
   const auto ratio = figures.distortion();
   return {{"channel", name},

@@ -1,8 +1,9 @@
 #include "host/reports/power_report.hpp"
 
+#include <fmt/ostream.h>
+
 #include <algorithm>
 #include <cmath>
-#include <sstream>
 
 #include "analysis/number_text.hpp"
 #include "host/reports/floors.hpp"
@@ -13,8 +14,9 @@ namespace {
 
 constexpr int digits = 7;
 
-std::string cell(std::optional<double> number, int withDigits = digits) {
-  return number && !std::isnan(*number) ? numberText(*number, withDigits) : "-";
+/// NaN stands for a figure that does not exist, too.
+std::string figure(std::optional<double> number, int withDigits = digits) {
+  return cell(number && !std::isnan(*number) ? number : std::nullopt, withDigits);
 }
 
 std::string fixedCell(std::optional<double> number, int decimals) {
@@ -22,10 +24,7 @@ std::string fixedCell(std::optional<double> number, int decimals) {
     return "-";
   }
   const double steps = std::pow(10, decimals);
-  std::ostringstream text;
-  text.precision(decimals);
-  text << std::fixed << std::round(*number * steps) / steps + 0.0;  // + 0 takes the sign off a zero
-  return text.str();
+  return fmt::format("{:.{}f}", std::round(*number * steps) / steps + 0.0, decimals);  // + 0 takes the sign off a zero
 }
 
 std::string percentCell(std::optional<double> percent) {
@@ -42,18 +41,13 @@ std::string angleCell(float degrees) {
 }
 
 std::string windowCount(size_t count) {
-  return std::to_string(count) + (count == 1 ? " window" : " windows");
+  return fmt::format("{} {}", count, count == 1 ? "window" : "windows");
 }
 
 void printSequences(std::ostream& out, const PowerWindow& window) {
-  Table table({{"Sequences", false},
-               {"Positive", true},
-               {"Negative", true},
-               {"Zero", true},
-               {"Negative/%", true},
-               {"Zero/%", true}});
+  Table table({Table::text("Sequences"), "Positive", "Negative", "Zero", "Negative/%", "Zero/%"});
   const auto add = [&](const std::string& title, const SequenceFigures& figures) {
-    table.add({title, cell(figures.positive), cell(figures.negative), cell(figures.zero),
+    table.add({title, figure(figures.positive), figure(figures.negative), figure(figures.zero),
                percentCell(figures.negativeRatio), percentCell(figures.zeroRatio)});
   };
   add("Voltage/V", *window.voltageSequence);
@@ -69,40 +63,28 @@ double PowerReport::orderFrequency(size_t order) const {
 }
 
 void printSummary(std::ostream& out, const PowerReport& report) {
-  constexpr int frequencyDigits = 6;
-  out << titleOf(report.file, report.format) << ": " << windowCount(report.windows.size()) << " of "
-      << report.settings.cycles << " cycles at " << numberText(report.settings.frequency, frequencyDigits) << " Hz, "
-      << report.windowLength << " samples or " << numberText(report.windowSeconds(), digits) << " s each";
+  fmt::print(out, "{}: {} of {} cycles at {:.6g} Hz, {} samples or {:.7g} s each", titleOf(report.file, report.format),
+             windowCount(report.windows.size()), report.settings.cycles, report.settings.frequency, report.windowLength,
+             report.windowSeconds());
   if (report.leftOver > 0) {
-    out << "; " << report.leftOver << " samples at the end are left over";
+    fmt::print(out, "; {} samples at the end are left over", report.leftOver);
   }
   out << "\n\n";
-  Table table({{"Phase", false},
-               {"Voltage", false},
-               {"U/V", true},
-               {"Angle/deg", true},
-               {"THD/%", true},
-               {"Current", false},
-               {"I/A", true},
-               {"Angle/deg", true},
-               {"THD/%", true},
-               {"P/W", true},
-               {"Q/var", true},
-               {"S/VA", true},
-               {"PF", true}});
+  Table table({Table::text("Phase"), Table::text("Voltage"), "U/V", "Angle/deg", "THD/%", Table::text("Current"), "I/A",
+               "Angle/deg", "THD/%", "P/W", "Q/var", "S/VA", "PF"});
   const PowerWindow mean = meanOf(report.windows);
   const auto addRow = [&](std::vector<std::string> row, const PowerFigures& power) {
-    for (const double figure : {power.active, power.reactive, power.apparent}) {
-      row.push_back(cell(figure));
+    for (const double each : {power.active, power.reactive, power.apparent}) {
+      row.push_back(figure(each));
     }
-    row.push_back(cell(power.factor(), digits - 1));
+    row.push_back(figure(power.factor(), digits - 1));
     table.add(std::move(row));
   };
   for (size_t i = 0; i < mean.phases.size(); ++i) {
     const PhaseFigures& phase = mean.phases[i];
-    addRow({std::to_string(i + 1), report.voltageNames[i], cell(phase.voltage.rms), angleCell(phase.voltage.angles[0]),
-            distortionCell(phase.voltage), report.currentNames[i], cell(phase.current.rms),
-            angleCell(phase.current.angles[0]), distortionCell(phase.current)},
+    addRow({std::to_string(i + 1), report.voltageNames[i], figure(phase.voltage.rms),
+            angleCell(phase.voltage.angles[0]), distortionCell(phase.voltage), report.currentNames[i],
+            figure(phase.current.rms), angleCell(phase.current.angles[0]), distortionCell(phase.current)},
            phase.power);
   }
   if (mean.phases.size() > 1) {
@@ -116,11 +98,11 @@ void printSummary(std::ostream& out, const PowerReport& report) {
 
 void printHarmonics(std::ostream& out, const PowerReport& report) {
   constexpr int magnitudeDigits = 5;
-  std::vector<Table::Column> columns{{"Order", true}, {"Frequency/Hz", true}};
+  std::vector<Table::Column> columns{"Order", "Frequency/Hz"};
   for (const auto& [names, unit] : {std::pair(&report.voltageNames, "V"), {&report.currentNames, "A"}}) {
     for (const std::string& name : *names) {
-      columns.push_back({name + " rms/" + unit, true});
-      columns.push_back({"Angle/deg", true});
+      columns.emplace_back(fmt::format("{} rms/{}", name, unit));
+      columns.emplace_back("Angle/deg");
     }
   }
   Table table(std::move(columns));
@@ -129,7 +111,7 @@ void printHarmonics(std::ostream& out, const PowerReport& report) {
     std::vector<std::string> row{std::to_string(i + 1), numberText(report.orderFrequency(i + 1), digits)};
     for (const auto signal : {&PhaseFigures::voltage, &PhaseFigures::current}) {
       for (const PhaseFigures& phase : mean.phases) {
-        row.push_back(cell((phase.*signal).harmonics[i], magnitudeDigits));
+        row.push_back(figure((phase.*signal).harmonics[i], magnitudeDigits));
         row.push_back(angleCell((phase.*signal).angles[i]));
       }
     }
@@ -141,17 +123,15 @@ void printHarmonics(std::ostream& out, const PowerReport& report) {
 
 void printWindows(std::ostream& out, const PowerReport& report) {
   const size_t phases = report.windows[0].phases.size();
-  std::vector<Table::Column> columns{{"From/s", true}};
-  for (const std::string title : {"U", "I"}) {
+  std::vector<Table::Column> columns{"From/s"};
+  for (const auto& [letter, unit] : {std::pair('U', 'V'), {'I', 'A'}}) {
     for (size_t i = 1; i <= phases; ++i) {
-      columns.push_back({title + std::to_string(i) + (title == "U" ? "/V" : "/A"), true});
+      columns.emplace_back(fmt::format("{}{}/{}", letter, i, unit));
     }
   }
-  for (const char* title : {"P/W", "Q/var", "S/VA", "PF", "Strongest/Hz"}) {
-    columns.push_back({title, true});
-  }
+  columns.insert(columns.end(), {"P/W", "Q/var", "S/VA", "PF", "Strongest/Hz"});
   if (report.windows[0].voltageSequence) {
-    columns.insert(columns.end(), {{"u2/%", true}, {"u0/%", true}});
+    columns.insert(columns.end(), {"u2/%", "u0/%"});
   }
   Table table(std::move(columns));
   for (size_t i = 0; i < report.windows.size(); ++i) {
@@ -159,14 +139,14 @@ void printWindows(std::ostream& out, const PowerReport& report) {
     std::vector<std::string> row{numberText(static_cast<double>(i) * report.windowSeconds(), digits)};
     for (const auto signal : {&PhaseFigures::voltage, &PhaseFigures::current}) {
       for (const PhaseFigures& phase : window.phases) {
-        row.push_back(cell((phase.*signal).rms));
+        row.push_back(figure((phase.*signal).rms));
       }
     }
     const PowerFigures total = window.total();
-    for (const std::optional<double> figure :
+    for (const std::optional<double> each :
          {std::optional(total.active), std::optional(total.reactive), std::optional(total.apparent), total.factor(),
           std::optional(static_cast<double>(window.strongestBin) * report.binWidth())}) {
-      row.push_back(cell(figure));
+      row.push_back(figure(each));
     }
     if (window.voltageSequence) {
       row.insert(row.end(),
@@ -187,10 +167,11 @@ std::string frequencyNote(const PowerReport& report) {
     return "";
   }
   const auto count = std::count_if(first, report.windows.end(), isElsewhere);
-  return "the strongest component of channel " + report.voltageNames[0] + " is not at the " +
-         numberText(report.settings.frequency, digits) + " Hz of --frequency but elsewhere, first at " +
-         numberText(static_cast<double>(first->strongestBin) * report.binWidth(), digits) + " Hz, in " +
-         std::to_string(count) + " of " + windowCount(report.windows.size());
+  return fmt::format(
+      "the strongest component of channel {} is not at the {:.7g} Hz of --frequency but elsewhere, first at {:.7g} Hz, "
+      "in {} of {}",
+      report.voltageNames[0], report.settings.frequency, static_cast<double>(first->strongestBin) * report.binWidth(),
+      count, windowCount(report.windows.size()));
 }
 
 }  // namespace kxhost

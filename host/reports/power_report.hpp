@@ -1,13 +1,13 @@
 // What a power analysis found, in tables for people and in JSON for programs.
 #pragma once
 
-#include <nlohmann/json.hpp>
 #include <ostream>
 #include <string>
 #include <vector>
 
 #include "analysis/power/power_mean.hpp"
 #include "host/reports/floors.hpp"
+#include "host/reports/json.hpp"
 #include "recordings/recording.hpp"
 
 namespace kxhost {
@@ -35,7 +35,7 @@ void printHarmonics(std::ostream& out, const PowerReport& report);
 /// A row a window.
 void printWindows(std::ostream& out, const PowerReport& report);
 
-nlohmann::ordered_json jsonOf(const PowerReport& report);
+Json jsonOf(const PowerReport& report);
 
 /// Windows in which the first voltage has its strongest component elsewhere than at the mains frequency, which then is
 /// likely to be another one. Empty if there is none.

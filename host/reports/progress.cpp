@@ -1,5 +1,6 @@
 #include "host/reports/progress.hpp"
 
+#include <fmt/ostream.h>
 #include <unistd.h>
 
 #include <cmath>
@@ -32,8 +33,9 @@ void Progress::update(double share) {
   }
   constexpr size_t width = 40;
   const auto filled = static_cast<size_t>(std::lround(share * width));
-  std::cerr << clearLine << '[' << std::string(filled, '#') << std::string(width - filled, ' ') << "] "
-            << std::lround(share * 100) << " % " << label_ << std::flush;
+  fmt::print(std::cerr, "{}[{:#<{}}{:{}}] {} % {}", clearLine, "", filled, "", width - filled, std::lround(share * 100),
+             label_);
+  std::cerr << std::flush;
   drawn_ = true;
   next_ = Clock::now() + interval;
 }

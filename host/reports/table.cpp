@@ -4,6 +4,9 @@
 #include <cstddef>
 #include <utility>
 
+#include "analysis/number_text.hpp"
+#include "host/reports/floors.hpp"
+
 namespace kxhost {
 namespace {
 
@@ -24,6 +27,16 @@ std::string csvField(const std::string& text) {
 }
 
 }  // namespace
+
+std::string cell(std::optional<double> number, int digits, const std::string& none) {
+  return number ? numberText(*number, digits) : none;
+}
+
+Table::Column Table::text(std::string title) {
+  Column column(std::move(title));
+  column.isText = true;
+  return column;
+}
 
 Table::Table(std::vector<Column> columns) : columns_(std::move(columns)) {
   std::vector<std::string> titles;
@@ -48,7 +61,7 @@ void Table::print(std::ostream& out) const {
     std::string line;
     for (size_t i = 0; i < row.size(); ++i) {
       const std::string padding(widths[i] - width(row[i]), ' ');
-      line += (i > 0 ? "  " : "") + (columns_[i].isNumeric ? padding + row[i] : row[i] + padding);
+      line += (i > 0 ? "  " : "") + (columns_[i].isText ? row[i] + padding : padding + row[i]);
     }
     line.erase(line.find_last_not_of(' ') + 1);
     out << line << '\n';

@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "frame/lanes.hpp"
+#include "frame/conversions.hpp"
 #include "frame/wide_integers.hpp"
 #include "kxcalc.h"
 

@@ -29,15 +29,18 @@ struct Axis {
     const int32_t rounded = holds ? static_cast<int32_t>(shifted) : INT32_MIN;
     return std::min(std::max(rounded, lower), upper);
   }
-  KXCALC_INLINE i32x4 place(f32x4 values) const {
-    const i32x4 rounded = roundToNearest(values * scale + offset);
-    return greater(lesser(rounded, i32x4{} + upper), i32x4{} + lower);
+  template <class V>
+  KXCALC_INLINE SameSize<int32_t, V> place(V values) const {
+    using I = SameSize<int32_t, V>;
+    return greater(lesser(roundToNearest(values * scale + offset), splat<I>(upper)), splat<I>(lower));
   }
 };
 
 struct Linear {
-  KXCALC_INLINE float operator()(float value) const { return value; }
-  KXCALC_INLINE f32x4 operator()(f32x4 values) const { return values; }
+  template <class V>
+  KXCALC_INLINE V operator()(V values) const {
+    return values;
+  }
 };
 
 struct Logarithmic {
@@ -47,13 +50,14 @@ struct Logarithmic {
     const float ratio = value / reference;
     return fastLog10(static_cast<double>(ratio) < 1e-9 ? ratioFloor : ratio);
   }
-  KXCALC_INLINE f32x4 operator()(f32x4 values) const {
-    return fastLog10Packed(greater(values / reference, f32x4{} + ratioFloor));
+  template <class V>
+  KXCALC_INLINE V operator()(V values) const {
+    return fastLog10Packed(greater(values / reference, splat<V>(ratioFloor)));
   }
 };
 
-/// Groups of four from the first element on; the last group, where elements are left, lies partly on the one before and
-/// computes the same again.
+/// Whole vectors from the first element on; the last four elements, where some are left, lie partly on those before and are
+/// computed again.
 template <class Transform>
 KXCALC_INLINE void placeAll(const float* input, size_t count, int32_t* output, Axis axis, Transform transform) {
   if (count < 4) {
@@ -62,17 +66,9 @@ KXCALC_INLINE void placeAll(const float* input, size_t count, int32_t* output, A
     }
     return;
   }
-  const auto placeFour = [=](size_t i) { store(output + i, axis.place(transform(load(input + i)))); };
-  size_t i = 0;
-  for (; count - i >= 16; i += 16) {
-    prefetchAhead(input + i);
-    prefetchAhead(output + i);
-    unrolled<4>([&](size_t k) { placeFour(i + 4 * k); });
-  }
-  for (; count - i >= 4; i += 4) {
-    placeFour(i);
-  }
-  placeFour(count - 4);
+  const auto placePack = [=](auto at) KXCALC_INLINE_LAMBDA { at.store(output, axis.place(transform(at.load(input)))); };
+  walkBlocks<4>(count, placePack, input, output);
+  placePack(Pack<4>{count - 4});
 }
 
 }  // namespace

@@ -23,20 +23,30 @@ struct Curves {
   }
 };
 
+/// rule(Pack) for the blocks from element 0 on, rule(One) for the elements after them.
+template <class Rule>
+KXCALC_INLINE void walkBlocksAndRest(Curves curves, size_t count, Rule rule) {
+  for (size_t i = walkBlocks<4>(count, rule, curves.newCycle, curves.sum, curves.average); i < count; ++i) {
+    rule(One{i});
+  }
+}
+
 KXCALC_INLINE void copyFirst(Curves curves, size_t count) {
-  walkElements<4>(0, count, [=](auto at) {
+  walkBlocksAndRest(curves, count, [=](auto at) {
     const auto first = at.load(curves.newCycle);
     curves.store(at, first, first);
   });
 }
 
-/// One{i} stands for an element after the blocks: the walk begins at element 0, without a head.
 struct Filling {
   Curves curves;
   float cycles;
 
   KXCALC_INLINE float divisor(One) const { return cycles + 1.0F; }
-  KXCALC_INLINE float divisor(Pack<4>) const { return cycles; }
+  template <size_t width>
+  KXCALC_INLINE float divisor(Pack<width>) const {
+    return cycles;
+  }
   template <class At>
   KXCALC_INLINE void operator()(At at) const {
     const auto sum = at.load(curves.newCycle) + at.load(curves.sum);
@@ -49,7 +59,10 @@ struct Sliding {
   float window;
 
   KXCALC_INLINE float moved(float sum, float added, float leaving) const { return (added - leaving) + sum; }
-  KXCALC_INLINE f32x4 moved(f32x4 sum, f32x4 added, f32x4 leaving) const { return (sum + added) - leaving; }
+  template <class V>
+  KXCALC_INLINE V moved(V sum, V added, V leaving) const {
+    return (sum + added) - leaving;
+  }
   template <class At>
   KXCALC_INLINE void operator()(At at) const {
     const auto sum = moved(at.load(curves.sum), at.load(curves.newCycle), at.load(curves.leavingCycle));
@@ -68,8 +81,8 @@ extern "C" void kxCalcCARunningVal(const float* newCycle, const float* leavingCy
   if (cycles == 0) {
     copyFirst(curves, count);
   } else if (cycles < window) {
-    walkElements<4>(0, count, Filling{curves, toSingle(cycles)});
+    walkBlocksAndRest(curves, count, Filling{curves, toSingle(cycles)});
   } else {
-    walkElements<4>(0, count, Sliding{curves, toSingle(uint64_t{window})});
+    walkBlocksAndRest(curves, count, Sliding{curves, toSingle(uint64_t{window})});
   }
 }

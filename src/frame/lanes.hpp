@@ -1,60 +1,70 @@
-// Lanes: the 16-byte vectors that results are defined on, as the compiler's own vector types, and the few named
-// operations that the language has no operator for.
+// Lanes: vectors as the compiler's own vector types, and the few named operations that the language has no operator for.
 //
 // A kernel is written once on these. `a < b ? a : b` on two f32x4 is one instruction where the processor has it, and
-// the same bits where it has not. Every operation is always inlined: no vector crosses a function boundary.
+// the same bits where it has not. Results are defined on vectors of 16 bytes; what is computed element by element may
+// use wider ones, up to `widestBytes` of the build, and an operation gives each lane the same bits at every width. Every
+// operation is always inlined: no vector crosses a function boundary.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <type_traits>
+#include <utility>
 
-#if defined(KXCALC_SSE41)
-#include <smmintrin.h>
+#if defined(__SSE4_1__)
+#include <immintrin.h>
 #endif
 
 #define KXCALC_INLINE [[gnu::always_inline]] inline
+/// The same for a lambda, after its parameters: compilers leave one that is called several times on its own, and the
+/// vectors that it takes and captures go through memory.
+#define KXCALC_INLINE_LAMBDA __attribute__((always_inline))
 
 namespace kxcalc {
 
 using std::size_t;
 
-typedef float f32x4 __attribute__((vector_size(16)));
-typedef double f64x2 __attribute__((vector_size(16)));
-typedef int8_t i8x16 __attribute__((vector_size(16)));
-typedef int16_t i16x8 __attribute__((vector_size(16)));
-typedef int32_t i32x4 __attribute__((vector_size(16)));
-typedef uint32_t u32x4 __attribute__((vector_size(16)));
-typedef int64_t i64x2 __attribute__((vector_size(16)));
-typedef uint64_t u64x2 __attribute__((vector_size(16)));
+/// The widest vectors of the build, in bytes. (Wider ones than the processor's would be taken apart by the compiler.)
+#if defined(__AVX512F__) && defined(__AVX512BW__) && defined(__AVX512DQ__) && defined(__AVX512VL__)
+inline constexpr size_t widestBytes = 64;
+#elif defined(__AVX2__)
+inline constexpr size_t widestBytes = 32;
+#else
+inline constexpr size_t widestBytes = 16;
+#endif
 
 namespace detail {
-template <class T>
-struct LanesOf;
-template <>
-struct LanesOf<float> {
-  using Type = f32x4;
+template <class T, size_t bytes>
+struct LanesOf {
+  typedef T Type __attribute__((vector_size(bytes)));
 };
-template <>
-struct LanesOf<double> {
-  using Type = f64x2;
-};
-template <>
-struct LanesOf<int16_t> {
-  using Type = i16x8;
-};
-template <>
-struct LanesOf<int32_t> {
-  using Type = i32x4;
+template <class V>
+struct ElementOf {
+  using Type = std::remove_cvref_t<decltype(std::declval<V&>()[0])>;
 };
 }  // namespace detail
 
 /// The lanes of a sample type, and how many there are.
-template <class T>
-using Lanes = typename detail::LanesOf<T>::Type;
-template <class T>
-inline constexpr size_t laneCount = 16 / sizeof(T);
+template <class T, size_t bytes = 16>
+using Lanes = typename detail::LanesOf<T, bytes>::Type;
+template <class T, size_t bytes = 16>
+inline constexpr size_t laneCount = bytes / sizeof(T);
+
+/// A vector's sample type, and the vector of the same size over another one.
+template <class V>
+using Element = typename detail::ElementOf<V>::Type;
+template <class T, class V>
+using SameSize = Lanes<T, sizeof(V)>;
+
+using f32x4 = Lanes<float>;
+using f64x2 = Lanes<double>;
+using i8x16 = Lanes<int8_t>;
+using i16x8 = Lanes<int16_t>;
+using i32x4 = Lanes<int32_t>;
+using u32x4 = Lanes<uint32_t>;
+using i64x2 = Lanes<int64_t>;
+using u64x2 = Lanes<uint64_t>;
 
 /// The same bits seen as another type of the same size: reinterpretation, not conversion.
 template <class To, class From>
@@ -65,16 +75,87 @@ KXCALC_INLINE To bitsAs(From from) {
   return to;
 }
 
-/// 16 bytes from, or to, any address that is aligned to its element.
-template <class T>
-KXCALC_INLINE Lanes<T> load(const T* from) {
-  Lanes<T> lanes;
+/// A vector from, or to, any address that is aligned to its element: 16 bytes, or as many as are named.
+template <size_t bytes = 16, class T>
+KXCALC_INLINE Lanes<T, bytes> load(const T* from) {
+  Lanes<T, bytes> lanes;
   std::memcpy(&lanes, from, sizeof lanes);
   return lanes;
 }
-template <class T>
-KXCALC_INLINE void store(T* to, Lanes<T> lanes) {
+template <class T, class V>
+KXCALC_INLINE void store(T* to, V lanes) {
+  static_assert(std::is_same_v<T, Element<V>>);
   std::memcpy(to, &lanes, sizeof lanes);
+}
+
+/// The same value in every lane; a zero with its sign, which adding it to zeros would lose.
+template <class V>
+KXCALC_INLINE V splat(Element<V> value) {
+  return [&]<size_t... k>(std::index_sequence<k...>) KXCALC_INLINE_LAMBDA {
+    return V{(static_cast<void>(k), value)...};
+  }
+  (std::make_index_sequence<sizeof(V) / sizeof(Element<V>)>());
+}
+
+/// The halves of a vector of 32 bytes or more, and a vector of two halves.
+template <class V>
+KXCALC_INLINE Lanes<Element<V>, sizeof(V) / 2> lowHalf(V v) {
+  const auto words = bitsAs<SameSize<int64_t, V>>(v);
+  if constexpr (sizeof(V) == 64) {
+    return bitsAs<Lanes<Element<V>, 32>>(__builtin_shufflevector(words, words, 0, 1, 2, 3));
+  } else {
+    return bitsAs<Lanes<Element<V>, 16>>(__builtin_shufflevector(words, words, 0, 1));
+  }
+}
+template <class V>
+KXCALC_INLINE Lanes<Element<V>, sizeof(V) / 2> highHalf(V v) {
+  const auto words = bitsAs<SameSize<int64_t, V>>(v);
+  if constexpr (sizeof(V) == 64) {
+    return bitsAs<Lanes<Element<V>, 32>>(__builtin_shufflevector(words, words, 4, 5, 6, 7));
+  } else {
+    return bitsAs<Lanes<Element<V>, 16>>(__builtin_shufflevector(words, words, 2, 3));
+  }
+}
+template <class V>
+KXCALC_INLINE Lanes<Element<V>, 2 * sizeof(V)> joined(V low, V high) {
+  const auto lower = bitsAs<SameSize<int64_t, V>>(low), upper = bitsAs<SameSize<int64_t, V>>(high);
+  if constexpr (sizeof(V) == 32) {
+    return bitsAs<Lanes<Element<V>, 64>>(__builtin_shufflevector(lower, upper, 0, 1, 2, 3, 4, 5, 6, 7));
+  } else {
+    return bitsAs<Lanes<Element<V>, 32>>(__builtin_shufflevector(lower, upper, 0, 1, 2, 3));
+  }
+}
+
+/// Lanes 0, 0, 2, 2, ... or 1, 1, 3, 3, ... or 1, 0, 3, 2, ... of 32 bits.
+template <class V>
+KXCALC_INLINE V evenLanesTwice(V v) {
+  if constexpr (sizeof(V) == 64) {
+    return __builtin_shufflevector(v, v, 0, 0, 2, 2, 4, 4, 6, 6, 8, 8, 10, 10, 12, 12, 14, 14);
+  } else if constexpr (sizeof(V) == 32) {
+    return __builtin_shufflevector(v, v, 0, 0, 2, 2, 4, 4, 6, 6);
+  } else {
+    return __builtin_shufflevector(v, v, 0, 0, 2, 2);
+  }
+}
+template <class V>
+KXCALC_INLINE V oddLanesTwice(V v) {
+  if constexpr (sizeof(V) == 64) {
+    return __builtin_shufflevector(v, v, 1, 1, 3, 3, 5, 5, 7, 7, 9, 9, 11, 11, 13, 13, 15, 15);
+  } else if constexpr (sizeof(V) == 32) {
+    return __builtin_shufflevector(v, v, 1, 1, 3, 3, 5, 5, 7, 7);
+  } else {
+    return __builtin_shufflevector(v, v, 1, 1, 3, 3);
+  }
+}
+template <class V>
+KXCALC_INLINE V swappedPairs(V v) {
+  if constexpr (sizeof(V) == 64) {
+    return __builtin_shufflevector(v, v, 1, 0, 3, 2, 5, 4, 7, 6, 9, 8, 11, 10, 13, 12, 15, 14);
+  } else if constexpr (sizeof(V) == 32) {
+    return __builtin_shufflevector(v, v, 1, 0, 3, 2, 5, 4, 7, 6);
+  } else {
+    return __builtin_shufflevector(v, v, 1, 0, 3, 2);
+  }
 }
 
 /// a where a < b, else b. The second operand wins ties (of +0 and -0 too) and wins where either operand is a NaN, so a
@@ -100,192 +181,137 @@ inline constexpr Greater greater;
 
 /// Combines lanes pairwise by halves, the lower lane as first operand: for four lanes
 /// combine(combine(lane 0, lane 2), combine(lane 1, lane 3)).
-template <class T, class Combine>
-KXCALC_INLINE T reduceByHalves(Lanes<T> lanes, Combine combine) {
-  T lane[laneCount<T>];
-  std::memcpy(lane, &lanes, sizeof lane);
-  for (size_t half = laneCount<T> / 2; half > 0; half /= 2) {
-    for (size_t j = 0; j < half; ++j) {
-      lane[j] = combine(lane[j], lane[j + half]);
+template <class T, class V, class Combine>
+KXCALC_INLINE T reduceByHalves(V lanes, Combine combine) {
+  if constexpr (sizeof(V) > 16) {
+    return reduceByHalves<T>(combine(lowHalf(lanes), highHalf(lanes)), combine);
+  } else {
+    T lane[laneCount<T>];
+    std::memcpy(lane, &lanes, sizeof lane);
+    for (size_t half = laneCount<T> / 2; half > 0; half /= 2) {
+      for (size_t j = 0; j < half; ++j) {
+        lane[j] = combine(lane[j], lane[j + half]);
+      }
     }
+    return lane[0];
   }
-  return lane[0];
 }
 
 /// Whether any bit of any lane is set.
 template <class V>
 KXCALC_INLINE bool anyBitSet(V lanes) {
-  const auto halves = bitsAs<u64x2>(lanes);
-  return (halves[0] | halves[1]) != 0;
+  if constexpr (sizeof(V) > 16) {
+    return anyBitSet(lowHalf(lanes) | highHalf(lanes));
+  } else {
+    const auto halves = bitsAs<u64x2>(lanes);
+    return (halves[0] | halves[1]) != 0;
+  }
 }
 
 /// All bits set in the lanes where a or b is a NaN. An intrinsic because GCC makes two comparisons of the expression.
-KXCALC_INLINE i32x4 unordered(f32x4 a, f32x4 b) {
-#if defined(KXCALC_SSE41)
-  return bitsAs<i32x4>(_mm_cmpunord_ps(bitsAs<__m128>(a), bitsAs<__m128>(b)));
-#else
-  return (a != a) | (b != b);
+template <class V>
+KXCALC_INLINE auto unordered(V a, V b) {
+  constexpr bool single = std::is_same_v<Element<V>, float>;
+  using Mask = SameSize<std::conditional_t<single, int32_t, int64_t>, V>;
+#if defined(__SSE4_1__)
+  if constexpr (sizeof(V) == 16 && single) {
+    return bitsAs<Mask>(_mm_cmpunord_ps(bitsAs<__m128>(a), bitsAs<__m128>(b)));
+  } else if constexpr (sizeof(V) == 16) {
+    return bitsAs<Mask>(_mm_cmpunord_pd(bitsAs<__m128d>(a), bitsAs<__m128d>(b)));
+  }
 #endif
-}
-KXCALC_INLINE i64x2 unordered(f64x2 a, f64x2 b) {
-#if defined(KXCALC_SSE41)
-  return bitsAs<i64x2>(_mm_cmpunord_pd(bitsAs<__m128d>(a), bitsAs<__m128d>(b)));
-#else
-  return (a != a) | (b != b);
+#if defined(__AVX2__)
+  if constexpr (sizeof(V) == 32 && single) {
+    return bitsAs<Mask>(_mm256_cmp_ps(bitsAs<__m256>(a), bitsAs<__m256>(b), _CMP_UNORD_Q));
+  } else if constexpr (sizeof(V) == 32) {
+    return bitsAs<Mask>(_mm256_cmp_pd(bitsAs<__m256d>(a), bitsAs<__m256d>(b), _CMP_UNORD_Q));
+  }
 #endif
-}
-
-/// Lanes 0 to 3, or 4 to 7, with their sign.
-KXCALC_INLINE i32x4 widenLow(i16x8 v) {
-#if defined(KXCALC_SSE41)
-  return bitsAs<i32x4>(_mm_cvtepi16_epi32(bitsAs<__m128i>(v)));
-#else  // doubled up in 32 bits and shifted down arithmetically
-  return bitsAs<i32x4>(__builtin_shufflevector(v, v, 0, 0, 1, 1, 2, 2, 3, 3)) >> 16;
+#if defined(__AVX512DQ__)
+  if constexpr (sizeof(V) == 64 && single) {
+    return bitsAs<Mask>(_mm512_movm_epi32(_mm512_cmp_ps_mask(bitsAs<__m512>(a), bitsAs<__m512>(b), _CMP_UNORD_Q)));
+  } else if constexpr (sizeof(V) == 64) {
+    return bitsAs<Mask>(_mm512_movm_epi64(_mm512_cmp_pd_mask(bitsAs<__m512d>(a), bitsAs<__m512d>(b), _CMP_UNORD_Q)));
+  }
 #endif
-}
-KXCALC_INLINE i32x4 widenHigh(i16x8 v) {
-  return widenLow(__builtin_shufflevector(v, v, 4, 5, 6, 7, 4, 5, 6, 7));
-}
-
-/// Two neighbouring samples as doubles (exact; a signalling NaN comes out quiet).
-KXCALC_INLINE f64x2 loadAsDoubles(const double* from) {
-  return load(from);
-}
-KXCALC_INLINE f64x2 loadAsDoubles(const float* from) {
-#if defined(KXCALC_SSE41)  // GCC converts the expression one number at a time.
-  return bitsAs<f64x2>(_mm_cvtps_pd(_mm_castsi128_ps(_mm_loadu_si64(from))));
-#else
-  return f64x2{static_cast<double>(from[0]), static_cast<double>(from[1])};
+#if !defined(__SSE4_1__)
+  return bitsAs<Mask>((a != a) | (b != b));
 #endif
-}
-KXCALC_INLINE f64x2 loadAsDoubles(const int32_t* from) {
-#if defined(KXCALC_SSE41)
-  return bitsAs<f64x2>(_mm_cvtepi32_pd(_mm_loadu_si64(from)));
-#else
-  return f64x2{static_cast<double>(from[0]), static_cast<double>(from[1])};
-#endif
-}
-KXCALC_INLINE f64x2 loadAsDoubles(const int16_t* from) {
-  int32_t both;
-  std::memcpy(&both, from, sizeof both);
-  const i32x4 pair = widenLow(bitsAs<i16x8>(i32x4{both, 0, 0, 0}));
-  return __builtin_convertvector(__builtin_shufflevector(pair, pair, 0, 1), f64x2);
-}
-
-/// Four neighbouring samples of 8 or 16 bits with their value. Each is placed at the top of 32 bits and shifted down,
-/// with its sign or with zeros.
-KXCALC_INLINE i32x4 loadAsInt32(const int16_t* from) {
-  i64x2 four{};
-  std::memcpy(&four, from, 8);
-  return widenLow(bitsAs<i16x8>(four));
-}
-KXCALC_INLINE i32x4 loadAsInt32(const uint16_t* from) {
-  i64x2 four{};
-  std::memcpy(&four, from, 8);
-  return bitsAs<i32x4>(__builtin_shufflevector(bitsAs<i16x8>(four), i16x8{}, 0, 8, 1, 9, 2, 10, 3, 11));
-}
-KXCALC_INLINE i32x4 loadAsInt32(const int8_t* from) {
-  i32x4 four{};
-  std::memcpy(&four, from, 4);
-  const i8x16 v = bitsAs<i8x16>(four);
-  return bitsAs<i32x4>(__builtin_shufflevector(v, v, 0, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3, 3)) >> 24;
-}
-KXCALC_INLINE i32x4 loadAsInt32(const uint8_t* from) {
-  i32x4 four{};
-  std::memcpy(&four, from, 4);
-  return bitsAs<i32x4>(__builtin_shufflevector(bitsAs<i8x16>(four), i8x16{}, 0, 16, 17, 18, 1, 19, 20, 21, 2, 22, 23,
-                                               24, 3, 25, 26, 27));
-}
-
-/// Lanes 0 and 1, or 2 and 3, as doubles (exact; a signalling NaN comes out quiet).
-KXCALC_INLINE f64x2 widenLow(f32x4 v) {
-#if defined(KXCALC_SSE41)
-  return bitsAs<f64x2>(_mm_cvtps_pd(bitsAs<__m128>(v)));
-#else
-  return f64x2{static_cast<double>(v[0]), static_cast<double>(v[1])};
-#endif
-}
-KXCALC_INLINE f64x2 widenHigh(f32x4 v) {
-  return widenLow(__builtin_shufflevector(v, v, 2, 3, 2, 3));
-}
-
-/// Four doubles as singles, each rounded to the nearest.
-KXCALC_INLINE f32x4 toSingles(f64x2 low, f64x2 high) {
-  return f32x4{static_cast<float>(low[0]), static_cast<float>(low[1]), static_cast<float>(high[0]),
-               static_cast<float>(high[1])};
-}
-
-/// The low 16 bits of eight 32-bit lanes (two's complement wrap-around, no saturation).
-KXCALC_INLINE i16x8 narrow(i32x4 low, i32x4 high) {
-  return __builtin_shufflevector(bitsAs<i16x8>(low), bitsAs<i16x8>(high), 0, 2, 4, 6, 8, 10, 12, 14);
 }
 
 /// The square root of each lane; NaN of a negative number, -0 of -0.
-KXCALC_INLINE f32x4 squareRoot(f32x4 v) {
-#if defined(KXCALC_SSE41)
-  return bitsAs<f32x4>(_mm_sqrt_ps(bitsAs<__m128>(v)));
-#else
-  return f32x4{__builtin_sqrtf(v[0]), __builtin_sqrtf(v[1]), __builtin_sqrtf(v[2]), __builtin_sqrtf(v[3])};
+template <class V>
+KXCALC_INLINE V squareRoot(V v) {
+  static_assert(std::is_same_v<Element<V>, float>);
+#if defined(__SSE4_1__)
+  if constexpr (sizeof(V) == 16) {
+    return bitsAs<V>(_mm_sqrt_ps(bitsAs<__m128>(v)));
+  }
+#endif
+#if defined(__AVX2__)
+  if constexpr (sizeof(V) == 32) {
+    return bitsAs<V>(_mm256_sqrt_ps(bitsAs<__m256>(v)));
+  }
+#endif
+#if defined(__AVX512F__)
+  if constexpr (sizeof(V) == 64) {
+    return bitsAs<V>(_mm512_maskz_sqrt_ps(0xFFFF, bitsAs<__m512>(v)));
+  }
+#endif
+#if !defined(__SSE4_1__)
+  return V{__builtin_sqrtf(v[0]), __builtin_sqrtf(v[1]), __builtin_sqrtf(v[2]), __builtin_sqrtf(v[3])};
 #endif
 }
 
 /// Lane k: a[2k] * b[2k] + a[2k + 1] * b[2k + 1], exact as an unsigned number when the sum is not negative (four times
 /// -32768 gives 2^31), and as a signed number otherwise.
-KXCALC_INLINE u32x4 sumsOfPairProducts(i16x8 a, i16x8 b) {
-#if defined(KXCALC_SSE41)
-  return bitsAs<u32x4>(_mm_madd_epi16(bitsAs<__m128i>(a), bitsAs<__m128i>(b)));
-#else
-  const auto even = [](i16x8 v) { return bitsAs<u32x4>(bitsAs<i32x4>(bitsAs<u32x4>(v) << 16) >> 16); };
-  const auto odd = [](i16x8 v) { return bitsAs<u32x4>(bitsAs<i32x4>(v) >> 16); };
+template <class V>
+KXCALC_INLINE SameSize<uint32_t, V> sumsOfPairProducts(V a, V b) {
+  using U = SameSize<uint32_t, V>;
+#if defined(__SSE4_1__)
+  if constexpr (sizeof(V) == 16) {
+    return bitsAs<U>(_mm_madd_epi16(bitsAs<__m128i>(a), bitsAs<__m128i>(b)));
+  }
+#endif
+#if defined(__AVX2__)
+  if constexpr (sizeof(V) == 32) {
+    return bitsAs<U>(_mm256_madd_epi16(bitsAs<__m256i>(a), bitsAs<__m256i>(b)));
+  }
+#endif
+#if defined(__AVX512BW__)
+  if constexpr (sizeof(V) == 64) {
+    return bitsAs<U>(_mm512_madd_epi16(bitsAs<__m512i>(a), bitsAs<__m512i>(b)));
+  }
+#endif
+#if !defined(__SSE4_1__)
+  const auto even = [](V v) { return bitsAs<U>(bitsAs<SameSize<int32_t, V>>(bitsAs<U>(v) << 16) >> 16); };
+  const auto odd = [](V v) { return bitsAs<U>(bitsAs<SameSize<int32_t, V>>(v) >> 16); };
   return even(a) * even(b) + odd(a) * odd(b);
 #endif
 }
 
-/// The exact 64-bit squares of lanes 0 and 2.
-KXCALC_INLINE i64x2 squaresOfEvenLanes(i32x4 v) {
-#if defined(KXCALC_SSE41)
-  return bitsAs<i64x2>(_mm_mul_epi32(bitsAs<__m128i>(v), bitsAs<__m128i>(v)));
-#else
-  const i64x2 wide = bitsAs<i64x2>(bitsAs<u64x2>(v) << 32) >> 32;
+/// The exact 64-bit squares of the lanes at even places.
+template <class V>
+KXCALC_INLINE SameSize<int64_t, V> squaresOfEvenLanes(V v) {
+  using W = SameSize<int64_t, V>;
+#if defined(__SSE4_1__)
+  if constexpr (sizeof(V) == 16) {
+    return bitsAs<W>(_mm_mul_epi32(bitsAs<__m128i>(v), bitsAs<__m128i>(v)));
+  }
+#endif
+#if defined(__AVX2__)
+  if constexpr (sizeof(V) == 32) {
+    return bitsAs<W>(_mm256_mul_epi32(bitsAs<__m256i>(v), bitsAs<__m256i>(v)));
+  }
+#endif
+#if defined(__AVX512F__)
+  if constexpr (sizeof(V) == 64) {
+    return bitsAs<W>(_mm512_maskz_mul_epi32(0xFF, bitsAs<__m512i>(v), bitsAs<__m512i>(v)));
+  }
+#endif
+#if !defined(__SSE4_1__)
+  const W wide = bitsAs<W>(bitsAs<SameSize<uint64_t, V>>(v) << 32) >> 32;
   return wide * wide;
-#endif
-}
-
-/// Each lane cut towards zero to an integer. Out of the range of 32 bits, infinite or NaN: -2147483648.
-KXCALC_INLINE i32x4 truncate(f32x4 v) {
-#if defined(KXCALC_SSE41)
-  return bitsAs<i32x4>(_mm_cvttps_epi32(bitsAs<__m128>(v)));
-#else
-  const i32x4 inRange = (v >= -2147483648.0F) & (v < 2147483648.0F);
-  const f32x4 convertible = bitsAs<f32x4>(bitsAs<i32x4>(v) & inRange);
-  return inRange ? __builtin_convertvector(convertible, i32x4) : i32x4{} + INT32_MIN;
-#endif
-}
-
-/// Four doubles in [0, 2^31) cut to integers.
-KXCALC_INLINE i32x4 truncateBelow2To31(f64x2 low, f64x2 high) {
-#if defined(KXCALC_SSE41)
-  return bitsAs<i32x4>(
-      _mm_unpacklo_epi64(_mm_cvttpd_epi32(bitsAs<__m128d>(low)), _mm_cvttpd_epi32(bitsAs<__m128d>(high))));
-#else
-  return i32x4{static_cast<int32_t>(low[0]), static_cast<int32_t>(low[1]), static_cast<int32_t>(high[0]),
-               static_cast<int32_t>(high[1])};
-#endif
-}
-
-/// Each lane rounded to the nearest integer, halfway cases to the even one. Out of the range of 32 bits, infinite or
-/// NaN: -2147483648.
-KXCALC_INLINE i32x4 roundToNearest(f32x4 v) {
-#if defined(KXCALC_SSE41)
-  return bitsAs<i32x4>(_mm_cvtps_epi32(bitsAs<__m128>(v)));
-#else
-  // Adding 2^23 with v's sign and taking it away again leaves v rounded to an integer; from 2^23 on every single is
-  // one.
-  const i32x4 sign = bitsAs<i32x4>(v) & INT32_MIN;
-  const f32x4 magnitude = bitsAs<f32x4>(bitsAs<i32x4>(v) & INT32_MAX);
-  const f32x4 unit = bitsAs<f32x4>(sign | bitsAs<i32x4>(f32x4{} + 8388608.0F));
-  const f32x4 rounded = (v + unit) - unit;
-  return truncate(magnitude < 8388608.0F ? rounded : v);
 #endif
 }
 

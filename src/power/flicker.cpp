@@ -5,12 +5,11 @@
 // side, each on the sample behind that of the section before it, and the two first low-pass sections in the two lanes of
 // one: each section still sees the same samples in the same order. What a block leaves half done is finished before the
 // call returns.
-#include <algorithm>
-#include <cmath>
 #include <cstddef>
 
 #include "frame/blocks.hpp"
 #include "kxcalc.h"
+#include "power/flicker_classes.hpp"
 
 static_assert(offsetof(FlickerState, weightCoefficients) == 9 * sizeof(void*));
 static_assert(sizeof(FlickerState) == 19 * sizeof(void*));
@@ -241,16 +240,6 @@ struct Stages {
   }
 };
 
-constexpr double classesPerDecade = 100;
-constexpr size_t topClass = 999;
-
-/// Class of a value above 0: its logarithm from 1e-4 on in hundredths of a decade, cut towards zero. What lies a class
-/// or more below class 0 counts in the top class: its number below zero, read as unsigned, is above all classes.
-KXCALC_INLINE size_t classOf(float value) {
-  const double position = (std::log10(static_cast<double>(value)) + 4.0) * classesPerDecade;
-  return position > -1 && position < topClass ? static_cast<size_t>(position) : topClass;
-}
-
 }  // namespace
 }  // namespace kxcalc
 
@@ -271,6 +260,6 @@ extern "C" void kxcalcPowerFlicker(const FlickerState* state, const float* sampl
 
 extern "C" void kxcalcPowerFlickerAddToClass(const float* values, int32_t count, uint32_t* classes) {
   for (int32_t i = 0; i < count; ++i) {
-    ++classes[values[i] > 0 ? kxcalc::classOf(values[i]) : 0];
+    ++classes[kxcalc::flickerClasses.of(values[i])];
   }
 }

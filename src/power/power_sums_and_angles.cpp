@@ -1,8 +1,9 @@
 // Active and reactive power of a voltage and a current spectrum, and the angles of harmonics.
-#include <cmath>
+#include <algorithm>
 
-#include "frame/lanes.hpp"
+#include "frame/blocks.hpp"
 #include "kxcalc.h"
+#include "vmath/arctangent2.hpp"
 
 namespace kxcalc {
 namespace {
@@ -15,68 +16,90 @@ KXCALC_INLINE f64x2 terms(const float* voltage, const float* current) {
   return f64x2{straight[0] + straight[1], crossed[0] - crossed[1]};
 }
 
-/// Adds the terms of two bins, one after the other. Their real and their imaginary parts lie in lanes of their own, which
-/// gives the terms of both bins at once.
-KXCALC_INLINE void addTwo(f64x2& sums, const float* voltage, const float* current) {
-  const auto reals = [](f32x4 bins) { return widenLow(__builtin_shufflevector(bins, bins, 0, 2, 0, 2)); };
-  const auto imags = [](f32x4 bins) { return widenLow(__builtin_shufflevector(bins, bins, 1, 3, 1, 3)); };
-  const f32x4 u = load(voltage), i = load(current);
-  const f64x2 active = reals(u) * reals(i) + imags(u) * imags(i);
-  const f64x2 reactive = reals(u) * imags(i) - imags(u) * reals(i);
-  sums += __builtin_shufflevector(active, reactive, 0, 2);
-  sums += __builtin_shufflevector(active, reactive, 1, 3);
+/// The real parts of two bins or of four, or the imaginary ones.
+template <size_t bins, int part>
+KXCALC_INLINE auto partsOf(const float* from) {
+  if constexpr (bins == 2) {
+    const f32x4 both = load(from);
+    return widenLow(__builtin_shufflevector(both, both, part, part + 2, part, part + 2));
+  } else {
+    return toDoubles(__builtin_shufflevector(load(from), load(from + 4), part, part + 2, part + 4, part + 6));
+  }
+}
+
+/// Adds the terms of two bins or of four, one after the other. The terms of all of them are formed at once.
+template <size_t bins>
+KXCALC_INLINE void addBins(f64x2& sums, const float* voltage, const float* current) {
+  const auto ur = partsOf<bins, 0>(voltage), ui = partsOf<bins, 1>(voltage);
+  const auto ir = partsOf<bins, 0>(current), ii = partsOf<bins, 1>(current);
+  const auto active = ur * ir + ui * ii, reactive = ur * ii - ui * ir;
+  const auto addTwo = [&](f64x2 p, f64x2 q) KXCALC_INLINE_LAMBDA {
+    sums += __builtin_shufflevector(p, q, 0, 2);
+    sums += __builtin_shufflevector(p, q, 1, 3);
+  };
+  if constexpr (bins == 2) {
+    addTwo(active, reactive);
+  } else {
+    addTwo(lowPart(active), lowPart(reactive));
+    addTwo(highPart(active), highPart(reactive));
+  }
 }
 
 constexpr double degreesPerRadian = 57.2957763671875;  // 180/pi as a single, although it multiplies doubles
 
-/// Angle of a bin in degrees, 0 to 360: its first element is the ordinate.
-KXCALC_INLINE float angleOf(const float* bin) {
-  const double radians = std::atan2(static_cast<double>(bin[0]), static_cast<double>(bin[1]));
-  const auto degrees = static_cast<float>(radians * degreesPerRadian);
-  return 0 > degrees ? degrees + 360 : degrees;
+/// Angles in degrees, 0 to 360, of four bins, two and two neighbours: a bin's first element is the ordinate.
+///
+/// The result is the correctly rounded arctangent in double, times the factor, rounded to single. Rounding keeps the order of
+/// numbers, so the quick arctangent is enough where both ends of what it may be off by, 2^-47 with the product's roundings,
+/// give the same single: all but one of some millions.
+KXCALC_INLINE f32x4 anglesOf(f32x4 bins1, f32x4 bins2) {
+  const f32x4 y = __builtin_shufflevector(bins1, bins2, 0, 2, 4, 6),
+              x = __builtin_shufflevector(bins1, bins2, 1, 3, 5, 7);
+  const f64x2 low = quickArctangent2(widenLow(y), widenLow(x)) * degreesPerRadian;
+  const f64x2 high = quickArctangent2(widenHigh(y), widenHigh(x)) * degreesPerRadian;
+  f32x4 degrees = toSingles(low * (1 - 0x1p-47), high * (1 - 0x1p-47));
+  const i32x4 undecided = degrees != toSingles(low * (1 + 0x1p-47), high * (1 + 0x1p-47));
+  if (anyBitSet(undecided)) [[unlikely]] {
+    for (int lane = 0; lane < 4; ++lane) {
+      if (undecided[lane] != 0) {
+        degrees[lane] = static_cast<float>(arctangent2(y[lane], x[lane]) * degreesPerRadian);
+      }
+    }
+  }
+  return 0.0F > degrees ? degrees + 360.0F : degrees;
 }
 
-/// What is left of a number without its whole part, with the number's sign: 0 of a whole or infinite one, too. Not the
-/// platform's split, for not all keep the sign of a zero.
-KXCALC_INLINE float fractionOf(float x) {
+/// What is left of angles without their whole turns, with the angles' signs: 0 of whole turns, and of more than 2^23 or
+/// infinitely many.
+KXCALC_INLINE f32x4 withoutTurns(f32x4 angle) {
   constexpr float allWhole = 8388608.0F;  // 2^23: from here on there is no fraction
-  if (std::abs(x) < allWhole) {
-    return std::copysign(x - static_cast<float>(static_cast<int32_t>(x)), x);
-  }
-  return x != x ? x : std::copysign(0.0F, x);
+  const f32x4 turns = angle / 360.0F;
+  const i32x4 sign = bitsAs<i32x4>(turns) & INT32_MIN;
+  const i32x4 isWhole = bitsAs<f32x4>(bitsAs<i32x4>(turns) ^ sign) >= allWhole;
+  const f32x4 fraction = turns - __builtin_convertvector(truncate(turns), f32x4);
+  return bitsAs<f32x4>((bitsAs<i32x4>(fraction) & ~isWhole & INT32_MAX) | sign) * 360.0F;
 }
 
-/// What is left of an angle without its whole turns, with the angle's sign.
-KXCALC_INLINE float withoutTurns(float angle) {
-  return fractionOf(angle / 360) * 360;
+/// The negated phase, brought near the range -180 to 180. A phase above 360 comes out with the other sign. Whole turns go
+/// before a single one is added: from -360 on there are none, and a turn more than -180 and less is 180 at most.
+KXCALC_INLINE f32x4 wrapped(f32x4 phase) {
+  const f32x4 fraction = withoutTurns(-phase);
+  const f32x4 turned = phase > 180.0F ? 360.0F - phase : -phase;
+  const f32x4 x = phase > 360.0F ? -fraction : (-phase > 360.0F ? fraction : turned);
+  return x > 180.0F ? x - 360.0F : x;
 }
 
-/// The negated phase, brought near the range -180 to 180 by these tests in this order. A phase above 360 loses its whole
-/// turns and is not negated: 10 gives -10, 370 gives 10.
-KXCALC_INLINE float wrapped(float phase) {
-  float x = -phase;
-  if (phase > 360) {
-    x = -withoutTurns(x);
-  }
-  if (-180 > x) {
-    x = x + 360;
-  }
-  if (x > 360) {
-    x = withoutTurns(x);
-  }
-  return x > 180 ? x - 360 : x;
-}
-
-/// Between the two bins around the order's position, referred to a phase that grows with the order. From one bin to the
+/// Between the two bins around each order's position, referred to a phase that grows with the order. From one bin to the
 /// next the angle grows, by up to 360 degrees; equal angles count as 360.
-KXCALC_INLINE float angleOfOrder(const float* spectrum, float order, float phasePerOrder, float binsPerOrder) {
-  const float position = order * binsPerOrder;
-  const auto bin = static_cast<int32_t>(position);
-  const float* const below = spectrum + 2 * static_cast<ptrdiff_t>(bin);
-  const float lower = angleOf(below);
-  const float upper = angleOf(below + 2);
-  const float step = upper > lower ? upper - lower : (upper - lower) + 360;
-  return wrapped((position - static_cast<float>(bin)) * step + (lower - order * phasePerOrder));
+KXCALC_INLINE f32x4 anglesOfOrders(const float* spectrum, f32x4 orders, float phasePerOrder, float binsPerOrder) {
+  const f32x4 position = orders * binsPerOrder;
+  const i32x4 bin = truncate(position);
+  const auto twoBins = [&](int lane) { return load(spectrum + 2 * static_cast<ptrdiff_t>(bin[lane])); };
+  const f32x4 angles1 = anglesOf(twoBins(0), twoBins(1)), angles2 = anglesOf(twoBins(2), twoBins(3));
+  const f32x4 lower = __builtin_shufflevector(angles1, angles2, 0, 2, 4, 6);
+  const f32x4 upper = __builtin_shufflevector(angles1, angles2, 1, 3, 5, 7);
+  const f32x4 step = upper > lower ? upper - lower : (upper - lower) + 360.0F;
+  return wrapped((position - __builtin_convertvector(bin, f32x4)) * step + (lower - orders * phasePerOrder));
 }
 
 }  // namespace
@@ -89,8 +112,17 @@ extern "C" void kxcalcPowerPandQsum(const float* voltage, const float* current, 
   const size_t last = binCount > 2 ? static_cast<size_t>(binCount) - 1 : 1;
   f64x2 sums = terms(voltage, current) * 0.5;
   size_t bin = 1;
+  constexpr size_t line = 8, atOnce = widestBytes > 16 ? 4 : 2;
+  for (; last - bin >= line; bin += line) {
+    prefetchAhead(voltage + 2 * bin);
+    prefetchAhead(current + 2 * bin);
+    unrolled<line / atOnce>([&](size_t k) KXCALC_INLINE_LAMBDA {
+      const size_t at = 2 * (bin + k * atOnce);
+      addBins<atOnce>(sums, voltage + at, current + at);
+    });
+  }
   for (; last - bin >= 2; bin += 2) {
-    addTwo(sums, voltage + 2 * bin, current + 2 * bin);
+    addBins<2>(sums, voltage + 2 * bin, current + 2 * bin);
   }
   if (bin < last) {
     sums += terms(voltage + 2 * bin, current + 2 * bin);
@@ -102,7 +134,21 @@ extern "C" void kxcalcPowerPandQsum(const float* voltage, const float* current, 
 
 extern "C" void kxcalcPowerAngles(const float* spectrum, float* angles, int32_t orderCount, float phasePerOrder,
                                   float binsPerOrder) {
-  for (int32_t order = 1; order <= orderCount; ++order) {
-    angles[order] = kxcalc::angleOfOrder(spectrum, static_cast<float>(order), phasePerOrder, binsPerOrder);
+  using namespace kxcalc;
+  for (int64_t first = 1; first <= orderCount; first += 4) {
+    // Past the last order it is taken once more: no other bins are read.
+    const int32_t left = static_cast<int32_t>(std::min<int64_t>(orderCount - first, 3));
+    f32x4 orders;
+    for (int lane = 0; lane < 4; ++lane) {
+      orders[lane] = static_cast<float>(first + std::min(lane, left));
+    }
+    const f32x4 results = anglesOfOrders(spectrum, orders, phasePerOrder, binsPerOrder);
+    if (left == 3) {
+      store(angles + first, results);
+    } else {
+      for (int32_t lane = 0; lane <= left; ++lane) {
+        angles[first + lane] = results[lane];
+      }
+    }
   }
 }

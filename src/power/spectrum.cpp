@@ -1,54 +1,42 @@
 // One-sided complex spectra in single, real and imaginary part of a bin side by side: correction, conjugation, the
 // strongest bin, the energy.
-#include "frame/blocks.hpp"
+#include "frame/serial_sums.hpp"
 #include "kxcalc.h"
 
 namespace kxcalc {
 namespace {
 
-constexpr i32x4 signOfRealParts{INT32_MIN, 0, INT32_MIN, 0};
-constexpr i32x4 signOfImaginaryParts{0, INT32_MIN, 0, INT32_MIN};
+/// The sign bits of a bin, the real part in the lower half.
+constexpr uint64_t signsOfRealParts = 0x80000000U, signsOfImaginaryParts = uint64_t{0x80000000U} << 32;
 
-KXCALC_INLINE f32x4 flipSigns(f32x4 v, i32x4 signs) {
-  return bitsAs<f32x4>(bitsAs<i32x4>(v) ^ signs);
+template <class V>
+KXCALC_INLINE V flipSigns(V bins, uint64_t signs) {
+  return bitsAs<V>(bitsAs<SameSize<uint64_t, V>>(bins) ^ signs);
 }
 
-/// Two bins times two others: a c - b d and a d + b c, each product and sum rounded. (x - y is x + -y, to the bit.)
-KXCALC_INLINE f32x4 complexProduct(f32x4 bins, f32x4 factors) {
-  const f32x4 factorReals = __builtin_shufflevector(factors, factors, 0, 0, 2, 2);
-  const f32x4 factorImags = __builtin_shufflevector(factors, factors, 1, 1, 3, 3);
-  const f32x4 swapped = __builtin_shufflevector(bins, bins, 1, 0, 3, 2);
-  return bins * factorReals + flipSigns(swapped * factorImags, signOfRealParts);
+/// Bins times as many others: a c - b d and a d + b c, each product and sum rounded. (x - y is x + -y, to the bit.)
+template <class V>
+KXCALC_INLINE V complexProduct(V bins, V factors) {
+  return bins * evenLanesTwice(factors) + flipSigns(swappedPairs(bins) * oddLanesTwice(factors), signsOfRealParts);
 }
 
+/// In a vector as well: of scalars that are multiplied, added and subtracted side by side GCC makes fused operations,
+/// whatever it is told.
 KXCALC_INLINE void correctOne(float* bin, const float* factor) {
-  const float real = bin[0] * factor[0] - bin[1] * factor[1];
-  const float imag = bin[0] * factor[1] + bin[1] * factor[0];
-  bin[0] = real;
-  bin[1] = imag;
+  const f32x4 product = complexProduct(f32x4{bin[0], bin[1]}, f32x4{factor[0], factor[1]});
+  bin[0] = product[0];
+  bin[1] = product[1];
 }
 
-/// Where the spectrum begins less than two bins ahead of the correction, a bin is a factor of the next one: the plain
-/// loop then, whose results count.
-KXCALC_INLINE bool feedsOwnBlock(const float* spectrum, const float* correction) {
-  const uintptr_t ahead = reinterpret_cast<uintptr_t>(spectrum) - reinterpret_cast<uintptr_t>(correction);
-  return ahead != 0 && ahead < 16;
-}
-
+/// Where the spectrum begins less than a vector ahead of the correction, a bin is a factor of a later one: the plain loop
+/// then, whose results count.
 KXCALC_INLINE void correct(float* spectrum, const float* correction, size_t elements) {
-  const auto correctTwo = [=](size_t i) {
-    store(spectrum + i, complexProduct(load(spectrum + i), load(correction + i)));
-  };
   size_t i = 0;
-  if (!feedsOwnBlock(spectrum, correction)) {
-    for (; elements - i >= 16; i += 16) {
-      prefetchAhead(spectrum + i);
-      prefetchAhead(correction + i);
-      unrolled<4>([&](size_t k) { correctTwo(i + 4 * k); });
-    }
-    for (; elements - i >= 4; i += 4) {
-      correctTwo(i);
-    }
+  if (!feedsOwnVector(spectrum, correction)) {
+    const auto correctBlock = [=](auto at) KXCALC_INLINE_LAMBDA {
+      at.store(spectrum, complexProduct(at.load(spectrum), at.load(correction)));
+    };
+    i = walkBlocks<4>(elements, correctBlock, spectrum, correction);
   }
   for (; i < elements; i += 2) {
     correctOne(spectrum + i, correction + i);
@@ -57,15 +45,10 @@ KXCALC_INLINE void correct(float* spectrum, const float* correction, size_t elem
 
 /// The sign bit, of zeros and NaNs too: as integers.
 KXCALC_INLINE void conjugate(float* spectrum, size_t elements) {
-  const auto flipFour = [=](size_t i) { store(spectrum + i, flipSigns(load(spectrum + i), signOfImaginaryParts)); };
-  size_t i = 0;
-  for (; elements - i >= 16; i += 16) {
-    prefetchAhead(spectrum + i);
-    unrolled<4>([&](size_t k) { flipFour(i + 4 * k); });
-  }
-  for (; elements - i >= 4; i += 4) {
-    flipFour(i);
-  }
+  const auto flipBlock = [=](auto at) KXCALC_INLINE_LAMBDA {
+    at.store(spectrum, flipSigns(at.load(spectrum), signsOfImaginaryParts));
+  };
+  size_t i = walkBlocks<4>(elements, flipBlock, spectrum);
   for (++i; i < elements; i += 2) {
     uint32_t bits;
     std::memcpy(&bits, spectrum + i, sizeof bits);
@@ -114,16 +97,39 @@ KXCALC_INLINE size_t strongestBin(const float* spectrum, size_t bins) {
   return index;
 }
 
-/// Squares of singles are exact in double; the terms of a bin are added first, then one serial sum.
-KXCALC_INLINE double energy(const float* spectrum, size_t bins) {
-  double sum = 0;
-  for (size_t k = 0; k < bins; ++k) {
+/// The energy of a bin: squares of singles are exact in double, their sum is rounded.
+struct Energies {
+  static constexpr size_t length = 8;
+  const float* spectrum;
+
+  KXCALC_INLINE double one(size_t k) const {
     const f64x2 bin = loadAsDoubles(spectrum + 2 * k);
     const f64x2 squares = bin * bin;
-    sum += squares[0] + squares[1];
+    return squares[0] + squares[1];
   }
-  return sum;
-}
+
+  template <class Add>
+  KXCALC_INLINE void rows(size_t k, Add add) const {
+    for (size_t bin = k; bin < k + length; bin += 2) {
+      takeFourColumns(spectrum + 2 * bin, 2 * length,
+                      [&](auto real, auto imag, auto nextReal, auto nextImag) KXCALC_INLINE_LAMBDA {
+                        add(squared(toDoubles(real)) + squared(toDoubles(imag)));
+                        add(squared(toDoubles(nextReal)) + squared(toDoubles(nextImag)));
+                      });
+    }
+  }
+
+  KXCALC_INLINE void prefetch(size_t k) const {
+    prefetchAhead(spectrum + 2 * k);
+    prefetchAhead(spectrum + 2 * k + 16);
+  }
+
+private:
+  template <class V>
+  KXCALC_INLINE static V squared(V v) {
+    return v * v;
+  }
+};
 
 }  // namespace
 }  // namespace kxcalc
@@ -143,5 +149,6 @@ extern "C" uint32_t kxcalcPowerFindIndexOfMaxAmplitude(const float* spectrum, ui
 }
 
 extern "C" double kxcalcPowerHarmonicZero(const float* spectrum, uint32_t binCount) {
-  return kxcalc::energy(spectrum, binCount);
+  using namespace kxcalc;
+  return serialSum<Doubles>(Energies{spectrum}, binCount);
 }

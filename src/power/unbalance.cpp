@@ -2,13 +2,14 @@
 // sequence of each entry, summed, and their ratios to the positive one.
 //
 // Entries in whole blocks of four are computed in single, with the packed sine and cosine, and divided by 3; the up to
-// three after them in double, with the platform's, and multiplied by a third. The two differ in their last bits, so the seam
+// three after them in double, with correctly rounded ones, and multiplied by a third. The two differ in their last bits, so the seam
 // stays at multiples of four from entry 0. Entry 0 is evaluated once more in double, also where there is none.
 #include <cmath>
 #include <cstddef>
 
 #include "frame/blocks.hpp"
 #include "kxcalc.h"
+#include "vmath/sine_cosine.hpp"
 #include "vmath/transcendentals.hpp"
 
 static_assert(offsetof(PowerUnbalanceArgs, zeroSequence) == 6 * sizeof(void*));
@@ -45,9 +46,23 @@ KXCALC_INLINE Phasor<f32x4> phasor(f32x4 magnitude, f32x4 degrees) {
   packedSinCos(degrees * radiansPerDegree, &sine, &cosine);
   return {magnitude * cosine, magnitude * sine};
 }
+
+template <class V>
+struct TwoPhasors {
+  V first, second;
+};
+
+KXCALC_INLINE TwoPhasors<Phasor<f32x4>> phasors(f32x4 magnitude1, f32x4 degrees1, f32x4 magnitude2, f32x4 degrees2) {
+  return {phasor(magnitude1, degrees1), phasor(magnitude2, degrees2)};
+}
+KXCALC_INLINE TwoPhasors<Phasor<double>> phasors(float magnitude1, float degrees1, float magnitude2, float degrees2) {
+  const auto [sines, cosines] = sinesAndCosines(degrees1 * radiansPerDegree, degrees2 * radiansPerDegree);
+  const f64x2 magnitudes{static_cast<double>(magnitude1), static_cast<double>(magnitude2)};
+  const f64x2 reals = magnitudes * cosines, imaginaries = magnitudes * sines;
+  return {{reals[0], imaginaries[0]}, {reals[1], imaginaries[1]}};
+}
 KXCALC_INLINE Phasor<double> phasor(float magnitude, float degrees) {
-  const auto radians = static_cast<double>(degrees * radiansPerDegree);
-  return {static_cast<double>(magnitude) * std::cos(radians), static_cast<double>(magnitude) * std::sin(radians)};
+  return phasors(magnitude, degrees, magnitude, degrees).first;
 }
 
 /// Squares of the lengths of an entry's three sequences, entry One{i} in double or Pack<4>{i} in single.
@@ -57,8 +72,7 @@ KXCALC_INLINE auto squaredLengths(const PowerUnbalanceArgs& args, At at) {
   const auto magnitude2 = at.load(args.magnitudeL2), angle2 = at.load(args.angleL2);
   const auto magnitude3 = at.load(args.magnitudeL3), angle3 = at.load(args.angleL3);
   const auto squared = [&](Rotation rotation) {
-    const auto phase2 = phasor(magnitude2, angle2 + rotation.phase2);
-    const auto phase3 = phasor(magnitude3, angle3 + rotation.phase3);
+    const auto [phase2, phase3] = phasors(magnitude2, angle2 + rotation.phase2, magnitude3, angle3 + rotation.phase3);
     return (phase1 + phase2 + phase3).squaredLength();
   };
   return Sequences<decltype(phase1.real)>{squared(zeroSequence), squared(positiveSequence), squared(negativeSequence)};

@@ -3,7 +3,7 @@
 #include <cmath>
 #include <cstddef>
 
-#include "frame/blocks.hpp"
+#include "frame/serial_sums.hpp"
 #include "kxcalc.h"
 
 static_assert(offsetof(PowerFirArgs, position) == 2 * sizeof(void*));
@@ -34,32 +34,76 @@ KXCALC_INLINE float wrappedSum(const float* ring, uint32_t length, uint32_t star
   return sum;
 }
 
-KXCALC_INLINE float toSingle(double value) {
-  return static_cast<float>(value);
-}
-KXCALC_INLINE f32x4 toSingle(Pack<4>::Twin<double> values) {
-  return toSingles(values.low, values.high);
-}
-KXCALC_INLINE double times(double value, double scale) {
-  return scale * value;
-}
-KXCALC_INLINE Pack<4>::Twin<double> times(Pack<4>::Twin<double> values, double scale) {
-  return {scale * values.low, scale * values.high};
-}
-
 KXCALC_INLINE void scaleAll(const double* input, float* output, size_t count, double scale) {
-  walkElements<4>(headLength(input), count, [=](auto at) { at.store(output, toSingle(times(at.load(input), scale))); });
+  walkElements<4>(input, count, [=](auto at) { at.store(output, toSingles(scale * at.load(input))); });
 }
 
-/// The same, with the sum of the magnitudes of the singles, in ascending order.
-KXCALC_INLINE double scaleAndSum(const double* input, float* output, size_t count, double scale) {
-  double sum = 0;
-  for (size_t i = 0; i < count; ++i) {
+/// The same, with the magnitudes of the singles as the terms of a sum.
+struct ScaledMagnitudes {
+  static constexpr size_t length = 8;
+  const double* input;
+  float* output;
+  double scale;
+
+  KXCALC_INLINE double one(size_t i) const {
     output[i] = static_cast<float>(scale * input[i]);
-    sum += static_cast<double>(std::abs(output[i]));
+    return static_cast<double>(std::abs(output[i]));
   }
-  return sum;
-}
+
+  template <class Add>
+  KXCALC_INLINE void rows(size_t i, Add add) const {
+    constexpr size_t block = runsSideBySide * length, width = 8;
+    unrolled<block / width>([&](size_t k) KXCALC_INLINE_LAMBDA {
+      const Pack<width> at{i + k * width};
+      at.store(output, toSingles(scale * at.load(input)));
+    });
+    unrolled<length / 4>([&](size_t k) KXCALC_INLINE_LAMBDA {
+      takeFourColumns(output + i + 4 * k, length,
+                      [&](auto... columns) KXCALC_INLINE_LAMBDA { (add(toDoubles(magnitudes(columns))), ...); });
+    });
+  }
+
+  KXCALC_INLINE void prefetch(size_t i) const {
+    prefetchAhead(input + i);
+    prefetchAhead(input + i + 8);
+    prefetchAhead(output + i);
+  }
+
+private:
+  template <class V>
+  KXCALC_INLINE static V magnitudes(V singles) {
+    const auto withoutSign = [](auto v) KXCALC_INLINE_LAMBDA {
+      return bitsAs<decltype(v)>(bitsAs<SameSize<int32_t, decltype(v)>>(v) & INT32_MAX);
+    };
+    return eachVector(withoutSign, singles);
+  }
+};
+
+/// The squares of scaled values: scaled in single, squared in double.
+struct ScaledSquares {
+  static constexpr size_t length = 8;
+  const float* values;
+  float scale;
+
+  KXCALC_INLINE double one(size_t i) const {
+    const auto scaled = static_cast<double>(values[i] * scale);
+    return scaled * scaled;
+  }
+
+  template <class Add>
+  KXCALC_INLINE void rows(size_t i, Add add) const {
+    const auto addSquares = [&](auto column) KXCALC_INLINE_LAMBDA {
+      const auto scaled = toDoubles(column * scale);
+      add(scaled * scaled);
+    };
+    unrolled<length / 4>([&](size_t k) KXCALC_INLINE_LAMBDA {
+      takeFourColumns(values + i + 4 * k, length,
+                      [&](auto... columns) KXCALC_INLINE_LAMBDA { (addSquares(columns), ...); });
+    });
+  }
+
+  KXCALC_INLINE void prefetch(size_t i) const { prefetchAhead(values + i); }
+};
 
 }  // namespace
 }  // namespace kxcalc
@@ -80,16 +124,12 @@ extern "C" void kxcalcPowerSumVectorMultipliedWithScalar_double(PowerScaleArgs* 
   if (args->accumulate == 0) {
     scaleAll(args->input, args->output, count, scale);
   } else {
-    args->sum = scaleAndSum(args->input, args->output, count, scale) + args->sum;
+    args->sum = serialSum<Doubles>(ScaledMagnitudes{args->input, args->output, scale}, count) + args->sum;
   }
 }
 
 extern "C" double kxcalcPowerMultiplyAndSquareElementsAndSumVector_float(const float* values, int32_t count,
                                                                          float scale) {
-  double sum = 0;
-  for (size_t i = 0; i < static_cast<uint32_t>(count); ++i) {
-    const auto scaled = static_cast<double>(values[i] * scale);
-    sum += scaled * scaled;
-  }
-  return sum;
+  using namespace kxcalc;
+  return serialSum<Doubles>(ScaledSquares{values, scale}, static_cast<uint32_t>(count));
 }

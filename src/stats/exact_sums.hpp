@@ -25,22 +25,39 @@ struct ExactSums16 {
   int64_t sum = 0;
   uint64_t sumOfSquares = 0;
 
-  /// Whole blocks from `begin` to `end`, 4096 samples at most: in each 32-bit lane 512 sums of a pair, of up to 2^16.
+  /// Whole blocks from `begin` to `end`, 4096 samples at most. Enough of them are taken in the widest vectors.
   KXCALC_INLINE void fold(const int16_t* samples, size_t begin, size_t end, LaneExtremes<int16_t>& extremes) {
-    u32x4 pairSums{};
-    u64x2 lowSquares{}, highSquares{};
-    walkBody(samples, begin, end, [&](const int16_t* at) {
-      const i16x8 block = load(at);
+    if (widestBytes > 16 && end - begin >= 8 * laneCount<int16_t, widestBytes>) {
+      LaneExtremes<int16_t, widestBytes> wide(load<widestBytes>(samples + begin));
+      begin = foldVectors(samples, begin, end, wide);
+      const auto [minimum, maximum] = wide.reduce();
+      extremes.fold(splat<i16x8>(minimum));
+      extremes.fold(splat<i16x8>(maximum));
+    }
+    foldVectors(samples, begin, end, extremes);
+  }
+
+  /// Returns where less than a vector is left. In each 32-bit lane up to 512 sums of a pair, of up to 2^16.
+  template <size_t bytes>
+  KXCALC_INLINE size_t foldVectors(const int16_t* samples, size_t begin, size_t end,
+                                   LaneExtremes<int16_t, bytes>& extremes) {
+    using V = Lanes<int16_t, bytes>;
+    using Squares = Lanes<uint64_t, bytes>;
+    Lanes<uint32_t, bytes> pairSums{};
+    Squares lowSquares{}, highSquares{};
+    const size_t rest = walkBody<bytes>(samples, begin, end, [&](const int16_t* at) {
+      const V block = load<bytes>(at);
       extremes.fold(block);
-      pairSums += sumsOfPairProducts(block, i16x8{} + 1);
-      const u64x2 squares = bitsAs<u64x2>(sumsOfPairProducts(block, block));
+      pairSums += sumsOfPairProducts(block, splat<V>(1));
+      const auto squares = bitsAs<Squares>(sumsOfPairProducts(block, block));
       lowSquares += squares & 0xFFFFFFFFU;
       highSquares += squares >> 32;
     });
-    const i32x4 sums = bitsAs<i32x4>(pairSums);
-    sum += int64_t{sums[0]} + sums[1] + sums[2] + sums[3];
-    const u64x2 squares = lowSquares + highSquares;
-    sumOfSquares += squares[0] + squares[1];
+    const auto sums = bitsAs<Lanes<int32_t, bytes>>(pairSums);
+    const Squares squares = lowSquares + highSquares;
+    unrolled<bytes / 4>([&](size_t k) { sum += sums[k]; });
+    unrolled<bytes / 8>([&](size_t k) { sumOfSquares += squares[k]; });
+    return rest;
   }
 
   /// Adds the sums of `count` samples to the totals, by (x + o)^2 = x^2 + 2 o x + o^2. Adds nothing and returns false

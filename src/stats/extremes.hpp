@@ -19,21 +19,20 @@ struct Extremes {
 };
 
 /// Running extremes in lanes, the running value always as first operand.
-template <class T>
+template <class T, size_t bytes = 16>
 struct LaneExtremes {
-  Lanes<T> minimum, maximum;
+  Lanes<T, bytes> minimum, maximum;
 
-  KXCALC_INLINE explicit LaneExtremes(Lanes<T> first) : minimum(first), maximum(first) {}
+  KXCALC_INLINE explicit LaneExtremes(Lanes<T, bytes> first) : minimum(first), maximum(first) {}
 
   /// Before any sample, of an integer type.
   KXCALC_INLINE static LaneExtremes none() {
-    LaneExtremes extremes(Lanes<T>{});
-    extremes.minimum += std::numeric_limits<T>::max();
-    extremes.maximum += std::numeric_limits<T>::min();
+    LaneExtremes extremes(splat<Lanes<T, bytes>>(std::numeric_limits<T>::max()));
+    extremes.maximum = splat<Lanes<T, bytes>>(std::numeric_limits<T>::min());
     return extremes;
   }
 
-  KXCALC_INLINE void fold(Lanes<T> block) {
+  KXCALC_INLINE void fold(Lanes<T, bytes> block) {
     minimum = lesser(minimum, block);
     maximum = greater(maximum, block);
   }
@@ -69,14 +68,14 @@ KXCALC_INLINE Extremes<T> extremesInStatedOrder(const T* data, size_t count) {
 }
 
 /// Whether a block of a vector or more holds a -0. Its comparisons are counted: at most 2^30 in a lane.
-template <class T>
+template <size_t bytes, class T>
 KXCALC_INLINE bool holdsMinusZero(const T* data, size_t count) {
-  using Bits = std::conditional_t<sizeof(T) == 4, i32x4, i64x2>;
-  const Bits minusZero = bitsAs<Bits>(-Lanes<T>{});
+  using Bits = Lanes<std::conditional_t<sizeof(T) == 4, int32_t, int64_t>, bytes>;
+  const Bits minusZero = bitsAs<Bits>(splat<Lanes<T, bytes>>(-T{0}));
   Bits found{};
-  const auto block = [&](const T* at) { found += bitsAs<Bits>(load(at)) == minusZero; };
-  walkBody(data, 0, count, block);
-  block(data + count - laneCount<T>);
+  const auto block = [&](const T* at) { found += bitsAs<Bits>(load<bytes>(at)) == minusZero; };
+  walkBody<bytes>(data, 0, count, block);
+  block(data + count - laneCount<T, bytes>);
   return anyBitSet(found);
 }
 
@@ -86,7 +85,11 @@ template <class T>
 KXCALC_INLINE Extremes<T> settleExtremes(Extremes<T> anyOrder, bool sawNaN, const T* data, size_t count) {
   if constexpr (std::is_floating_point_v<T>) {
     const bool zeroWon = anyOrder.minimum == 0 || anyOrder.maximum == 0;
-    if (sawNaN || (zeroWon && holdsMinusZero(data, count))) {
+    const auto minusZero = [=] {
+      return count < laneCount<T, widestBytes> ? holdsMinusZero<16>(data, count)
+                                               : holdsMinusZero<widestBytes>(data, count);
+    };
+    if (sawNaN || (zeroWon && minusZero())) {
       return extremesInStatedOrder(data, count);
     }
   }

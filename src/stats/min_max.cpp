@@ -7,21 +7,23 @@ namespace kxcalc {
 namespace {
 
 /// Every sample is folded at least once, into four independent accumulators; NaNs are noted, two vectors at a time.
-template <class T>
+template <size_t bytes, class T>
 KXCALC_INLINE Extremes<T> blockExtremes(const T* data, size_t count) {
-  constexpr size_t width = laneCount<T>;
-  const Lanes<T> first = load(data);
-  const Lanes<T> last = load(data + count - width);
-  LaneExtremes<T> a(first), b(first), c(last), d(last);
-  i32x4 nan{};
-  const auto note = [&](Lanes<T> x, Lanes<T> y) {
+  using V = Lanes<T, bytes>;
+  constexpr size_t width = laneCount<T, bytes>;
+  const V first = load<bytes>(data);
+  const V last = load<bytes>(data + count - width);
+  LaneExtremes<T, bytes> a(first), b(first), c(last), d(last);
+  Lanes<int64_t, bytes> nan{};
+  const auto note = [&](V x, V y) KXCALC_INLINE_LAMBDA {
     if constexpr (std::is_floating_point_v<T>) {
-      nan |= bitsAs<i32x4>(unordered(x, y));
+      nan |= bitsAs<Lanes<int64_t, bytes>>(unordered(x, y));
     }
   };
   note(first, last);
-  const auto line = [&](const T* at) {
-    const Lanes<T> v0 = load(at), v1 = load(at + width), v2 = load(at + 2 * width), v3 = load(at + 3 * width);
+  const auto line = [&](const T* at) KXCALC_INLINE_LAMBDA {
+    const V v0 = load<bytes>(at), v1 = load<bytes>(at + width);
+    const V v2 = load<bytes>(at + 2 * width), v3 = load<bytes>(at + 3 * width);
     a.fold(v0);
     b.fold(v1);
     c.fold(v2);
@@ -29,11 +31,12 @@ KXCALC_INLINE Extremes<T> blockExtremes(const T* data, size_t count) {
     note(v0, v1);
     note(v2, v3);
   };
-  const auto block = [&](const T* at) {
-    a.fold(load(at));
-    note(load(at), load(at));
+  const auto block = [&](const T* at) KXCALC_INLINE_LAMBDA {
+    const V v = load<bytes>(at);
+    a.fold(v);
+    note(v, v);
   };
-  walkBody(data, headLength(data), count, line, block);
+  walkBody<bytes>(data, headLength<bytes>(data), count, line, block);
   a.fold(b);
   c.fold(d);
   a.fold(c);
@@ -43,7 +46,8 @@ KXCALC_INLINE Extremes<T> blockExtremes(const T* data, size_t count) {
 template <class T>
 KXCALC_INLINE void getMinMax(const T* data, size_t count, T* minimum, T* maximum) {
   if (count >= laneCount<T>) {
-    const Extremes<T> extremes = blockExtremes(data, count);
+    const Extremes<T> extremes =
+        count < laneCount<T, widestBytes> ? blockExtremes<16>(data, count) : blockExtremes<widestBytes>(data, count);
     *minimum = extremes.minimum;
     *maximum = extremes.maximum;
     return;

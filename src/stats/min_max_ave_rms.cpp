@@ -1,9 +1,11 @@
 // Statistics line of a block: extremes, sum, and sum of squares about an offset.
 //
 // Below one vector of samples the extremes are merged with the caller's; from one vector on they are those of this
-// block alone and overwrite the caller's. The difference is part of the contract.
+// block alone and overwrite the caller's. The difference is part of the contract; so is the order of the results: the
+// sums, the minimum, the maximum.
 #include "kxcalc.h"
 #include "stats/exact_sums.hpp"
+#include "stats/side_by_side_sums.hpp"
 #include "stats/split_sums.hpp"
 
 namespace kxcalc {
@@ -25,6 +27,9 @@ KXCALC_INLINE Extremes<T> addStatistics(const T* data, size_t count, Offset rmsO
   SplitSums<withOffset> sums(static_cast<double>(rmsOffset));
   if constexpr (std::is_same_v<T, int32_t>) {
     i = addExactChunks(data, i, count, sums, even);
+    if constexpr (widestBytes > 16) {
+      i = addSideBySide(data, i, count, sums, even);
+    }
   }
   const auto block = [&](const T* at, LaneExtremes<T>& extremes) {
     extremes.fold(load(at));
@@ -53,13 +58,16 @@ KXCALC_INLINE void getStatistics(const T* data, size_t count, T* minimum, T* max
   if (count == 0) {
     return;
   }
-  Sums totals{*sum, *sumOfSquares};
   if (count < laneCount<T>) {
     for (size_t i = 0; i < count; ++i) {
       mergeSample(data[i], minimum, maximum);
+      Sums totals{*sum, *sumOfSquares};
       addSample(data[i], rmsOffset, totals);
+      *sum = totals.sum;
+      *sumOfSquares = totals.sumOfSquares;
     }
   } else {
+    Sums totals{*sum, *sumOfSquares};
     Extremes<T> extremes;
     if constexpr (std::is_same_v<T, int16_t>) {
       extremes = addStatisticsOf16Bit(data, headLength(data), count, rmsOffset, totals, [](size_t, size_t) {});
@@ -68,11 +76,11 @@ KXCALC_INLINE void getStatistics(const T* data, size_t count, T* minimum, T* max
     } else {
       extremes = addStatistics<true>(data, count, rmsOffset, totals);
     }
+    *sum = totals.sum;
+    *sumOfSquares = totals.sumOfSquares;
     *minimum = extremes.minimum;
     *maximum = extremes.maximum;
   }
-  *sum = totals.sum;
-  *sumOfSquares = totals.sumOfSquares;
 }
 
 }  // namespace

@@ -54,9 +54,13 @@ extern "C" void kxcalcMoveAndGetMinMaxAveRMS_int16_t(int16_t* destination, const
       mergeSample(destination[i], minimum, maximum);
       addSample(destination[i], rmsOffset, totals);
     }
+    *sum = totals.sum;
+    *sumOfSquares = totals.sumOfSquares;
   } else if (stride > 1) {
     const auto fetch = [=](size_t begin, size_t end) { gather(destination, source, begin, end, stride); };
     const auto block = addStatisticsOf16Bit(destination, headLength(destination), count, rmsOffset, totals, fetch);
+    *sum = totals.sum;
+    *sumOfSquares = totals.sumOfSquares;
     mergeSample(block.minimum, minimum, maximum);
     mergeSample(block.maximum, minimum, maximum);
   } else {
@@ -64,9 +68,9 @@ extern "C" void kxcalcMoveAndGetMinMaxAveRMS_int16_t(int16_t* destination, const
       std::memcpy(destination + begin, source + begin, (end - begin) * sizeof *source);
     };
     const auto block = addStatisticsOf16Bit(source, headLength(source), count, rmsOffset, totals, fetch);
+    *sum = totals.sum;
+    *sumOfSquares = totals.sumOfSquares;
     *minimum = block.minimum;
     *maximum = block.maximum;
   }
-  *sum = totals.sum;
-  *sumOfSquares = totals.sumOfSquares;
 }

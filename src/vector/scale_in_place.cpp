@@ -7,7 +7,7 @@ namespace {
 
 template <class T>
 KXCALC_INLINE void scaleInPlace(T* data, size_t count, T factor) {
-  walkElements<laneCount<T>>(headLength(data), count, [=](auto at) { at.store(data, at.load(data) * factor); });
+  walkElements<laneCount<T>>(data, count, [=](auto at) { at.store(data, at.load(data) * factor); });
 }
 
 }  // namespace

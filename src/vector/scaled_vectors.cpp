@@ -1,8 +1,8 @@
 // Scaled difference and scaled sum of two vectors, each step rounded to single.
 //
-// The output may overlap the inputs; elements are then those of the plain loop in ascending order. Blocks of four give
-// the same, except where the output starts less than a block ahead of an input: there an element is an input of the
-// same block, and the loop runs element by element. (An output equal to an input, or behind it, overwrites only what
+// The output may overlap the inputs; elements are then those of the plain loop in ascending order. Whole vectors give the
+// same, except where the output starts less than the widest of them ahead of an input: there an element is an input of
+// the same vector, and the loop runs element by element. (An output equal to an input, or behind it, overwrites only what
 // has been read.)
 #include "frame/blocks.hpp"
 #include "kxcalc.h"
@@ -10,20 +10,15 @@
 namespace kxcalc {
 namespace {
 
-KXCALC_INLINE bool feedsOwnBlock(const float* output, const float* input) {
-  const uintptr_t ahead = reinterpret_cast<uintptr_t>(output) - reinterpret_cast<uintptr_t>(input);
-  return ahead != 0 && ahead < 16;
-}
-
 template <class Rule>
 KXCALC_INLINE void combineVectors(float* output, const float* first, const float* second, size_t count, Rule rule) {
   const auto step = [=](auto at) { at.store(output, rule(at.load(first), at.load(second))); };
-  if (feedsOwnBlock(output, first) || feedsOwnBlock(output, second)) {
+  if (feedsOwnVector(output, first) || feedsOwnVector(output, second)) {
     for (size_t i = 0; i < count; ++i) {
       step(One{i});
     }
   } else {
-    walkElements<4>(headLength(first), count, step);
+    walkElements<4>(first, count, step);
   }
 }
 

@@ -8,7 +8,7 @@
 
 #include <bit>
 
-#include "frame/lanes.hpp"
+#include "frame/conversions.hpp"
 
 namespace kxcalc {
 namespace detail {
@@ -35,10 +35,11 @@ KXCALC_INLINE float fastLog10(float x) {
                             std::bit_cast<double>(0x400A934F0A294EAEU));
 }
 
-KXCALC_INLINE f32x4 fastLog10Packed(f32x4 x) {
-  const u32x4 bits = bitsAs<u32x4>(x);
-  const f32x4 exponent = __builtin_convertvector(bitsAs<i32x4>(((bits & 0x7F800000U) >> 23) - 127), f32x4);
-  const f32x4 mantissa = bitsAs<f32x4>((bits & 0x007FFFFFU) | 0x3F800000U);
+template <class V>
+KXCALC_INLINE V fastLog10Packed(V x) {
+  const auto bits = bitsAs<SameSize<uint32_t, V>>(x);
+  const V exponent = toSingles(bitsAs<SameSize<int32_t, V>>(((bits & 0x7F800000U) >> 23) - 127));
+  const V mantissa = bitsAs<V>((bits & 0x007FFFFFU) | 0x3F800000U);
   return detail::log2Of(exponent, mantissa) / std::bit_cast<float>(0x40549A78U);
 }
 

@@ -634,6 +634,51 @@ TEST(CHSInterpolator_InterpolateValues, BlocksGiveWhatOneBlockGivesWhereTheRatio
   }
 }
 
+TEST(CHSInterpolator_InterpolateValues, BlocksThreeSamplesShorterThanTheRingGiveWhatALongerRingGives) {
+  // One more, and the block's last sample takes the place of the sample before the segment that is continued.
+  constexpr uint32_t length = 16;
+  support::TestRandom random;
+  const auto outputsDiffer = [&](double outputRate, uint32_t blockLength) {
+    Interpolator shortRing(paramsOf(8000, outputRate, length));
+    Interpolator longRing(paramsOf(8000, outputRate, 4 * length));
+    Values block(blockLength);
+    bool differ = false;
+    for (int i = 0; i < 100; ++i) {
+      support::fill(std::span(block), support::SampleClass::signal, random);
+      differ = !support::sameResult(shortRing.outputsOf(block), longRing.outputsOf(block)) || differ;
+    }
+    return differ;
+  };
+  for (const double outputRate : {16012.0, 8000.5, 11025.0, 44100.0, 123456.0}) {
+    for (uint32_t blockLength = 2; blockLength <= length - 3; ++blockLength) {
+      EXPECT_FALSE(outputsDiffer(outputRate, blockLength)) << outputRate << ", " << blockLength;
+    }
+    EXPECT_TRUE(outputsDiffer(outputRate, length - 2)) << outputRate;
+  }
+}
+
+TEST(CHSInterpolator_InterpolateValues, PositionsAreFormedFromEachCallsOwnBeginning) {
+  // So blocks decide the last bits, where the ratio is no power of two.
+  const Values samples = [] {
+    Values values(2000);
+    for (std::size_t i = 0; i < values.size(); ++i) {
+      values[i] = static_cast<float>(std::sin(0.05 * static_cast<double>(i)));
+    }
+    return values;
+  }();
+  Interpolator whole(paramsOf(44100, 48000, 4096));
+  Interpolator split(paramsOf(44100, 48000, 4096));
+  const Values expected = whole.outputsOf(samples);
+  Values outputs = split.outputsOf(Values(samples.begin(), samples.begin() + 999));
+  const Values rest = split.outputsOf(Values(samples.begin() + 999, samples.end()));
+  outputs.insert(outputs.end(), rest.begin(), rest.end());
+  ASSERT_EQ(outputs.size(), expected.size());
+  EXPECT_FALSE(support::sameResult(outputs, expected));
+  for (std::size_t i = 0; i < outputs.size(); ++i) {
+    ASSERT_NEAR(outputs[i], expected[i], 1e-6);
+  }
+}
+
 TEST(CHSInterpolator_InterpolateValues, ALongSignalIsFollowed) {
   Interpolator interpolator(paramsOf(44100, 48000, 1024));
   const auto signalAt = [](double position) { return std::sin(0.05 * position); };

@@ -20,6 +20,10 @@
 namespace {
 
 constexpr double infinity = std::numeric_limits<double>::infinity();
+static_assert(KXCALC_X_INDEX == 0 && KXCALC_X_VALUES == 1 && KXCALC_X_SCALED_INDEX == 2 && KXCALC_X_MINIMUM == 3);
+static_assert(KXCALC_AXIS_LINEAR == 0 && KXCALC_AXIS_LOGARITHMIC == 1);
+static_assert(KXCALC_AXIS_NORMALISED == 2 && KXCALC_AXIS_DECIBEL == 2);
+
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 
 struct Pixel {
@@ -37,11 +41,11 @@ class Graph {
 public:
   Graph() {
     std::memset(&params, 0xA5, sizeof params);  // what is not read may hold anything
-    params.xSource = 2;
+    params.xSource = KXCALC_X_SCALED_INDEX;
     params.yType = KXCALC_DOUBLE;
-    params.xAxisMode = 0;
+    params.xAxisMode = KXCALC_AXIS_LINEAR;
     params.xIndex = 1;
-    params.yAxisMode = 0;
+    params.yAxisMode = KXCALC_AXIS_LINEAR;
     params.left = 100;
     params.top = 50;
     params.right = 300;
@@ -168,11 +172,11 @@ TEST(GetXYValGraph2D, SourcesOfX) {
   graph.params.xOffset = 1;
   graph.params.xIndex = 6;
   EXPECT_EQ(graph.pixel().x, 200);
-  graph.params.xSource = 0;
+  graph.params.xSource = KXCALC_X_INDEX;
   EXPECT_EQ(graph.pixel().x, 250);
   const std::array<double, 7> table{9, 9, 9, 9, 9, 9, 2};
   graph.params.xValues = table.data();
-  graph.params.xSource = 1;
+  graph.params.xSource = KXCALC_X_VALUES;
   EXPECT_EQ(graph.pixel().x, 150);
   graph.params.xValues = nullptr;
   for (const uint8_t source : std::initializer_list<uint8_t>{3, 4, 128, 255}) {
@@ -186,18 +190,18 @@ TEST(GetXYValGraph2D, IndicesAreUnsigned) {
   graph.params.xMin = 0;
   graph.params.xMax = 4294967295.0;
   graph.params.xIndex = 0xFFFFFFFF;
-  graph.params.xSource = 0;
+  graph.params.xSource = KXCALC_X_INDEX;
   EXPECT_EQ(graph.pixel().x, 300);
   graph.params.xIndex = 0x80000000;
   EXPECT_EQ(graph.pixel().x, 200);
   graph.params.xScale = 0.5;
-  graph.params.xSource = 2;
+  graph.params.xSource = KXCALC_X_SCALED_INDEX;
   EXPECT_EQ(graph.pixel().x, 150);
 }
 
 TEST(GetXYValGraph2D, OfTheTableOfXOneElementIsRead) {
   Graph graph;
-  graph.params.xSource = 1;
+  graph.params.xSource = KXCALC_X_VALUES;
   for (const uint32_t index : {0U, 1U, 1000U, 0x10000000U, 0x80000000U, 0xFFFFFFFFU}) {
     const uint64_t bytes = (uint64_t{index} + 1) * sizeof(double) + support::PageMapping::pageSize();
     if (bytes > std::numeric_limits<std::size_t>::max() / 8) {
@@ -222,14 +226,14 @@ TEST(GetXYValGraph2D, AxesWithoutRangeTakeTheirMinimumForTheNormalisedValue) {
   graph.params.xMin = graph.params.xMax = 3;
   graph.params.yMin = graph.params.yMax = 2;
   EXPECT_EQ(graph.x(1234).y(-1234).pixel(), (Pixel{300, 0}));
-  graph.params.xAxisMode = graph.params.yAxisMode = 1;
+  graph.params.xAxisMode = graph.params.yAxisMode = KXCALC_AXIS_LOGARITHMIC;
   graph.params.xLogMin = graph.params.xLogMax = 2;
   graph.params.yLogMin = graph.params.yLogMax = -0.5;
   EXPECT_EQ(graph.x(1234).y(1234).pixel(), (Pixel{200, 100 + 24}));
-  graph.params.yAxisMode = 2;
+  graph.params.yAxisMode = KXCALC_AXIS_DECIBEL;
   EXPECT_EQ(graph.pixel().y, 100);
   graph.params.xMin = graph.params.xMax = 1e9;
-  graph.params.xAxisMode = 0;
+  graph.params.xAxisMode = KXCALC_AXIS_LINEAR;
   EXPECT_EQ(graph.pixel().x, 32767);
 }
 
@@ -243,8 +247,8 @@ TEST(GetXYValGraph2D, ARangeThatIsNotANumberIsNotNone) {
 
 TEST(GetXYValGraph2D, LogarithmicAxes) {
   Graph graph;
-  graph.params.xAxisMode = 1;
-  graph.params.yAxisMode = 1;
+  graph.params.xAxisMode = KXCALC_AXIS_LOGARITHMIC;
+  graph.params.yAxisMode = KXCALC_AXIS_LOGARITHMIC;
   EXPECT_EQ(graph.x(100).y(1).pixel(), (Pixel{200, 100}));
   EXPECT_EQ(graph.x(10000).y(100).pixel(), (Pixel{300, 50}));
   for (const double nothing : {0.0, -0.0, -5.0, -infinity, nan}) {
@@ -297,7 +301,7 @@ TEST(GetXYValGraph2D, DecibelAxis) {
 
 TEST(GetXYValGraph2D, ANanOnADecibelAxisHasALogarithmUnlikeOnTheOthers) {
   Graph graph;
-  graph.params.yAxisMode = 2;
+  graph.params.yAxisMode = KXCALC_AXIS_DECIBEL;
   graph.params.yMin = 0;
   graph.params.yMax = 20 * 77.2;
   const int32_t pixel = graph.y(nan).pixel().y;  // 38.53 to 38.83
@@ -321,8 +325,8 @@ TEST(GetXYValGraph2D, FarPointsAreLimitedTwice) {
 
 TEST(GetXYValGraph2D, CoordinatesOneBeyond16BitsAreLimited) {
   Graph graph;
-  graph.params.xAxisMode = 2;  // X is the normalised value
-  graph.params.xSource = 3;
+  graph.params.xAxisMode = KXCALC_AXIS_NORMALISED;
+  graph.params.xSource = KXCALC_X_MINIMUM;
   graph.params.left = 32766;
   graph.params.right = 32767;
   graph.params.xMin = 2;  // 2 + 0.5 past 32766

@@ -23,8 +23,9 @@ constexpr double infinity = std::numeric_limits<double>::infinity();
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 constexpr int32_t lowest = std::numeric_limits<int32_t>::min();
 constexpr int32_t highest = std::numeric_limits<int32_t>::max();
-constexpr int32_t secondOrder = 3;
-constexpr int32_t general = 0;
+constexpr int32_t secondOrder = KXCALC_SECOND_ORDER_SECTIONS;
+constexpr int32_t general = KXCALC_GENERAL_SECTIONS;
+static_assert(secondOrder == 3 && general == 0);
 constexpr double halfLastBit = 0x1p-53;  // of 1: added to 1 it is a tie, which stays 1
 constexpr double lastBit = 0x1p-52;
 constexpr double aboveLimit = 10000000000.000002;  // the double after 1e10

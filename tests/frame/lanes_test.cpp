@@ -1,12 +1,15 @@
-// The lane kit: every sentence of frame/lanes.hpp, bit for bit. Compiled once for each instruction set.
+// The lane kit: every sentence of frame/lanes.hpp, frame/twins.hpp, frame/conversions.hpp and frame/blocks.hpp, bit for
+// bit, at each width that the build has. Compiled once for each instruction set.
 #include "frame/lanes.hpp"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <cmath>
 #include <limits>
+#include <numeric>
 #include <random>
 #include <vector>
 
@@ -29,27 +32,57 @@ auto bitsOf(T value) {
   }
 }
 
-template <class T>
-Lanes<T> lanesOf(const std::vector<T>& values) {
-  return load(values.data());
+/// Runs test(width) for vectors of 16 bytes and for the wider ones of the build; the width is a constant of its own type.
+template <class Test>
+void atEachWidth(Test test) {
+  test(std::integral_constant<size_t, 16>());
+  if constexpr (widestBytes >= 32) {
+    test(std::integral_constant<size_t, 32>());
+  }
+  if constexpr (widestBytes >= 64) {
+    test(std::integral_constant<size_t, 64>());
+  }
 }
 
-template <class T>
-std::vector<T> valuesOf(Lanes<T> lanes) {
-  std::vector<T> values(laneCount<T>);
-  store(values.data(), lanes);
+/// Runs test(count) for packs of 4 to 64 elements.
+template <class Test>
+void atEachCount(Test test) {
+  test(std::integral_constant<size_t, 4>());
+  test(std::integral_constant<size_t, 8>());
+  test(std::integral_constant<size_t, 16>());
+  test(std::integral_constant<size_t, 32>());
+  test(std::integral_constant<size_t, 64>());
+}
+
+/// The elements of a vector or a pack, in order.
+template <class X>
+auto valuesOf(X x) {
+  std::vector<Element<X>> values(elementsIn<X>);
+  store(values.data(), x);
   return values;
+}
+
+/// `count` elements that repeat the given ones.
+template <class T>
+std::vector<T> repeated(const std::vector<T>& values, size_t count) {
+  std::vector<T> all(count);
+  for (size_t i = 0; i < count; ++i) {
+    all[i] = values[i % values.size()];
+  }
+  return all;
 }
 
 template <class T>
 void expectSelection(T a, T b, T expectedLesser, T expectedGreater) {
-  const std::vector<T> as(laneCount<T>, a), bs(laneCount<T>, b);
-  for (const T lane : valuesOf<T>(lesser(lanesOf(as), lanesOf(bs)))) {
-    EXPECT_EQ(bitsOf(lane), bitsOf(expectedLesser)) << "lesser(" << a << ", " << b << ")";
-  }
-  for (const T lane : valuesOf<T>(greater(lanesOf(as), lanesOf(bs)))) {
-    EXPECT_EQ(bitsOf(lane), bitsOf(expectedGreater)) << "greater(" << a << ", " << b << ")";
-  }
+  atEachWidth([=](auto bytes) {
+    using V = Lanes<T, bytes>;
+    for (const T lane : valuesOf(lesser(splat<V>(a), splat<V>(b)))) {
+      EXPECT_EQ(bitsOf(lane), bitsOf(expectedLesser)) << "lesser(" << a << ", " << b << "), " << bytes << " bytes";
+    }
+    for (const T lane : valuesOf(greater(splat<V>(a), splat<V>(b)))) {
+      EXPECT_EQ(bitsOf(lane), bitsOf(expectedGreater)) << "greater(" << a << ", " << b << "), " << bytes << " bytes";
+    }
+  });
   EXPECT_EQ(bitsOf(lesser(a, b)), bitsOf(expectedLesser)) << "lesser(" << a << ", " << b << "), one element";
   EXPECT_EQ(bitsOf(greater(a, b)), bitsOf(expectedGreater)) << "greater(" << a << ", " << b << "), one element";
 }
@@ -83,43 +116,116 @@ TEST(Lanes, LanesAreCombinedByHalvesLowerLaneFirst) {
   // ((3a - e), ...) then halves of four, then of two.
   const auto [a, b, c, d] = std::array{3 * 1 - 5, 3 * 2 - 6, 3 * 3 - 7, 3 * 4 - 8};
   EXPECT_EQ(reduceByHalves<int16_t>(i16x8{1, 2, 3, 4, 5, 6, 7, 8}, minus), 3 * (3 * a - c) - (3 * b - d));
+  atEachWidth([&](auto bytes) {
+    using V = Lanes<double, bytes>;
+    std::vector<double> lanes(elementsIn<V>);
+    std::iota(lanes.begin(), lanes.end(), 1.0);
+    const double reduced =
+        reduceByHalves<double>(load<bytes>(lanes.data()), [](auto x, auto y) { return 10.0 * x + y; });
+    for (size_t half = lanes.size() / 2; half > 0; half /= 2) {
+      for (size_t j = 0; j < half; ++j) {
+        lanes[j] = 10 * lanes[j] + lanes[j + half];
+      }
+    }
+    EXPECT_EQ(reduced, lanes[0]) << bytes << " bytes";
+  });
+}
+
+TEST(Lanes, SplatKeepsTheSignOfAZero) {
+  atEachWidth([](auto bytes) {
+    for (const float lane : valuesOf(splat<Lanes<float, bytes>>(-0.0F))) {
+      EXPECT_EQ(bitsOf(lane), 0x80000000U);
+    }
+    for (const int16_t lane : valuesOf(splat<Lanes<int16_t, bytes>>(-7))) {
+      EXPECT_EQ(lane, -7);
+    }
+  });
+}
+
+TEST(Lanes, HalvesAreTakenApartAndJoined) {
+  atEachWidth([](auto bytes) {
+    if constexpr (bytes > 16) {
+      std::vector<int16_t> lanes(bytes / 2);
+      std::iota(lanes.begin(), lanes.end(), int16_t{1});
+      const auto v = load<bytes>(lanes.data());
+      const auto middle = lanes.begin() + bytes / 4;
+      EXPECT_EQ(valuesOf(lowHalf(v)), std::vector<int16_t>(lanes.begin(), middle));
+      EXPECT_EQ(valuesOf(highHalf(v)), std::vector<int16_t>(middle, lanes.end()));
+      EXPECT_EQ(valuesOf(joined(lowHalf(v), highHalf(v))), lanes);
+    }
+  });
+}
+
+TEST(Lanes, PairsOfLanesAreDoubledAndSwapped) {
+  atEachWidth([](auto bytes) {
+    std::vector<float> lanes(bytes / sizeof(float));
+    std::iota(lanes.begin(), lanes.end(), 1.0F);
+    const auto v = load<bytes>(lanes.data());
+    for (size_t k = 0; k < lanes.size(); k += 2) {
+      EXPECT_EQ(evenLanesTwice(v)[k], lanes[k]);
+      EXPECT_EQ(evenLanesTwice(v)[k + 1], lanes[k]);
+      EXPECT_EQ(oddLanesTwice(v)[k], lanes[k + 1]);
+      EXPECT_EQ(oddLanesTwice(v)[k + 1], lanes[k + 1]);
+      EXPECT_EQ(swappedPairs(v)[k], lanes[k + 1]);
+      EXPECT_EQ(swappedPairs(v)[k + 1], lanes[k]);
+    }
+  });
 }
 
 TEST(Lanes, LoadAndStoreTakeAnyElementAlignment) {
-  alignas(16) std::array<int16_t, 24> from{}, to{};
-  for (size_t i = 0; i < from.size(); ++i) {
-    from[i] = static_cast<int16_t>(1000 + i);
-  }
-  for (size_t offset = 0; offset < 8; ++offset) {
-    to.fill(-1);
-    store(to.data() + offset, load(from.data() + 8 - offset));
-    for (size_t i = 0; i < to.size(); ++i) {
-      const bool written = i >= offset && i < offset + 8;
-      EXPECT_EQ(to[i], written ? from[8 - offset + (i - offset)] : -1) << "offset " << offset << ", element " << i;
+  atEachWidth([](auto bytes) {
+    constexpr size_t count = laneCount<int16_t, bytes>;
+    alignas(64) std::array<int16_t, 3 * count> from{}, to{};
+    std::iota(from.begin(), from.end(), int16_t{1000});
+    for (size_t offset = 0; offset < count; ++offset) {
+      to.fill(-1);
+      store(to.data() + offset, load<bytes>(from.data() + count - offset));
+      for (size_t i = 0; i < to.size(); ++i) {
+        const bool written = i >= offset && i < offset + count;
+        EXPECT_EQ(to[i], written ? from[count - offset + (i - offset)] : -1)
+            << "offset " << offset << ", element " << i;
+      }
     }
-  }
+  });
 }
 
 TEST(Lanes, AnyBitSetSeesEachBit) {
-  EXPECT_FALSE(anyBitSet(i32x4{}));
-  for (int lane = 0; lane < 4; ++lane) {
-    for (int bit = 0; bit < 32; ++bit) {
-      u32x4 one{};
-      one[lane] = uint32_t{1} << bit;
-      EXPECT_TRUE(anyBitSet(one)) << "lane " << lane << ", bit " << bit;
+  atEachWidth([](auto bytes) {
+    using V = Lanes<uint32_t, bytes>;
+    EXPECT_FALSE(anyBitSet(V{}));
+    for (size_t lane = 0; lane < elementsIn<V>; ++lane) {
+      for (int bit = 0; bit < 32; ++bit) {
+        V one{};
+        one[lane] = uint32_t{1} << bit;
+        EXPECT_TRUE(anyBitSet(one)) << "lane " << lane << ", bit " << bit;
+      }
     }
-  }
+  });
+}
+
+template <class T>
+void expectUnorderedMarks(T nan, T otherNaN) {
+  atEachWidth([=](auto bytes) {
+    const T infinity = std::numeric_limits<T>::infinity();
+    const std::vector<T> ordinary{1, 0, -T{0}, infinity, -infinity};
+    constexpr size_t count = laneCount<T, bytes>;
+    for (size_t lane = 0; lane < count; ++lane) {
+      for (const auto& [first, second] : {std::pair{nan, T{1}}, {T{1}, otherNaN}, {nan, otherNaN}}) {
+        std::vector<T> a = repeated(ordinary, count), b = repeated<T>({infinity, -T{0}, 2}, count);
+        a[lane] = first;
+        b[lane] = second;
+        const auto marks = valuesOf(unordered(load<bytes>(a.data()), load<bytes>(b.data())));
+        for (size_t k = 0; k < count; ++k) {
+          EXPECT_EQ(marks[k], k == lane ? -1 : 0) << "lane " << k << ", " << bytes << " bytes";
+        }
+      }
+    }
+  });
 }
 
 TEST(Lanes, UnorderedMarksEachLaneWithANaNInEitherOperand) {
-  const i32x4 single = unordered(f32x4{kNaN, 1, 0, kInfinity}, f32x4{1, kNegativeNaN, -0.0F, -kInfinity});
-  EXPECT_EQ(valuesOf<int32_t>(single), (std::vector<int32_t>{-1, -1, 0, 0}));
-  const double nan = std::numeric_limits<double>::quiet_NaN();
-  const i64x2 first = unordered(f64x2{nan, 1}, f64x2{1, 2}), second = unordered(f64x2{1, 1}, f64x2{1, nan});
-  EXPECT_EQ(first[0], -1);
-  EXPECT_EQ(first[1], 0);
-  EXPECT_EQ(second[0], 0);
-  EXPECT_EQ(second[1], -1);
+  expectUnorderedMarks<float>(kNaN, kNegativeNaN);
+  expectUnorderedMarks<double>(std::bit_cast<double>(0x7FF8000000012345U), std::bit_cast<double>(0xFFF8000000054321U));
 }
 
 TEST(Lanes, PairsAreLoadedAsTheirExactDoubles) {
@@ -140,20 +246,74 @@ TEST(Lanes, PairsAreLoadedAsTheirExactDoubles) {
 }
 
 template <class Raw>
-void expectFourAsInt32(const std::array<Raw, 5>& from) {
-  for (size_t i = 0; i < 2; ++i) {
-    const i32x4 four = loadAsInt32(&from[i]);
-    for (size_t k = 0; k < 4; ++k) {
-      EXPECT_EQ(four[k], from[i + k]) << "from " << i << ", lane " << k;
+void expectPacksAreLoaded(const std::vector<Raw>& values) {
+  atEachCount([&](auto count) {
+    const std::vector<Raw> from = repeated(values, count + 1);
+    for (size_t i = 0; i < 2; ++i) {
+      const auto doubles = valuesOf(loadPackAsDoubles<count>(&from[i]));
+      for (size_t k = 0; k < count; ++k) {
+        EXPECT_EQ(bitsOf(doubles[k]), bitsOf(static_cast<double>(from[i + k]))) << "from " << i << ", lane " << k;
+      }
+      if constexpr (std::is_integral_v<Raw>) {
+        const auto integers = valuesOf(loadPackAsInt32<count>(&from[i]));
+        for (size_t k = 0; k < count; ++k) {
+          EXPECT_EQ(integers[k], from[i + k]) << "from " << i << ", lane " << k;
+        }
+      }
     }
-  }
+  });
 }
 
-TEST(Lanes, FourNarrowSamplesAreLoadedWithTheirValue) {
-  expectFourAsInt32<int16_t>({INT16_MIN, INT16_MAX, -1, 0x1234, -2});
-  expectFourAsInt32<uint16_t>({0, UINT16_MAX, 32768, 0x1234, 1});
-  expectFourAsInt32<int8_t>({INT8_MIN, INT8_MAX, -1, 0x12, -2});
-  expectFourAsInt32<uint8_t>({0, UINT8_MAX, 128, 0x12, 1});
+TEST(Lanes, PacksAreLoadedWithTheirValue) {
+  expectPacksAreLoaded<int16_t>({INT16_MIN, INT16_MAX, -1, 0x1234, -2});
+  expectPacksAreLoaded<uint16_t>({0, UINT16_MAX, 32768, 0x1234, 1});
+  expectPacksAreLoaded<int8_t>({INT8_MIN, INT8_MAX, -1, 0x12, -2});
+  expectPacksAreLoaded<uint8_t>({0, UINT8_MAX, 128, 0x12, 1});
+  expectPacksAreLoaded<int32_t>({INT32_MIN, INT32_MAX, -1, 0x12345678, -2});
+  expectPacksAreLoaded<float>({-0.0F, 1.4e-45F, kInfinity, -kInfinity, 3.4e38F});
+  expectPacksAreLoaded<double>({-0.0, 4.9e-324, 1e308, -1, 7});
+}
+
+TEST(Lanes, PacksAreConvertedElementByElement) {
+  atEachCount([](auto count) {
+    const auto doubles = repeated<double>({1.0 + 0x1p-24, 1.0 + 0x1.8p-23, -1e300, -0.0, 1e-46}, count);
+    const auto words = repeated<int32_t>({16777217, INT32_MIN, -3, 33554435, 0}, count);
+    const auto wide = repeated<int32_t>({65535, 65536, -32769, INT32_MAX, 70000, 32768, INT32_MIN}, count);
+    const auto singles = repeated<float>({1.5F, -0.0F, 1.4e-45F, kInfinity, -2.0F}, count);
+    const auto fromDoubles = valuesOf(toSingles(loadPack<count>(doubles.data())));
+    const auto fromWords = valuesOf(toSingles(loadPack<count>(words.data())));
+    const auto wordsAsDoubles = valuesOf(toDoubles(loadPack<count>(words.data())));
+    const auto singlesAsDoubles = valuesOf(toDoubles(loadPack<count>(singles.data())));
+    for (size_t k = 0; k < count; ++k) {
+      EXPECT_EQ(bitsOf(fromDoubles[k]), bitsOf(static_cast<float>(doubles[k]))) << "lane " << k;
+      EXPECT_EQ(bitsOf(fromWords[k]), bitsOf(static_cast<float>(words[k]))) << "lane " << k;
+      EXPECT_EQ(wordsAsDoubles[k], static_cast<double>(words[k])) << "lane " << k;
+      EXPECT_EQ(bitsOf(singlesAsDoubles[k]), bitsOf(static_cast<double>(singles[k]))) << "lane " << k;
+    }
+    if constexpr (count >= 8) {
+      const auto narrowed = valuesOf(narrow(loadPack<count>(wide.data())));
+      const auto widened = valuesOf(toInt32(loadPack<count>(narrowed.data())));
+      for (size_t k = 0; k < count; ++k) {
+        EXPECT_EQ(narrowed[k], static_cast<int16_t>(wide[k])) << "lane " << k;
+        EXPECT_EQ(widened[k], static_cast<int16_t>(wide[k])) << "lane " << k;
+      }
+    }
+  });
+}
+
+TEST(Lanes, PairsOfPacksTakePartInArithmetic) {
+  atEachCount([](auto count) {
+    std::vector<double> a(count), b(count);
+    std::iota(a.begin(), a.end(), 1.5);
+    std::iota(b.begin(), b.end(), -20.25);
+    const auto x = loadPack<count>(a.data()), y = loadPack<count>(b.data());
+    const auto results = valuesOf(((x * 3.0 - y) / (y + 0.125)) * (2.0 + x));
+    for (size_t k = 0; k < count; ++k) {
+      EXPECT_EQ(results[k], ((a[k] * 3.0 - b[k]) / (b[k] + 0.125)) * (2.0 + a[k])) << "element " << k;
+    }
+    EXPECT_EQ(valuesOf(paired(x, y)).at(count), b[0]);
+    EXPECT_EQ(valuesOf(paired(x, y)).at(count - 1), a[count - 1]);
+  });
 }
 
 TEST(Lanes, FourDoublesAreRoundedToTheNearestSingles) {
@@ -166,26 +326,36 @@ TEST(Lanes, FourDoublesAreRoundedToTheNearestSingles) {
 
 TEST(Lanes, WideningKeepsTheSignAndNarrowingTheLowBits) {
   const i16x8 v{INT16_MIN, -1, 0, 1, INT16_MAX, -2, 255, 256};
-  EXPECT_EQ(valuesOf<int32_t>(widenLow(v)), (std::vector<int32_t>{INT16_MIN, -1, 0, 1}));
-  EXPECT_EQ(valuesOf<int32_t>(widenHigh(v)), (std::vector<int32_t>{INT16_MAX, -2, 255, 256}));
-  EXPECT_EQ(valuesOf<int16_t>(narrow(i32x4{65535, 65536, -32769, INT32_MAX}, i32x4{70000, 32768, INT32_MIN, -5})),
+  EXPECT_EQ(valuesOf(widenLow(v)), (std::vector<int32_t>{INT16_MIN, -1, 0, 1}));
+  EXPECT_EQ(valuesOf(widenHigh(v)), (std::vector<int32_t>{INT16_MAX, -2, 255, 256}));
+  EXPECT_EQ(valuesOf(narrow(i32x4{65535, 65536, -32769, INT32_MAX}, i32x4{70000, 32768, INT32_MIN, -5})),
             (std::vector<int16_t>{-1, 0, 32767, -1, 4464, -32768, 0, -5}));
 }
 
 TEST(Lanes, PairProductsAreExactUpToFourTimesTheLowestSample) {
-  const i16x8 a{INT16_MIN, INT16_MIN, INT16_MIN, INT16_MAX, 3, -4, 0, 100};
-  const i16x8 b{INT16_MIN, INT16_MIN, INT16_MAX, INT16_MIN, 5, 6, -7, -8};
-  const u32x4 sums = sumsOfPairProducts(a, b);
-  EXPECT_EQ(sums[0], 2147483648U);
-  EXPECT_EQ(static_cast<int32_t>(sums[1]), 2 * (INT16_MIN * INT16_MAX));
-  EXPECT_EQ(static_cast<int32_t>(sums[2]), 15 - 24);
-  EXPECT_EQ(static_cast<int32_t>(sums[3]), -800);
+  atEachWidth([](auto bytes) {
+    constexpr size_t count = laneCount<int16_t, bytes>;
+    const auto a = repeated<int16_t>({INT16_MIN, INT16_MIN, INT16_MIN, INT16_MAX, 3, -4, 0, 100}, count);
+    const auto b = repeated<int16_t>({INT16_MIN, INT16_MIN, INT16_MAX, INT16_MIN, 5, 6, -7, -8}, count);
+    const auto sums = valuesOf(sumsOfPairProducts(load<bytes>(a.data()), load<bytes>(b.data())));
+    for (size_t k = 0; k < sums.size(); k += 4) {
+      EXPECT_EQ(sums[k], 2147483648U);
+      EXPECT_EQ(static_cast<int32_t>(sums[k + 1]), 2 * (INT16_MIN * INT16_MAX));
+      EXPECT_EQ(static_cast<int32_t>(sums[k + 2]), 15 - 24);
+      EXPECT_EQ(static_cast<int32_t>(sums[k + 3]), -800);
+    }
+  });
 }
 
 TEST(Lanes, SquaresOfEvenLanesAreExact) {
-  const i64x2 squares = squaresOfEvenLanes(i32x4{INT32_MIN, 7, INT32_MAX, 9});
-  EXPECT_EQ(squares[0], int64_t{1} << 62);
-  EXPECT_EQ(squares[1], int64_t{INT32_MAX} * INT32_MAX);
+  atEachWidth([](auto bytes) {
+    const auto values = repeated<int32_t>({INT32_MIN, 7, INT32_MAX, 9}, laneCount<int32_t, bytes>);
+    const auto squares = valuesOf(squaresOfEvenLanes(load<bytes>(values.data())));
+    for (size_t k = 0; k < squares.size(); k += 2) {
+      EXPECT_EQ(squares[k], int64_t{1} << 62);
+      EXPECT_EQ(squares[k + 1], int64_t{INT32_MAX} * INT32_MAX);
+    }
+  });
 }
 
 int32_t convertedOr(double integer) {
@@ -194,10 +364,16 @@ int32_t convertedOr(double integer) {
 }
 
 void expectConversions(float value) {
-  const f32x4 lanes{value, value, value, value};
-  const double exact = static_cast<double>(value);
-  EXPECT_EQ(truncate(lanes)[2], convertedOr(std::trunc(exact))) << "truncate " << value;
-  EXPECT_EQ(roundToNearest(lanes)[1], convertedOr(std::nearbyint(exact))) << "roundToNearest " << value;
+  atEachWidth([=](auto bytes) {
+    using V = Lanes<float, bytes>;
+    const double exact = static_cast<double>(value);
+    const size_t last = elementsIn<V> - 1;
+    const auto cut = truncate(splat<V>(value)), rounded = roundToNearest(splat<V>(value));
+    EXPECT_EQ(cut[2], convertedOr(std::trunc(exact))) << "truncate " << value;
+    EXPECT_EQ(cut[last], convertedOr(std::trunc(exact))) << "truncate " << value;
+    EXPECT_EQ(rounded[1], convertedOr(std::nearbyint(exact))) << "roundToNearest " << value;
+    EXPECT_EQ(rounded[last], convertedOr(std::nearbyint(exact))) << "roundToNearest " << value;
+  });
 }
 
 TEST(Lanes, ConversionsToIntegersGiveTheLowestNumberOutOfRange) {
@@ -215,7 +391,7 @@ TEST(Lanes, ConversionsToIntegersGiveTheLowestNumberOutOfRange) {
 }
 
 TEST(Lanes, PositiveDoublesAreCutToIntegers) {
-  EXPECT_EQ(valuesOf<int32_t>(truncateBelow2To31(f64x2{0.0, 1.9999999999999998}, f64x2{2147483647.9999998, 7.0})),
+  EXPECT_EQ(valuesOf(truncateBelow2To31(f64x2{0.0, 1.9999999999999998}, f64x2{2147483647.9999998, 7.0})),
             (std::vector<int32_t>{0, 1, INT32_MAX, 7}));
 }
 
@@ -268,24 +444,108 @@ TEST(WideIntegers, LowWordsOfDoubles) {
 }
 
 TEST(Lanes, DoublesOfSinglesAndTheirRoots) {
-  EXPECT_EQ(valuesOf<double>(widenLow(f32x4{1.5F, -0.0F, 3, 4})), (std::vector<double>{1.5, -0.0}));
-  EXPECT_EQ(valuesOf<double>(widenHigh(f32x4{1.5F, -0.0F, 3, -4})), (std::vector<double>{3, -4}));
-  const f32x4 roots = squareRoot(f32x4{2, 0, kInfinity, -0.0F});
-  EXPECT_EQ(valuesOf<float>(roots), (std::vector<float>{1.41421354F, 0, kInfinity, -0.0F}));
-  EXPECT_TRUE(std::signbit(roots[3]));
-  EXPECT_TRUE(std::isnan(squareRoot(f32x4{-1, kNaN, 1, 1})[0]));
+  EXPECT_EQ(valuesOf(widenLow(f32x4{1.5F, -0.0F, 3, 4})), (std::vector<double>{1.5, -0.0}));
+  EXPECT_EQ(valuesOf(widenHigh(f32x4{1.5F, -0.0F, 3, -4})), (std::vector<double>{3, -4}));
+  atEachWidth([](auto bytes) {
+    const auto values = repeated<float>({2, 0, kInfinity, -0.0F, -1, kNaN, 9, 1e-40F}, laneCount<float, bytes>);
+    const auto roots = squareRoot(load<bytes>(values.data()));
+    for (size_t k = 0; k < values.size(); ++k) {
+      if (values[k] >= 0) {
+        EXPECT_EQ(bitsOf(float{roots[k]}), bitsOf(std::sqrt(values[k]))) << "lane " << k;
+      } else {
+        EXPECT_TRUE(std::isnan(roots[k])) << "lane " << k;
+      }
+    }
+  });
 }
 
 TEST(Blocks, HeadIsTheNumberOfElementsUpToTheNextBoundary) {
-  alignas(16) std::array<std::byte, 64> memory{};
+  alignas(64) std::array<std::byte, 128> memory{};
   for (size_t element = 0; element < 8; ++element) {
     EXPECT_EQ(headLength(reinterpret_cast<int16_t*>(memory.data()) + element), (8 - element) % 8);
   }
   for (size_t element = 0; element < 4; ++element) {
     EXPECT_EQ(headLength(reinterpret_cast<float*>(memory.data()) + element), (4 - element) % 4);
   }
+  for (size_t element = 0; element < 16; ++element) {
+    EXPECT_EQ(headLength<64>(reinterpret_cast<float*>(memory.data()) + element), (16 - element) % 16);
+  }
   for (size_t element = 0; element < 2; ++element) {
     EXPECT_EQ(headLength(reinterpret_cast<double*>(memory.data()) + element), (2 - element) % 2);
+  }
+}
+
+TEST(Blocks, AnOutputFeedsItsOwnVectorUpToTheWidestOneAhead) {
+  alignas(64) const std::array<float, 64> memory{};
+  const float* const input = memory.data() + 20;
+  EXPECT_FALSE(feedsOwnVector(input, input));
+  EXPECT_FALSE(feedsOwnVector(input - 1, input));
+  EXPECT_TRUE(feedsOwnVector(input + 1, input));
+  EXPECT_TRUE(feedsOwnVector(input + widestBytes / 4 - 1, input));
+  EXPECT_FALSE(feedsOwnVector(input + widestBytes / 4, input));
+}
+
+/// What a walk does: how many elements each step takes, checked to follow one another.
+struct Steps {
+  size_t next = 0;
+  std::vector<size_t> sizes;
+
+  void take(size_t index, size_t size) {
+    EXPECT_EQ(index, next);
+    next = index + size;
+    sizes.push_back(size);
+  }
+  void operator()(One at) { take(at.index, 1); }
+  template <size_t width>
+  void operator()(Pack<width> at) {
+    take(at.index, width);
+  }
+};
+
+template <size_t width, class T>
+void expectElementWalk(const T* buffer, size_t count) {
+  Steps steps;
+  walkElements<width>(buffer, count, [&](auto at) { steps(at); });
+  EXPECT_EQ(steps.next, count);
+  const size_t head = std::min(headLength(buffer), count);
+  for (size_t i = 0, k = 0; k < steps.sizes.size(); i += steps.sizes[k++]) {
+    EXPECT_EQ(steps.sizes[k] > 1, i >= head && (steps.sizes[k] > 1)) << "step " << k;
+    EXPECT_TRUE(steps.sizes[k] == 1 || steps.sizes[k] == width || steps.sizes[k] == widening * width);
+  }
+  EXPECT_LT(std::count(steps.sizes.begin(), steps.sizes.end(), size_t{1}), static_cast<ptrdiff_t>(head + 2 * width))
+      << "single elements of " << count;
+}
+
+TEST(Blocks, TheElementWalkTakesEachElementOnceInAscendingOrder) {
+  alignas(64) std::array<float, 16> singles{};
+  alignas(64) std::array<double, 8> doubles{};
+  alignas(64) std::array<int16_t, 32> shorts{};
+  for (size_t count = 0; count < 400; ++count) {
+    for (size_t at = 0; at < singles.size(); ++at) {
+      expectElementWalk<4>(singles.data() + at, count);
+      expectElementWalk<8>(singles.data() + at, count);
+    }
+    for (size_t at = 0; at < doubles.size(); ++at) {
+      expectElementWalk<2>(doubles.data() + at, count);
+      expectElementWalk<4>(doubles.data() + at, count);
+    }
+    for (size_t at = 0; at < shorts.size(); ++at) {
+      expectElementWalk<8>(shorts.data() + at, count);
+    }
+  }
+}
+
+TEST(Blocks, TheBlockWalkTakesWholeBlocksFromElement0On) {
+  const std::array<float, 1> buffer{};
+  for (size_t count = 0; count < 400; ++count) {
+    Steps steps;
+    const size_t rest = walkBlocks<4>(
+        count, [&](auto at) { steps(at); }, buffer.data());
+    EXPECT_EQ(rest, count - count % 4);
+    EXPECT_EQ(steps.next, rest);
+    for (const size_t size : steps.sizes) {
+      EXPECT_TRUE(size == 4 || size == widening * 4);
+    }
   }
 }
 

@@ -1,25 +1,27 @@
 // Any number of threads may call anything at once.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <atomic>
 #include <cstddef>
 #include <string>
 #include <thread>
 #include <vector>
 
-#include "support/every_export.hpp"
+#include "functions/calls/recording.hpp"
+#include "functions/linked.hpp"
+#include "support/ordinary_calls.hpp"
 
 namespace {
+
+using support::callOrdinarily;
 
 TEST(Threads, EveryExportGivesTheSameResultsWhileOthersRun) {
   constexpr std::size_t threadCount = 6;
   constexpr int rounds = 60;
-  const std::vector<support::ExportCall> calls = support::everyExport();
-  std::vector<std::vector<std::byte>> expected;
-  for (const support::ExportCall& call : calls) {
-    expected.push_back(call.results());
-    ASSERT_TRUE(std::ranges::any_of(expected.back(), [](std::byte byte) { return byte != std::byte{0}; })) << call.name;
+  const auto calls = kxcalc::calls::descriptions();
+  std::vector<kxcalc::calls::Recording> expected(calls.size());
+  for (std::size_t i = 0; i < calls.size(); ++i) {
+    callOrdinarily(calls[i], kxcalc::linkedFunctions, expected[i]);
   }
 
   std::atomic<std::size_t> ready = 0;
@@ -35,8 +37,10 @@ TEST(Threads, EveryExportGivesTheSameResultsWhileOthersRun) {
         for (std::size_t i = 0; i < calls.size(); ++i) {
           // Half of the threads run the same export at the same time, the others every other one.
           const std::size_t next = (thread % 2 == 0 ? i : i + thread) % calls.size();
-          if (calls[next].results() != expected[next]) {
-            differences[thread] = calls[next].name;
+          kxcalc::calls::Comparison comparison(expected[next]);
+          callOrdinarily(calls[next], kxcalc::linkedFunctions, comparison);
+          if (!comparison.difference().empty()) {
+            differences[thread] = std::string(calls[next].name) + ": " + comparison.difference();
           }
         }
       }

@@ -7,6 +7,7 @@
 #include <sstream>
 
 #include "host/kxhost_test.hpp"
+#include "host/svg_picture.hpp"
 
 namespace kxhost_test {
 namespace {
@@ -61,6 +62,8 @@ protected:
     EXPECT_EQ(outcome.code, 0) << outcome.err;
     return outcome.code == 0 ? nlohmann::json::parse(outcome.out) : nlohmann::json();
   }
+
+  std::vector<SvgPane> panes(const std::string& name) const { return readSvg(read(path(name))); }
 
   void expectCsvRefused(const std::string& text, const std::string& reason,
                         const std::vector<std::string>& more = {}) const {
@@ -500,20 +503,135 @@ TEST_F(CombustionTest, FourPicturesAreDrawn) {
   expectTexts("it's-trend.svg", {title, "peak pressure in bar", "gross IMEP in bar", "coefficient of variation"});
 }
 
-TEST_F(CombustionTest, CyclesOfEveryKindCanBeDrawn) {
-  const std::string closed = writeText("closed.csv", longRows(-180, 361));
-  const std::string flat = writeCycles("flat.csv", {rectangle(3, 3)}, 10);
-  const std::string negative = writeCycles("negative.csv", {rectangle(-3, -4), rectangle(-5, -4)}, 5);
-  const std::string huge = writeCycles("huge.csv", {rectangle(1e-9, 1e9)}, 5);
-  for (const std::string& file : {closed, flat, negative, huge}) {
-    const Outcome outcome = run(arguments({file, "--peg", "none", "--plot", path("out.png")}));
-    EXPECT_EQ(outcome.code, 0) << outcome.err;
-    for (const char* name : {"out-pressure.png", "out-pv.png", "out-pv-log.png", "out-trend.png"}) {
-      const std::string picture = read(path(name));
-      EXPECT_TRUE(picture.starts_with("\x89PNG\r\n\x1a\n")) << file << ' ' << name;
-      EXPECT_GT(picture.size(), 5000) << file << ' ' << name;
-      std::filesystem::remove(path(name));
+/// A smooth hump of that height around an angle.
+Pressure hump(double height, double at) {
+  return [=](double angle) { return 2 + height * std::exp(-std::pow((angle - at) / 40, 2)); };
+}
+
+TEST_F(CombustionTest, ThePressuresAreDrawnOverTheirAngles) {
+  const std::vector<Pressure> cycles{hump(20, 10), hump(50, 14), hump(35, 18)};
+  const std::string file = writeCycles("a.csv", cycles);
+  EXPECT_EQ(run(arguments({file, "--peg", "none", "--smooth", "average", "--width", "3", "--window", "2", "--plot",
+                           path("out.svg")}))
+                .code,
+            0);
+  const auto smoothed = [&](size_t cycle, double angle) {
+    return (cycles[cycle](angle - 1) + cycles[cycle](angle) + cycles[cycle](angle + 1)) / 3;
+  };
+  const std::vector<SvgPane> both = panes("out-pressure.svg");
+  ASSERT_EQ(both.size(), 2U);
+  EXPECT_NEAR(both[0].x.pixelOf(-360, AxisKind::linear), both[0].left, 0.1);
+  EXPECT_NEAR(both[0].x.pixelOf(360, AxisKind::linear), both[0].right, 0.1);
+  std::vector<Place> lowest, highest, average, windowed, lastRaw, lastSmoothed, averageNear;
+  for (double angle = -350; angle <= 350; angle += 10) {
+    const double a = smoothed(0, angle), b = smoothed(1, angle), c = smoothed(2, angle);
+    lowest.push_back({angle, std::min({a, b, c})});
+    highest.push_back({angle, std::max({a, b, c})});
+    average.push_back({angle, (a + b + c) / 3});
+    windowed.push_back({angle, (b + c) / 2});
+  }
+  for (double angle = 4; angle <= 32; ++angle) {
+    lastRaw.push_back({angle, cycles[2](angle)});
+    lastSmoothed.push_back({angle, smoothed(2, angle)});
+    averageNear.push_back({angle, (smoothed(0, angle) + smoothed(1, angle) + smoothed(2, angle)) / 3});
+  }
+  expectThrough(both[0], both[0].curve("lowest to highest of 3 cycles"), lowest);
+  expectThrough(both[0], both[0].curve("lowest to highest of 3 cycles"), highest);
+  expectThrough(both[0], both[0].curve("average of all cycles"), average);
+  expectThrough(both[0], both[0].curve("average of the last 2"), windowed);
+  expectThrough(both[1], both[1].curve("last cycle, raw less zero level"), lastRaw);
+  expectThrough(both[1], both[1].curve("last cycle, smoothed"), lastSmoothed);
+  expectThrough(both[1], both[1].curve("average of all cycles"), averageNear);
+}
+
+TEST_F(CombustionTest, ThePressuresAreDrawnOverTheVolume) {
+  const std::vector<Pressure> cycles{hump(20, 10), hump(50, 14)};
+  const std::string file = writeCycles("a.csv", cycles);
+  EXPECT_EQ(run(arguments({file, "--peg", "none", "--smooth", "none", "--plot", path("out.svg")})).code, 0);
+  const auto all = analyse({file, "--peg", "none", "--smooth", "none"});
+  std::vector<Place> last, average;
+  for (double angle = -170; angle <= 170; angle += 10) {
+    last.push_back({displacement * volume(angle), cycles[1](angle)});
+    average.push_back({displacement * volume(angle), (cycles[0](angle) + cycles[1](angle)) / 2});
+  }
+  for (const auto& [name, kind] :
+       {std::pair("out-pv.svg", AxisKind::linear), {"out-pv-log.svg", AxisKind::logarithmic}}) {
+    SCOPED_TRACE(name);
+    std::vector<SvgPane> one = panes(name);
+    ASSERT_EQ(one.size(), 1U);
+    SvgPane& pane = one[0];
+    pane.xKind = pane.yKind = kind;
+    expectThrough(pane, pane.curve("last cycle, smoothed"), last);
+    expectThrough(pane, pane.curve("average of all cycles"), average);
+    ASSERT_EQ(pane.curves.size(), 4U);
+    // Between two points of a polytrope, p V^n stays.
+    for (const auto& [index, exponent, from, to] :
+         {std::tuple(2U, "compression_exponent", -100.0, -40.0), {3U, "expansion_exponent", 80.0, 120.0}}) {
+      const SvgCurve& curve = pane.curves[index];
+      const double n = all[exponent], a = displacement * volume(from), b = displacement * volume(to);
+      const auto& line = curve.lines.at(0);
+      const Place first = line.front();
+      const double constant = pane.y.numberAt(first.y, kind) * std::pow(pane.x.numberAt(first.x, kind), n);
+      expectThrough(pane, curve, {{a, constant * std::pow(a, -n)}, {b, constant * std::pow(b, -n)}}, 4);
+      const auto mean = [&](double angle) { return (cycles[0](angle) + cycles[1](angle)) / 2; };
+      EXPECT_LE(curve.distanceOf(pane.at(a, mean(from))), 40) << exponent;  // the fit goes along the average
     }
+  }
+}
+
+TEST_F(CombustionTest, TheTrendIsDrawnCycleByCycle) {
+  const std::vector<std::string> command{"--simulate", "--cycles", "5", "--window", "2"};
+  std::vector<std::string> drawing = command;
+  drawing.insert(drawing.end(), {"--plot", path("out.svg")});
+  EXPECT_EQ(run(arguments(drawing)).code, 0);
+  const auto all = analyse(command);
+  std::vector<Place> peaks, averagePeaks, windowedPeaks, works;
+  for (const auto& cycle : all["cycles"]) {
+    const double number = static_cast<double>(peaks.size() + 1);
+    peaks.push_back({number, cycle["peak_pressure_bar"]});
+    averagePeaks.push_back({number, cycle["average_peak_pressure_bar"]});
+    windowedPeaks.push_back({number, cycle["windowed_peak_pressure_bar"]});
+    works.push_back({number, cycle["gross_imep_bar"]});
+  }
+  const std::vector<SvgPane> both = panes("out-trend.svg");
+  ASSERT_EQ(both.size(), 2U);
+  expectMarks(both[0], both[0].curve("each cycle"), peaks);
+  expectThrough(both[0], both[0].curve("average of all cycles so far"), averagePeaks);
+  expectThrough(both[0], both[0].curve("average of the last 2"), windowedPeaks);
+  expectMarks(both[1], both[1].curve("each cycle"), works);
+  const double mean = all["overall"]["gross_imep_bar"]["mean"];
+  ASSERT_EQ(both[1].curves.size(), 2U);
+  EXPECT_TRUE(both[1].curves[1].title.starts_with("mean ")) << both[1].curves[1].title;
+  expectThrough(both[1], both[1].curves[1], {{1, mean}, {5, mean}});
+}
+
+TEST_F(CombustionTest, CyclesOfEveryKindCanBeDrawn) {
+  struct Kind {
+    std::string file;
+    Place point;  // on the average, in degrees and bar
+    bool isPositive;
+  };
+  for (const Kind& kind : {Kind{writeText("closed.csv", longRows(-180, 361)), {-100, 1}, true},
+                           {writeCycles("flat.csv", {rectangle(3, 3)}, 10), {50, 3}, true},
+                           {writeCycles("negative.csv", {rectangle(-3, -4), rectangle(-5, -4)}, 5), {-100, -4}, false},
+                           {writeCycles("huge.csv", {rectangle(1e-9, 1e9)}, 5), {100, 1e9}, true}}) {
+    SCOPED_TRACE(kind.file);
+    const Outcome outcome = run(arguments({kind.file, "--peg", "none", "--plot", path("out.svg")}));
+    EXPECT_EQ(outcome.code, 0) << outcome.err;
+    const std::vector<SvgPane> pressures = panes("out-pressure.svg");
+    ASSERT_EQ(pressures.size(), 2U);
+    expectThrough(pressures[0], pressures[0].curve("average of all cycles"), {kind.point});
+    const Place place{displacement * volume(kind.point.x), kind.point.y};
+    for (const auto& [name, scale] :
+         {std::pair("out-pv.svg", AxisKind::linear), {"out-pv-log.svg", AxisKind::logarithmic}}) {
+      std::vector<SvgPane> one = panes(name);
+      ASSERT_EQ(one.size(), 1U);
+      one[0].xKind = one[0].yKind = scale;
+      if (kind.isPositive || scale == AxisKind::linear) {
+        expectThrough(one[0], one[0].curve("average of all cycles"), {place}, 1);
+      }
+    }
+    EXPECT_EQ(panes("out-trend.svg").size(), 2U);
   }
 }
 

@@ -7,6 +7,7 @@
 #include <sstream>
 
 #include "host/audio_file.hpp"
+#include "host/png_image.hpp"
 #include "recordings/recording.hpp"
 
 namespace kxhost_test {
@@ -43,6 +44,18 @@ protected:
 
   std::vector<float> impulseResponse(size_t length, const std::vector<std::string>& options, int rate = 48000) const {
     return filter(impulse(length, rate), options).samples;
+  }
+
+  /// Draws as SVG with these arguments, and returns the picture's pane.
+  SvgPane drawn(std::vector<std::string> arguments) const {
+    arguments.insert(arguments.end(), {"--plot", path("out.svg")});
+    const Outcome outcome = run(arguments);
+    EXPECT_EQ(outcome.code, 0) << outcome.err;
+    EXPECT_NE(outcome.out.find("3.01 dB down: designed "), std::string::npos) << outcome.out;
+    std::vector<SvgPane> panes = readSvg(read(path("out.svg")));
+    EXPECT_EQ(panes.size(), 1U);
+    panes.at(0).xKind = AxisKind::logarithmic;
+    return std::move(panes.at(0));
   }
 
   void expectFilterRefused(const std::string& file, const std::string& reason, std::vector<std::string> options) const {
@@ -432,36 +445,80 @@ TEST_F(FilterTest, TheMeasuredEdgesAreTheDesignedOnes) {
             2);
   EXPECT_NEAR(low, 300, 0.03);
   EXPECT_NEAR(high, 3400, 0.34);
-  EXPECT_TRUE(read(path("out.png")).starts_with("\x89PNG\r\n\x1a\n"));
-  EXPECT_GT(read(path("out.png")).size(), 20000);
   EXPECT_EQ(filesPresent(), (std::vector<std::string>{"impulse.wav", "out.png"}));
+  const PngImage image(path("out.png"));
+  EXPECT_EQ(image.width(), 1200);
+  EXPECT_EQ(image.height(), 640);
+  const SvgPane pane = drawn({"filter", file, "--bandpass", "300,3400", "--order", "6"});
+  expectShows(image, pane.curve("measured with white noise"));
+  expectShows(image, pane.curve("3.01 dB down"));
 }
 
-TEST_F(FilterTest, APictureNamesFilterAxesAndCurves) {
-  const Outcome outcome = run({"filter", impulse(10), "--lowpass", "5000", "--fir", "101", "--window", "blackman",
-                               "--plot", path("out.svg"), "-o", output()});
-  EXPECT_EQ(outcome.code, 0) << outcome.err;
-  EXPECT_NE(outcome.out.find("delay: 50 samples, 1.04167 ms\n"), std::string::npos) << outcome.out;
+TEST_F(FilterTest, APictureShowsTheButterworthCurveAndItsMeasurement) {
+  const Band band{0, 1000.0 / 48000};
+  const SvgPane pane = drawn({"filter", impulse(10), "--lowpass", "1000", "--order", "4"});
+  EXPECT_NEAR(pane.x.numberAt(pane.left, pane.xKind), 100, 0.1);
+  EXPECT_NEAR(pane.x.numberAt(pane.right, pane.xKind), 24000, 20);
+  std::vector<Place> points;
+  for (const double frequency : {100, 500, 900, 1000, 1100, 2000, 4000, 8000, 12000}) {
+    points.push_back({frequency, butterworthGain(band.prototypeFrequency(frequency / 48000), 4)});
+  }
+  expectThrough(pane, pane.curve("designed, by its coefficients"), points);
+  expectMarks(pane, pane.curve("3.01 dB down"), {{1000, -3.0103}});
+  const SvgCurve& measured = pane.curve("measured with white noise");
+  EXPECT_GT(measured.marks.size(), 100U);
+  for (const Place& mark : measured.marks) {
+    const double frequency = pane.x.numberAt(mark.x, pane.xKind);
+    const double gain = butterworthGain(band.prototypeFrequency(frequency / 48000), 4);
+    EXPECT_LE(pane.curve("designed, by its coefficients").distanceOf(mark), 1) << frequency;
+    EXPECT_NEAR(pane.y.pixelOf(gain, pane.yKind), mark.y, 3) << frequency;
+  }
+}
+
+TEST_F(FilterTest, APictureNamesFilterAxesAndCurvesAndShowsWhatTheFilterDoes) {
+  const std::vector<std::string> arguments{"filter", impulse(200), "--lowpass", "5000", "--fir",
+                                           "101",    "--window",   "blackman",  "-o",   output()};
+  const SvgPane pane = drawn(arguments);
   const std::string picture = read(path("out.svg"));
-  for (const char* text :
-       {"Blackman-windowed sinc low-pass at 5000 Hz, 101 taps, sample rate 48000 Hz", "frequency in Hz", "gain in dB",
-        "designed, by its coefficients", "measured with white noise", "3.01 dB down", "10000"}) {
+  for (const char* text : {"Blackman-windowed sinc low-pass at 5000 Hz, 101 taps, sample rate 48000 Hz",
+                           "frequency in Hz", "gain in dB", "10000"}) {
     EXPECT_NE(picture.find(text), std::string::npos) << text;
   }
   EXPECT_EQ(filesPresent(), (std::vector<std::string>{"impulse.wav", "out.svg", "out.wav"}));
+  const std::vector<float> response = readAudioFile(output()).samples;
+  std::vector<Place> points;
+  for (const double frequency : {150, 1000, 4000, 5000, 5500, 6000}) {
+    points.push_back({frequency, gainOf(response, frequency / 48000)});
+  }
+  expectThrough(pane, pane.curve("designed, by its coefficients"), points);
+  EXPECT_NE(run(arguments).out.find("delay: 50 samples, 1.04167 ms\n"), std::string::npos);
 }
 
 TEST_F(FilterTest, FiltersOfEveryShapeCanBeDrawn) {
-  for (const std::vector<std::string>& options :
-       std::vector<std::vector<std::string>>{{"--lowpass", "23999"},
-                                             {"--highpass", "1", "--order", "1"},
-                                             {"--lowpass", "0.05", "--order", "100"},
-                                             {"--bandpass", "1000,1000.05"},
-                                             {"--lowpass", "1000", "--fir", "3", "--window", "blackman"}}) {
-    const Outcome outcome = run(with({"filter", impulse(10), "--plot", path("out.png")}, options));
-    EXPECT_EQ(outcome.code, 0) << outcome.err;
-    EXPECT_NE(outcome.out.find("3.01 dB down: designed "), std::string::npos) << outcome.out;
-    EXPECT_GT(read(path("out.png")).size(), 10000);
+  struct Shape {
+    std::vector<std::string> options;
+    Place point;  // on the curve, in Hz and dB
+    std::vector<double> edges;
+  };
+  for (const Shape& shape : {Shape{{"--lowpass", "23999"}, {5000, 0}, {23999}},
+                             {{"--highpass", "1", "--order", "1"}, {10000, 0}, {1}},
+                             {{"--lowpass", "0.05", "--order", "100"}, {0.01, 0}, {0.05}},
+                             {{"--bandpass", "1000,1000.05"}, {20000, -40}, {}},
+                             // 0.0801 + 0.9199 z^-1 + 0.0801 z^-2 or the like: all but flat
+                             {{"--lowpass", "1000", "--fir", "3", "--window", "blackman"}, {100, 0}, {}}}) {
+    SCOPED_TRACE(shape.options[1]);
+    const SvgPane pane = drawn(with({"filter", impulse(10)}, shape.options));
+    EXPECT_NEAR(pane.x.numberAt(pane.right, pane.xKind), 24000, 20);
+    if (shape.point.y == 0) {
+      expectThrough(pane, pane.curve("designed, by its coefficients"), {shape.point});
+    }
+    std::vector<Place> marks;
+    for (const double edge : shape.edges) {
+      marks.push_back({edge, -3.0103});
+    }
+    if (!marks.empty()) {
+      expectMarks(pane, pane.curve("3.01 dB down"), marks);
+    }
   }
 }
 

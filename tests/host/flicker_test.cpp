@@ -7,6 +7,8 @@
 
 #include "analysis/flicker/flicker_severity.hpp"
 #include "host/kxhost_test.hpp"
+#include "host/png_image.hpp"
+#include "host/svg_picture.hpp"
 
 namespace kxhost_test {
 namespace {
@@ -252,37 +254,99 @@ TEST_F(FlickerTest, AMisusedCommandLineIsRefused) {
   }
 }
 
-TEST_F(FlickerTest, ThePictureNamesWhatItShows) {
-  const std::string file = record("a.wav", voltage(18, 50, rectangular(1, 5)));
-  const std::vector<std::string> options{"flicker", file, "--settling", "8", "--period", "5", "--plot"};
+/// Expects the sensation and the severities of periods that follow each other from `begin` on, `length` seconds each.
+void expectPeriods(const SvgPane& pane, const nlohmann::json& periods, double begin, double length) {
+  const SvgCurve& sensation = pane.curves.at(1);
+  for (size_t i = 0; i < periods.size(); ++i) {
+    const double from = begin + static_cast<double>(i) * length, to = from + length;
+    const double severity = periods[i].at("pst");
+    expectThrough(pane, pane.curve("Pst"), {{from, severity}, {(from + to) / 2, severity}, {to, severity}}, 0.6, true);
+    double highest = 0;
+    for (const Place& place : sensation.lines.at(0)) {
+      const double time = pane.x.numberAt(place.x, AxisKind::linear);
+      if (time > from && time < to) {
+        highest = std::max(highest, pane.y.numberAt(place.y, AxisKind::linear));
+      }
+    }
+    const double largest = periods[i].at("largest_sensation");
+    EXPECT_NEAR(pane.y.pixelOf(highest, AxisKind::linear), pane.y.pixelOf(largest, AxisKind::linear), 1) << i;
+  }
+  for (const Place& place : sensation.lines.at(0)) {
+    EXPECT_LE(pane.curves.at(0).distanceOf(place), 0.6);
+  }
+}
+
+TEST_F(FlickerTest, ThePictureShowsSensationAndSeverityOverTime) {
+  // Stronger changes in the first of the two periods.
+  const auto envelope = [](double time) { return rectangular(time < 13 ? 2 : 1, 5)(time); };
+  const std::string file = record("a.wav", voltage(18, 50, envelope));
+  const std::vector<std::string> options{file, "--settling", "8", "--period", "5"};
   const auto drawn = [&](const std::string& picture) {
     std::vector<std::string> arguments = options;
-    arguments.push_back(path(picture));
+    arguments.insert(arguments.begin(), "flicker");
+    arguments.insert(arguments.end(), {"--plot", path(picture)});
     const Outcome outcome = run(arguments);
     EXPECT_EQ(outcome.code, 0) << outcome.err;
     return read(path(picture));
   };
-  const std::string png = drawn("out.png");
-  EXPECT_TRUE(png.starts_with("\x89PNG\r\n\x1a\n"));
-  EXPECT_GT(png.size(), 20000);
   const std::string svg = drawn("out.svg");
   for (const char* const text :
        {"a.wav (wav, float, 4000 Hz), channel 1, 230 V/50 Hz", "time in seconds",
-        "instantaneous sensation (1 = threshold)", "Pst over 5 s", "settling", "cumulative probability, period ",
-        " of 2: Pst ", "share of time in which it is exceeded, in %", "P0.1 = ", "P50 = ", "percentiles",
-        "other periods"}) {
+        "instantaneous sensation (1 = threshold)", "Pst over 5 s", "settling", "cumulative probability, period 1 of 2",
+        "share of time in which it is exceeded, in %", "P0.1 = ", "P50 = "}) {
     EXPECT_NE(svg.find(text), std::string::npos) << text;
   }
+  const nlohmann::json periods = flicker(options).at("periods");
+  std::vector<SvgPane> panes = readSvg(svg);
+  ASSERT_EQ(panes.size(), 2U);
+  EXPECT_NEAR(panes[0].x.pixelOf(0, AxisKind::linear), panes[0].left, 0.1);
+  EXPECT_NEAR(panes[0].x.pixelOf(18, AxisKind::linear), panes[0].right, 0.1);
+  expectPeriods(panes[0], periods, 8, 5);
+  bool isShaded = false;
+  for (const SvgCurve& object : readObjects(svg)) {
+    isShaded = isShaded || (object.colour == "rgb(228,228,228)" && object.areas.size() == 1 &&
+                            object.distanceOf({panes[0].x.pixelOf(8, AxisKind::linear), panes[0].top + 5}) < 0.6);
+  }
+  EXPECT_TRUE(isShaded);
+
+  SvgPane& probability = panes[1];
+  probability.xKind = probability.yKind = AxisKind::logarithmic;
+  const Place peak{periods[0].at("p0.1"), 0.1};
+  expectThrough(probability, probability.curve("this period"), {peak});
+  expectThrough(probability, probability.curve("other periods"), {{periods[1].at("p0.1"), 0.1}});
+  const SvgCurve& percentiles = probability.curve("percentiles");
+  EXPECT_EQ(percentiles.marks.size(), 15U);
+  for (const Place& mark : percentiles.marks) {
+    EXPECT_LE(probability.curve("this period").distanceOf(mark), 1);
+  }
+  EXPECT_LE(std::hypot(percentiles.marks.at(0).x - probability.at(peak.x, peak.y).x,
+                       percentiles.marks.at(0).y - probability.at(peak.x, peak.y).y),
+            0.6);
+  expectSpan(panes[0].curves.at(1), panes[0].left, panes[0].right);
+
+  drawn("out.png");
   EXPECT_EQ(filesPresent(), (std::vector<std::string>{"a.wav", "out.png", "out.svg"}));
+  const PngImage image(path("out.png"));
+  EXPECT_EQ(image.width(), 1200);
+  EXPECT_EQ(image.height(), 900);
+  expectShows(image, panes[0].curve("Pst"));
+  expectShows(image, panes[0].curves.at(1));
+  expectShows(image, percentiles);
 }
 
 TEST_F(FlickerTest, SteadyAndAbsentVoltagesCanBeDrawn) {
   const auto late = [](double time) { return time < 9 ? 0 : 1; };
   for (const auto& samples : {voltage(10, 60, constant), voltage(10, 60, late)}) {
-    const Outcome outcome = run({"flicker", record("a.wav", samples), "--lamp", "120", "--settling", "4", "--period",
-                                 "2", "--plot", path("out.png")});
+    const std::vector<std::string> options{
+        record("a.wav", samples), "--lamp", "120", "--settling", "4", "--period", "2"};
+    std::vector<std::string> drawing = options;
+    drawing.insert(drawing.begin(), "flicker");
+    drawing.insert(drawing.end(), {"--plot", path("out.svg")});
+    const Outcome outcome = run(drawing);
     EXPECT_EQ(outcome.code, 0) << outcome.err;
-    EXPECT_GT(read(path("out.png")).size(), 10000);
+    const std::vector<SvgPane> panes = readSvg(read(path("out.svg")));
+    ASSERT_EQ(panes.size(), 2U);
+    expectPeriods(panes[0], flicker(options).at("periods"), 4, 2);
   }
 }
 

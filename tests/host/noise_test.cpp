@@ -9,6 +9,7 @@
 #include <sstream>
 
 #include "host/audio_file.hpp"
+#include "host/png_image.hpp"
 
 namespace kxhost_test {
 namespace {
@@ -218,19 +219,75 @@ TEST_F(NoiseTest, ASeedGivesTheSameNoiseAndAnotherAnother) {
   }
 }
 
-TEST_F(NoiseTest, APictureNamesNoiseAxesAndCurves) {
+/// The pane of a spectrum, after the checks that hold for every colour: where the axis ends, how far the measured bands
+/// lie from the ideal line, and that the spectrum runs from end to end around it.
+SvgPane expectSpectrum(const std::string& picture, const std::string& text, const std::string& ideal) {
+  std::vector<SvgPane> panes = readSvg(picture);
+  EXPECT_EQ(panes.size(), 1U);
+  SvgPane pane = std::move(panes.at(0));
+  pane.xKind = AxisKind::logarithmic;
+  EXPECT_NEAR(pane.x.numberAt(pane.left, pane.xKind), 10, 0.05);
+  EXPECT_NEAR(pane.x.numberAt(pane.right, pane.xKind), 22050, 50);
+  const SvgCurve& line = pane.curve(ideal);
+  const auto decibelsAbove = [&](Place place) {
+    EXPECT_EQ(line.lines.size(), 1U);
+    const Place from = line.lines.at(0).front(), to = line.lines.at(0).back();
+    const double y = std::lerp(from.y, to.y, (place.x - from.x) / (to.x - from.x));
+    return pane.y.numberAt(place.y, pane.yKind) - pane.y.numberAt(y, pane.yKind);
+  };
+  const double deviation = numberAfter(text, "of the noise ");
+  const SvgCurve& measured = pane.curve("measured, ten bands a decade");
+  EXPECT_EQ(measured.marks.size(), 30U);
+  double largest = 0;
+  for (const Place& mark : measured.marks) {
+    largest = std::max(largest, std::abs(decibelsAbove(mark)));
+  }
+  EXPECT_NEAR(largest, deviation, 0.1);
+  const SvgCurve& spectrum = pane.curve("averaged spectrum");
+  EXPECT_EQ(spectrum.lines.size(), 1U);
+  std::vector<double> levels;
+  for (const Place& place : spectrum.lines.at(0)) {
+    levels.push_back(decibelsAbove(place));
+  }
+  expectSpan(spectrum, pane.left, pane.right);
+  std::ranges::nth_element(levels, levels.begin() + static_cast<std::ptrdiff_t>(levels.size() / 2));
+  EXPECT_NEAR(levels[levels.size() / 2], 0, 1);
+  return pane;
+}
+
+TEST_F(NoiseTest, APictureShowsPinkNoiseBesideTheFilterAndTheIdeal) {
   const std::string text = noiseText({"--pink", "--seconds", "3", "--plot", path("out.svg")});
   const std::string picture = read(path("out.svg"));
   for (const char* words :
        {"pink noise, 3 s, sample rate 44100 Hz, RMS -20 dB re full scale", "frequency in Hz",
-        "power density in dB re full scale^2 / Hz", "averaged spectrum", "filter", "ideal, -3.01 dB per octave",
-        "measured, ten bands a decade", "largest deviation from the ideal, 20 Hz to 20000 Hz"}) {
+        "power density in dB re full scale^2 / Hz", "largest deviation from the ideal, 20 Hz to 20000 Hz"}) {
     EXPECT_NE(picture.find(words), std::string::npos) << words;
   }
+  const SvgPane pane = expectSpectrum(picture, text, "ideal, -3.01 dB per octave");
+  std::vector<Place> points;
+  const double level = 10 * std::log10(0.01 / pinkPowerGain() * 2 / 44100);
+  for (const double frequency : {20, 50, 200, 1000, 5000, 19000}) {
+    points.push_back({frequency, level + pinkGain(frequency / 44100)});
+  }
+  expectThrough(pane, pane.curve("filter"), points);
+  const std::vector<Place>& ideal = pane.curve("ideal, -3.01 dB per octave").lines.at(0);
+  const double fall = pane.y.numberAt(ideal.front().y, pane.yKind) - pane.y.numberAt(ideal.back().y, pane.yKind);
+  EXPECT_NEAR(fall, 10 * std::log10(22050.0 / 10), 0.1);
+}
+
+TEST_F(NoiseTest, APictureShowsWhiteNoiseBesideItsLevel) {
+  const std::string text = noiseText({"--white", "--seconds", "3", "--plot", path("out.svg")});
+  const SvgPane pane = expectSpectrum(read(path("out.svg")), text, "ideal, flat");
+  const double level = 10 * std::log10(0.01 * 2 / 44100);
+  for (const Place& place : pane.curve("ideal, flat").lines.at(0)) {
+    EXPECT_NEAR(pane.y.numberAt(place.y, pane.yKind), level, 0.2);
+  }
   noiseText({"--white", "--seconds", "3", "--plot", path("out.png")});
-  EXPECT_TRUE(read(path("out.png")).starts_with("\x89PNG\r\n\x1a\n"));
-  EXPECT_GT(read(path("out.png")).size(), 20000);
   EXPECT_EQ(filesPresent(), (std::vector<std::string>{"out.png", "out.svg", "out.wav"}));
+  const PngImage image(path("out.png"));
+  EXPECT_EQ(image.width(), 1200);
+  EXPECT_EQ(image.height(), 640);
+  expectShows(image, pane.curve("measured, ten bands a decade"));
 }
 
 TEST_F(NoiseTest, NoiseTooShortToMeasureIsWrittenButNotDrawn) {

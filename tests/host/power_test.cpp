@@ -2,10 +2,15 @@
 #include "host/power_test.hpp"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <numbers>
 #include <numeric>
+#include <optional>
 #include <sstream>
+
+#include "host/png_image.hpp"
+#include "host/svg_picture.hpp"
 
 namespace kxhost_test {
 
@@ -342,12 +347,26 @@ TEST_F(PowerTest, TheTablesNameTheirUnits) {
   EXPECT_EQ(run({"power", file, "--rate", "5000"}).out.find("From/s"), std::string::npos);
 }
 
+/// Three phases of 20 cycles at 50 Hz and 5000 Hz, the second half at half the voltage.
+std::vector<std::vector<double>> halvedVoltages() {
+  const auto half = [](double share) {
+    return std::vector<Signal>{{{1, 230 * share, 0}, {3, 23 * share, 0}},
+                               {{1, 220 * share, -120}},
+                               {{1, 230 * share, 120}, {7, 11.5 * share, 0}},
+                               {{1, 10, -60}},
+                               {{1, 8, 180}, {5, 2, 0}},
+                               {{1, 10, 60}}};
+  };
+  std::vector<std::vector<double>> channels = PowerTest::sample(half(1), 5000, 50, 10);
+  const std::vector<std::vector<double>> later = PowerTest::sample(half(0.5), 5000, 50, 10);
+  for (size_t i = 0; i < channels.size(); ++i) {
+    channels[i].insert(channels[i].end(), later[i].begin(), later[i].end());
+  }
+  return channels;
+}
+
 TEST_F(PowerTest, ThreePicturesAreDrawn) {
-  const std::string file = writeCsv(
-      "a.csv", threePhases,
-      sample(
-          {{{1, 230, 0}, {3, 23, 0}}, {{1, 230, -120}}, {{1, 230, 120}}, {{1, 10, -60}}, {{1, 10, 180}}, {{1, 10, 60}}},
-          5000, 50, 20));
+  const std::string file = writeCsv("a.csv", threePhases, halvedVoltages());
   EXPECT_EQ(run({"power", file, "--rate", "5000", "--plot", path("one.svg")}).code, 0);
   EXPECT_EQ(run({"power", file, "--rate", "5000", "--plot", path("two")}).code, 0);
   EXPECT_EQ(filesPresent(), (std::vector<std::string>{"a.csv", "one-harmonics.svg", "one-phasors.svg", "one-trends.svg",
@@ -357,34 +376,158 @@ TEST_F(PowerTest, ThreePicturesAreDrawn) {
     for (const std::string& text : texts) {
       EXPECT_NE(picture.find(text), std::string::npos) << kind << ": " << text;
     }
-    const std::string png = read(path("two-" + kind + ".png"));
-    EXPECT_TRUE(png.starts_with("\x89PNG\r\n\x1a\n"));
-    EXPECT_GT(png.size(), 5000U);
   };
-  expectTexts("phasors",
-              {"Phasors of the fundamentals, a.csv (csv, decimal, 5000 Hz), 2 x 10 cycles at 50 Hz",
-               "U2 (Ub [V]): 230 V at -120.00 deg", "I1 (Ia [A]): 10 A at -60.00 deg", "outer circle: 230 V"});
+  expectTexts("phasors", {"Phasors of the fundamentals, a.csv (csv, decimal, 5000 Hz), 2 x 10 cycles at 50 Hz",
+                          "U2 (Ub [V]): 165 V at -120.00 deg", "I1 (Ia [A]): 10 A at -60.00 deg",
+                          "outer circle: 172.5 V", "third circle: 10 A"});
   expectTexts("harmonics", {"U1 (Ua [V])", "I3 (Ic [A])", "voltage in % of the fundamental",
                             "current in % of the fundamental", "harmonic order"});
   expectTexts("trends", {"voltage in V", "current in A", "P in W", "Q in var", "U unbalance in %", "time in seconds",
                          "phase 1", "total", "negative", "zero"});
+  for (const auto& [name, width, height] :
+       {std::tuple("two-phasors.png", 1300, 740), {"two-harmonics.png", 1200, 760}, {"two-trends.png", 1200, 974}}) {
+    const PngImage image(path(name));
+    EXPECT_EQ(image.width(), width);
+    EXPECT_EQ(image.height(), height);
+  }
+  const PngImage trends(path("two-trends.png"));
+  for (const SvgPane& pane : readSvg(read(path("one-trends.svg")))) {
+    expectShows(trends, pane.curves.back());
+  }
+}
+
+TEST_F(PowerTest, PhasorsPointWhereTheyShould) {
+  const std::string file = writeCsv("a.csv", threePhases, halvedVoltages());
+  EXPECT_EQ(run({"power", file, "--rate", "5000", "--plot", path("out.svg")}).code, 0);
+  const std::vector<SvgCurve> objects = readObjects(read(path("out-phasors.svg")));
+  const auto circle = std::ranges::find(objects, "rgb(144,144,144)", &SvgCurve::colour);
+  ASSERT_NE(circle, objects.end());
+  const auto [left, right] = std::ranges::minmax(circle->lines.at(0), {}, &Place::x);
+  const auto [top, bottom] = std::ranges::minmax(circle->lines.at(0), {}, &Place::y);
+  const Place middle{(left.x + right.x) / 2, (top.y + bottom.y) / 2};
+  const double radius = (right.x - left.x) / 2;
+  const auto expectArrow = [&](const std::string& colour, double length, double degrees) {
+    const double angle = degrees * std::numbers::pi / 180;
+    const Place tip{middle.x + length * radius * std::cos(angle), middle.y - length * radius * std::sin(angle)};
+    double atTip = 1e9, atMiddle = 1e9, longest = 0;
+    for (const SvgCurve& object : objects) {
+      if (object.colour == colour) {
+        atTip = std::min(atTip, object.distanceOf(tip));
+        atMiddle = std::min(atMiddle, object.distanceOf(middle));
+        for (const auto& line : object.lines) {
+          for (const Place& place : line) {
+            const double distance = std::hypot(place.x - middle.x, place.y - middle.y);
+            longest = distance <= 1.05 * radius ? std::max(longest, distance) : longest;  // further off is the key
+          }
+        }
+      }
+    }
+    EXPECT_LE(atTip, 1) << colour;
+    EXPECT_LE(atMiddle, 1) << colour;
+    EXPECT_NEAR(longest, length * radius, 1) << colour;
+  };
+  expectArrow("rgb(176,58,46)", 1, 0);
+  expectArrow("rgb(31,95,168)", 220.0 / 230, -120);
+  expectArrow("rgb(46,125,50)", 1, 120);
+  expectArrow("rgb(229,152,102)", 0.75, -60);
+  expectArrow("rgb(127,179,213)", 0.75 * 0.8, 180);
+  expectArrow("rgb(130,199,133)", 0.75, 60);
+}
+
+TEST_F(PowerTest, BarsStandAtTheirOrders) {
+  const std::string file = writeCsv("a.csv", threePhases, halvedVoltages());
+  EXPECT_EQ(run({"power", file, "--rate", "5000", "--plot", path("out.svg")}).code, 0);
+  std::vector<SvgPane> panes = readSvg(read(path("out-harmonics.svg")));
+  ASSERT_EQ(panes.size(), 2U);
+  // Order and percentage of the one harmonic that each phase has, 0 where it has none.
+  const std::array<std::array<Place, 3>, 2> harmonics{{{{{3, 10}, {2, 0}, {7, 5}}}, {{{2, 0}, {5, 25}, {2, 0}}}}};
+  for (size_t i = 0; i < 2; ++i) {
+    for (size_t phase = 0; phase < 3; ++phase) {
+      const SvgCurve& bars = panes[i].curves.at(phase);
+      EXPECT_EQ(bars.title,
+                std::string(i == 0 ? "U" : "I") + std::to_string(phase + 1) + " (" + threePhases[3 * i + phase] + ')');
+      EXPECT_EQ(bars.areas.size(), 48U);  // orders 2 to 49
+      const Place harmonic = harmonics.at(i).at(phase);
+      for (const auto& bar : bars.areas) {
+        const auto [left, right] = std::ranges::minmax(bar, {}, &Place::x);
+        const double top = std::ranges::min(bar, {}, &Place::y).y;
+        const double order =
+            panes[i].x.numberAt((left.x + right.x) / 2, AxisKind::linear) - (static_cast<double>(phase) - 1) * 0.8 / 3;
+        EXPECT_NEAR(order, std::round(order), 0.02);
+        const double percent = std::round(order) == harmonic.x ? harmonic.y : 0;
+        EXPECT_NEAR(panes[i].y.numberAt(top, AxisKind::linear), percent, 0.02) << bars.title << ' ' << order;
+      }
+    }
+  }
+}
+
+TEST_F(PowerTest, TrendsFollowTheWindows) {
+  const std::string file = writeCsv("a.csv", threePhases, halvedVoltages());
+  EXPECT_EQ(run({"power", file, "--rate", "5000", "--plot", path("out.svg")}).code, 0);
+  const nlohmann::json windows = power({file, "--rate", "5000"}).at("windows");
+  std::vector<SvgPane> panes = readSvg(read(path("out-trends.svg")));
+  ASSERT_EQ(panes.size(), 5U);
+  for (SvgPane& pane : panes) {
+    pane.x = panes.back().x;  // the lowest pane's axis has the labels
+  }
+  EXPECT_NEAR(panes[0].x.pixelOf(0, AxisKind::linear), panes[0].left, 0.1);
+  EXPECT_NEAR(panes[0].x.pixelOf(0.4, AxisKind::linear), panes[0].right, 0.1);
+  const auto expectTrend = [&](size_t pane, const std::string& title, const std::string& pointer) {
+    std::vector<Place> points;
+    for (const nlohmann::json& window : windows) {
+      points.push_back({0.1 + 0.2 * static_cast<double>(points.size()),
+                        window.at(nlohmann::json::json_pointer(pointer)).get<double>()});
+    }
+    expectMarks(panes[pane], panes[pane].curve(title), points);
+    expectThrough(panes[pane], panes[pane].curve(title), points);
+  };
+  EXPECT_NEAR(windows[1]["phases"][1]["voltage_v"]["rms"].get<double>(), 110, 1e-3);
+  for (int phase = 0; phase < 3; ++phase) {
+    const std::string at = "/phases/" + std::to_string(phase), number = std::to_string(phase + 1);
+    expectTrend(0, 'U' + number, at + "/voltage_v/rms");
+    expectTrend(1, 'I' + number, at + "/current_a/rms");
+    expectTrend(2, "phase " + number, at + "/power/active_w");
+    expectTrend(3, "phase " + number, at + "/power/reactive_var");
+  }
+  expectTrend(2, "total", "/total/active_w");
+  expectTrend(3, "total", "/total/reactive_var");
+  expectTrend(4, "negative", "/voltage_sequences_v/negative_percent");
+  expectTrend(4, "zero", "/voltage_sequences_v/zero_percent");
 }
 
 TEST_F(PowerTest, RecordingsOfEveryShapeCanBeDrawn) {
   const double nan = std::nan("");
-  for (const std::string& file :
-       {writeCsv("one.csv", onePhase, sample({singleVoltage, singleCurrent}, 5000, 50, 10)),
-        writeCsv("two.csv", {"u1", "u2", "i1", "i2"}, std::vector(4, std::vector<double>(1000, 2))),
-        writeCsv("slow.csv", onePhase, sample({{{1, 5, 0}}, {{1, 6, 0}}}, 5000, 1600, 400)),
-        writeCsv("silence.csv", threePhases, std::vector(6, std::vector<double>(1000))),
-        writeCsv("nan.csv", threePhases, std::vector(6, std::vector<double>(1000, nan)))}) {
-    SCOPED_TRACE(file);
-    const std::string frequency = file.ends_with("slow.csv") ? "1600" : "50";  // with no harmonics below half the rate
-    const Outcome outcome = run({"power", file, "--rate", "5000", "--frequency", frequency, "--plot", path("out")});
+  struct Shape {
+    std::string file;
+    size_t trends;                // panes
+    std::optional<double> value;  // of the first voltage; none where it is no number
+  };
+  for (const Shape& shape :
+       {Shape{writeCsv("one.csv", onePhase, sample({singleVoltage, singleCurrent}, 5000, 50, 10)), 4,
+              std::sqrt(100.0 * 100 + 8 * 8 + 15 * 15 + 5 * 5)},
+        {writeCsv("two.csv", {"u1", "u2", "i1", "i2"}, std::vector(4, std::vector<double>(1000, 2))), 4, 2},
+        {writeCsv("slow.csv", onePhase, sample({{{1, 5, 0}}, {{1, 6, 0}}}, 5000, 1600, 400)), 4, 5},
+        {writeCsv("silence.csv", threePhases, std::vector(6, std::vector<double>(1000))), 5, 0},
+        {writeCsv("nan.csv", threePhases, std::vector(6, std::vector<double>(1000, nan))), 5, std::nullopt}}) {
+    SCOPED_TRACE(shape.file);
+    const bool isSlow = shape.file.ends_with("slow.csv");  // with no harmonics below half the rate
+    const Outcome outcome =
+        run({"power", shape.file, "--rate", "5000", "--frequency", isSlow ? "1600" : "50", "--plot", path("out.svg")});
     EXPECT_EQ(outcome.code, 0) << outcome.err;
-    for (const char* picture : {"out-phasors.png", "out-harmonics.png", "out-trends.png"}) {
-      EXPECT_TRUE(std::filesystem::remove(path(picture))) << picture;
+    std::vector<SvgPane> panes = readSvg(read(path("out-trends.svg")));
+    ASSERT_EQ(panes.size(), shape.trends);
+    const SvgCurve& first = panes[0].curve("U1");
+    if (shape.value) {
+      ASSERT_FALSE(first.marks.empty());
+      EXPECT_NEAR(first.marks[0].y, panes[0].y.pixelOf(*shape.value, AxisKind::linear), 0.6);
+    } else {
+      EXPECT_TRUE(first.marks.empty());
     }
+    EXPECT_EQ(readSvg(read(path("out-harmonics.svg"))).size(), 2U);
+    const bool hasArrow = std::ranges::any_of(readObjects(read(path("out-phasors.svg"))), [](const SvgCurve& object) {
+      return object.colour == "rgb(176,58,46)" && !object.areas.empty();
+    });
+    EXPECT_EQ(hasArrow, shape.value.value_or(0) > 0);
   }
 }
 

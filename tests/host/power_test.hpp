@@ -13,12 +13,13 @@ struct Harmonic {
 using Signal = std::vector<Harmonic>;
 
 class PowerTest : public KxhostTest {
-protected:
+public:
   /// Samples of each signal at a rate, as many as fill that many cycles of the mains frequency.
   /// @param start  phase of order 1 at the first sample, in degrees.
   static std::vector<std::vector<double>> sample(const std::vector<Signal>& signals, double rate, double frequency,
                                                  double cycles, double start = 0);
 
+protected:
   /// Writes a CSV file of channels with these names.
   std::string writeCsv(const std::string& name, const std::vector<std::string>& columns,
                        const std::vector<std::vector<double>>& channels) const;

@@ -1,15 +1,14 @@
 // `kxhost view`: its pictures are read back, pixel by pixel.
-#include <cairo.h>
-
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <limits>
+#include <map>
 #include <numbers>
 #include <regex>
 #include <sstream>
 
 #include "host/kxhost_test.hpp"
+#include "host/png_image.hpp"
 #include "recordings/recording.hpp"
 
 namespace kxhost_test {
@@ -17,29 +16,16 @@ namespace {
 
 constexpr uint32_t curveColour = 0xFF1F5FA8;
 
-// The plot in a picture of the standard size.
+// The pane of a picture of the standard size.
 constexpr int left = 100, top = 48, right = 1167, bottom = 417;
 
-class Image {
+class Image : public PngImage {
 public:
-  explicit Image(const std::string& file) : surface_(cairo_image_surface_create_from_png(file.c_str())) {
-    EXPECT_EQ(cairo_surface_status(surface_), CAIRO_STATUS_SUCCESS) << file;
-  }
-  ~Image() { cairo_surface_destroy(surface_); }
-  Image(const Image&) = delete;
-  Image& operator=(const Image&) = delete;
+  using PngImage::PngImage;
 
-  int width() const { return cairo_image_surface_get_width(surface_); }
-  int height() const { return cairo_image_surface_get_height(surface_); }
+  bool isCurve(int x, int y) const { return pixel(x, y) == curveColour; }
 
-  bool isCurve(int x, int y) const {
-    const unsigned char* row = cairo_image_surface_get_data(surface_) + y * cairo_image_surface_get_stride(surface_);
-    uint32_t pixel = 0;
-    std::memcpy(&pixel, row + 4 * x, sizeof pixel);
-    return pixel == curveColour;
-  }
-
-  /// Rows of the curve in a column of the plot.
+  /// Rows of the curve in a column of the pane.
   std::vector<int> curveIn(int x) const {
     std::vector<int> rows;
     for (int y = top; y <= height() - 63; ++y) {
@@ -49,9 +35,6 @@ public:
     }
     return rows;
   }
-
-private:
-  cairo_surface_t* surface_;
 };
 
 /// What the line about the cursor says.
@@ -123,10 +106,12 @@ TEST_F(ViewTest, ThePictureHasTheSizeAskedForAndNothingElseIsLeft) {
   const Image standard(picture());
   EXPECT_EQ(standard.width(), 1200);
   EXPECT_EQ(standard.height(), 480);
+  EXPECT_TRUE(standard.isCurve(left, rowOf(0, -1, 1)));
   draw(file, {"--width", "331", "--height", "240"});
   const Image small(picture());
   EXPECT_EQ(small.width(), 331);
   EXPECT_EQ(small.height(), 240);
+  EXPECT_TRUE(small.isCurve(left, (top + 240 - 63) / 2));
   EXPECT_EQ(filesPresent(), (std::vector<std::string>{"a.wav", "out.png"}));
 }
 
@@ -394,16 +379,39 @@ TEST_F(ViewTest, WithoutACurveTheCursorSaysSo) {
 }
 
 TEST_F(ViewTest, RecordingsOfEveryShapeCanBeDrawn) {
+  struct Shape {
+    std::string file;
+    int column;
+    std::map<std::string, double> heights;  // of the curve there, by the scale: 0 at the bottom, 1 at the top
+  };
+  const auto onLinearAxis = [](double share) { return (share + 0.06) / 1.12; };  // between the extremes
+  const int quarter = left + (right - left) / 4;
+  const float infinity = std::numeric_limits<float>::infinity();
   const std::string csv = writeText("a.csv", "name,a,b\nx,1,2\ny,3,1e308\nz,-1,-1e308\n");
-  for (const std::string& file :
-       {writeFloats("one.wav", std::vector<float>{5}), writeFloats("two.wav", std::vector<float>{5, 6}),
-        writeFloats("silence.wav", std::vector<float>(999)), writeFloats("tiny.wav", std::vector<float>{1e-45F, 0}),
-        writeFloats("infinite.wav", std::vector<float>(9, std::numeric_limits<float>::infinity())),
-        writeFloats("not utf-8 \xFF\n.wav", sine(100, 1)), csv}) {
-    for (const char* scale : {"lin", "log", "db"}) {
-      SCOPED_TRACE(file + ' ' + scale);
-      draw(file, {"--y-axis", scale});
-      EXPECT_EQ(Image(picture()).width(), 1200);
+  for (const Shape& shape : {
+           // 5 on axes from 1 to 10 and from 0 dB to 20 dB
+           Shape{writeFloats("one.wav", std::vector<float>{5}),
+                 left,
+                 {{"lin", 0.5}, {"log", std::log10(5)}, {"db", std::log10(5)}}},
+           {writeFloats("two.wav", std::vector<float>{5, 6}),
+            left,
+            {{"lin", onLinearAxis(0)}, {"log", std::log10(5)}, {"db", std::log10(5)}}},
+           {writeFloats("silence.wav", std::vector<float>(999)), quarter, {{"lin", 0.5}, {"log", 0}, {"db", 0}}},
+           {writeFloats("tiny.wav", std::vector<float>{1e-45F, 0}),
+            left,
+            {{"lin", onLinearAxis(1)}, {"log", 0}, {"db", 0}}},
+           {writeFloats("infinite.wav", std::vector<float>(9, infinity)), quarter, {{"lin", 1}, {"log", 1}, {"db", 1}}},
+           {writeFloats("not utf-8 \xFF\n.wav", sine(100, 1)),
+            quarter,
+            {{"lin", onLinearAxis(1)}, {"log", 1}, {"db", 1}}},
+           // 1 on axes from 1 to 10 and from -10 dB to 10 dB
+           {csv, left, {{"lin", 0.5}, {"log", 0}, {"db", 0.5}}},
+       }) {
+    for (const auto& [scale, height] : shape.heights) {
+      SCOPED_TRACE(shape.file + ' ' + scale);
+      draw(shape.file, {"--y-axis", scale});
+      const Place place{static_cast<double>(shape.column), bottom - height * (bottom - top)};
+      EXPECT_TRUE(PngImage(picture()).isNear(place, "rgb(31,95,168)"));
       std::filesystem::remove(picture());
     }
   }

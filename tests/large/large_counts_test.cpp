@@ -296,19 +296,6 @@ TEST(LongLargeCounts, FindCursorXY_WithManyValuesToIgnore) {
   EXPECT_EQ(value, 7U);
 }
 
-TEST(LongLargeCounts, FindCursorXY_InManyRows) {
-  // All rows are one row of zeros, so that nothing is found until all have been looked at.
-  const std::array<uint32_t, 4> pixels{};
-  uint32_t value = 99;
-  uint32_t x = 99;
-  uint32_t y = 99;
-  const uint32_t ignored = 0;
-  kxcalcFindCursorXY(pixels.data(), 0, 4, highest, 0, 0, &value, &x, &y, &ignored, 1);
-  EXPECT_EQ(value, 99U);
-  kxcalcFindCursorXY(pixels.data(), 0, 4, highest, 0, static_cast<uint32_t>(highest) - 1, &value, &x, &y, nullptr, 0);
-  EXPECT_EQ(value, 0U);
-}
-
 // A section's taps, of four doubles each, take 96 bytes: the last ones lie beyond 2^32 doubles from the first.
 TEST(LongLargeCounts, IIRFilter_OfManySections) {
   constexpr int32_t sections = (1 << 30) / 3 + 1;

@@ -29,9 +29,28 @@ for library in "$@"; do
   test "$(pkg-config --modversion "$library")" = 2.17
 done
 
+# libkxcalc is the build of the processor's level: the loader names the file that it takes. Each mask takes levels away; the
+# loader itself says which are left, and the example prints the same with every one of them.
+hwcaps=$work/prefix/$libdir/glibc-hwcaps
+if [ -d "$hwcaps" ]; then
+  # shellcheck disable=SC2046
+  "$cc" -std=c99 "$work/example.c" -o "$work/example" $(pkg-config --cflags --libs kxcalc) -lm
+  loader=$(readelf --program-headers "$work/example" | sed -n 's,.*interpreter: \(.*\)\],\1,p')
+  for mask in none -AVX512F -AVX2 -SSE4_1,-AVX2; do
+    export GLIBC_TUNABLES=glibc.cpu.hwcaps=$mask
+    level=$("$loader" --help | sed -n 's,^ *\(x86-64-v[234]\) (supported.*,glibc-hwcaps/\1/,p' | head -n 1)
+    taken=$(LD_TRACE_LOADED_OBJECTS=1 "$work/example" | sed -n "s,.*=> $work/prefix/$libdir/\(.*\)libkxcalc[.]so[.]2 .*,\1,p")
+    expect "the loader with the mask $mask" "${taken:-plain}" "${level:-plain}"
+    expect "libkxcalc with the mask $mask" "$("$work/example")" "min -1 V, max 4 V, average 2 V, RMS 2.6077 V"
+    unset GLIBC_TUNABLES
+  done
+  expect "levels" "$(cd "$hwcaps" && echo *)" "x86-64-v2 x86-64-v3 x86-64-v4"
+  [ -z "$level" ] || { echo "no mask leaves the plain library" >&2; exit 1; }
+fi
+
 cmake -S "$here/cpp20" -B "$work/cpp20" -DCMAKE_CXX_COMPILER="$cxx" -DCMAKE_PREFIX_PATH="$work/prefix" >/dev/null
 cmake --build "$work/cpp20" >/dev/null
-for consumer in "$work"/cpp20/consumer-{sse41,portable}; do
+for consumer in "$work"/cpp20/consumer-{sse41,portable,kxcalc}; do
   expect "$consumer" "$("$consumer")" "2.17 1 -4 8"
 done
 expect "the flickermeter of the analyses" "$("$work/cpp20/flickermeter")" "Pst 1.00"

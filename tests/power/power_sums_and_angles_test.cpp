@@ -353,6 +353,18 @@ TEST(PowerAngles, DegreesAreThoseOfTheFactorInSingle) {
   EXPECT_EQ(angleOfBin(0, -1), -179.99998474121094F);
 }
 
+TEST(PowerAngles, DegreesAreRoundedFromTheCorrectArctangentInDouble) {
+  // Its last bit decides.
+  EXPECT_EQ(angleOfBin(1750307, -3658496), -0x1.34dd6ep+7F);
+  EXPECT_EQ(angleOfBin(4881615, 2993152), -0x1.d3e262p+5F);
+  EXPECT_EQ(angleOfBin(2819823, -4488960), -0x1.27ba7ep+7F);
+  EXPECT_EQ(angleOfBin(7977621, 447744), -0x1.5b268cp+6F);
+  EXPECT_EQ(angleOfBin(411568, 6286586), -0x1.df7244p+1F);
+  EXPECT_EQ(angleOfBin(4179680, -5206549), -0x1.1a7ca2p+7F);
+  EXPECT_EQ(angleOfBin(2799360, 8126209), -0x1.302118p+4F);
+  EXPECT_EQ(angleOfBin(1882702, 7876607), -0x1.ae2c04p+3F);
+}
+
 TEST(PowerAngles, AnglesBelowZeroAreTakenFromZeroTo360) {
   // x = -225, -270, -315 and -360, and 360 more.
   EXPECT_EQ(angleOfBin(-1, -1), 135);

@@ -75,12 +75,14 @@ inline std::vector<std::vector<float>> valuesOfOneTieAfterTheOther() {
   return all;
 }
 
-/// Each of the last 64 squares is 2^32 times the sum before them: together they would move the sum by 2048 binades,
-/// half of all bit patterns.
+/// A sum of 2^-258, then squares of 2^254, eight terms apart: each moves the sum by 512 of the 4096 binades that bit
+/// patterns tell apart, eight of them by all of them, back to where it was.
 inline std::vector<float> valuesThatMoveTheSumFar() {
-  std::vector<float> values{67108864, 65536, 46340, 296, 20, 5, 2, 1, 1};
-  values.resize(1024, 0);
-  values.resize(1024 + 64, 4398046511104.0F * (1 + 1.0F / 1048576));
+  std::vector<float> values(1000);
+  values[0] = 0x1p-129F;
+  for (std::size_t i = 128; i < 192; i += 8) {
+    values[i] = 0x1p127F;
+  }
   return values;
 }
 

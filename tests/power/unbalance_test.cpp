@@ -259,6 +259,24 @@ TEST(PowerUnbalance, TheTailRoundsAnglesToSingleAndTheRestInDouble) {
                                         0x1.f55f44p4F, 0x1.179ed4p8F}));
 }
 
+// What is left of a balanced system's zero sequence is rounding errors: a sine that is one unit of its last place off shows.
+TEST(PowerUnbalance, TheTailsSinesAndCosinesAreCorrectlyRounded) {
+  EXPECT_TRUE(support::sameBits(
+      resultsOf({{{230, 230, 230}, {-82.0500031F, 37.9499969F, 157.949997F}}}),
+      Results{0x1.7936fp-23F, 230, 0x1.3cee1ep-18F, 0x1.139768p-19F, 0x1.48034p-24F, 0x1.139768p-19F, 0x1.48034p-24F}));
+  // With ones that lie so close to the middle of two doubles that a quick sine or cosine cannot tell.
+  EXPECT_TRUE(support::sameBits(resultsOf({{{230, 230, 230}, {-130.690506F, -10.690506F, 109.309494F}}}),
+                                Results{0x1.7936eep-23F, 230, 0x1.28844p-18F, 0x1.01d72cp-19F, 0x1.48033ep-24F,
+                                        0x1.01d72cp-19F, 0x1.48033ep-24F}));
+  EXPECT_TRUE(support::sameBits(resultsOf({{{230, 230, 230}, {-94.6736145F, 25.3263855F, 145.326385F}}}),
+                                Results{0x1.7936ecp-23F, 230, 0x1.3cee1ep-18F, 0x1.139768p-19F, 0x1.48033cp-24F,
+                                        0x1.139768p-19F, 0x1.48033cp-24F}));
+  // And one that feels what an angle's reduction leaves below its last place.
+  EXPECT_TRUE(support::sameBits(
+      resultsOf({{{230, 230, 230}, {-175.975235F, -55.975235F, 64.024765F}}}),
+      Results{0x1.7936fp-23F, 230, 0x1.0d9c46p-15F, 0x1.d4e34p-17F, 0x1.48034p-24F, 0x1.d4e34p-17F, 0x1.48034p-24F}));
+}
+
 TEST(PowerUnbalance, PhasesAreAddedFromTheFirstToTheThird) {
   // 3 is swallowed by the second phase, unless the third takes that away first.
   for (const float angle : {0.0F, 90.0F}) {

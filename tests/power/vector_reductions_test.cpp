@@ -576,7 +576,7 @@ TEST(PowerSumVectorMultipliedWithScalar_double, SumsOfEverySizeOfTermRoundInAsce
   support::TestRandom random;
   Scaler scaler;
   for (int repetition = 0; repetition < 1500; ++repetition) {
-    const auto count = static_cast<std::size_t>(random.between(1, 400));
+    const auto count = static_cast<std::size_t>(random.between(1, 1500));
     const int highestStep = random.oneIn(2) ? 2 : random.between(30, 54);
     std::vector<double> values(count);
     double sum = 0;
@@ -677,7 +677,7 @@ TEST(PowerMultiplyAndSquareElementsAndSumVector_float, TiesAndCrossedBinadesRoun
   support::TestRandom random;
   SquareSum squareSum;
   for (int repetition = 0; repetition < 3000; ++repetition) {
-    const auto count = static_cast<std::size_t>(random.between(1, 400));
+    const auto count = static_cast<std::size_t>(random.between(1, 1500));
     const int highestStep = random.oneIn(2) ? 2 : random.between(30, 54);
     ASSERT_TRUE(squareSum.equalsModel(power::valuesAgainstTheSum(count, -6, highestStep, random),
                                       random.oneIn(2) ? 1 : 0x1p-20F))
@@ -696,7 +696,7 @@ TEST(PowerMultiplyAndSquareElementsAndSumVector_float, TiesAndCrossedBinadesRoun
 TEST(PowerMultiplyAndSquareElementsAndSumVector_float, OneMisbehavingTermAtEachPositionOfASteadySum) {
   support::TestRandom random;
   SquareSum squareSum;
-  for (const std::size_t count : {std::size_t{70}, std::size_t{300}}) {
+  for (const std::size_t count : {std::size_t{70}, std::size_t{700}}) {
     std::vector<float> values = power::steadyValues(count, random);
     for (float& value : values) {
       for (const float misbehaving : power::misbehavingValues) {

@@ -33,6 +33,7 @@ TEST(PromisedSize, ChunksAreFollowedToTheData) {
     EXPECT_EQ(promiseOf(head + data + size(1000)), 12 + 8 + 1000);
     EXPECT_EQ(promiseOf(head + "fmt " + size(16) + std::string(16, 'x') + data + size(77)), 12 + 8 + 16 + 8 + 77);
     EXPECT_EQ(promiseOf(head + "fmt " + size(3) + "xxx." + data + size(77)), 12 + 8 + 4 + 8 + 77);
+    EXPECT_EQ(promiseOf(head + "fmt " + size(5) + "xxxxx." + data + size(77)), 12 + 8 + 6 + 8 + 77);
     EXPECT_EQ(promiseOf(head + data + size(0xFFFFFFFF)), std::nullopt);
     EXPECT_EQ(promiseOf(head + data + size(0xFFFFFFFE)), 20 + 0xFFFFFFFEULL);
     EXPECT_EQ(promiseOf(head + "fmt " + size(3) + "xxx."), std::nullopt);

@@ -99,6 +99,21 @@ TEST_F(ComtradeTest, StatusChannelsFillWordsOfSixteen) {
   }
 }
 
+TEST_F(ComtradeTest, ARecordingOfNoSamplesIsReadToItsEnd) {
+  writeData("");
+  const auto recording = openRecording(configuration(9, "1000,0"), {});
+  EXPECT_EQ(recording->position(), 1);
+  EXPECT_TRUE(samplesOf<double>(*recording, 4).empty());
+}
+
+TEST_F(ComtradeTest, ARecordingOfOneSampleIsNotReadBefore) {
+  writeData("1,0,1,1,0,0\n");
+  const auto recording = openRecording(configuration(9, "1000,1"), {});
+  EXPECT_EQ(recording->position(), 0);
+  EXPECT_EQ(samplesOf<double>(*recording, 4).size(), 2U);
+  EXPECT_EQ(recording->position(), 1);
+}
+
 TEST_F(ComtradeTest, TheDataFileHasTheLetterCaseOfTheConfiguration) {
   std::filesystem::rename(configuration(), path("B.CFG"));
   EXPECT_EQ(problem(path("B.CFG")), "its data file B.DAT is missing");

@@ -8,6 +8,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "reference/correctly_rounded.hpp"
+
 namespace reference {
 
 inline double roundedToSingle(double value) {
@@ -114,7 +116,7 @@ inline std::size_t classOf(float value) {
   if (!(value > 0)) {
     return 0;
   }
-  const double number = (std::log10(static_cast<double>(value)) + 4.0) * 100.0;
+  const double number = (correctDecimalLogarithm(value) + 4.0) * 100.0;
   return number <= -1 || number >= 999 ? 999 : static_cast<std::size_t>(std::trunc(number));
 }
 

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "reference/correctly_rounded.hpp"
 #include "reference/truncation.hpp"
 
 namespace reference {
@@ -40,10 +41,19 @@ inline void kxcalcPowerPandQsum(const float* voltage, const float* current, int3
   *reactivePower = reactive + term.reactive * 0.5;
 }
 
-/// From 0 on. The first element of a bin is the ordinate.
-inline float degreesOfBin(const float* bin) {
+/// The first element of a bin is the ordinate. Platforms' arctangents are within 4 units of their last place, which seldom
+/// makes another single: then the slow one decides.
+inline float signedDegreesOfBin(const float* bin) {
+  constexpr double degreesPerRadian = 57.2957763671875;
   const double radians = std::atan2(static_cast<double>(bin[0]), static_cast<double>(bin[1]));
-  const auto degrees = static_cast<float>(radians * 57.2957763671875);
+  const auto smallest = static_cast<float>(radians * (1 - 0x1p-49) * degreesPerRadian);
+  const auto largest = static_cast<float>(radians * (1 + 0x1p-49) * degreesPerRadian);
+  return smallest == largest ? smallest : static_cast<float>(correctArctangent2(bin[0], bin[1]) * degreesPerRadian);
+}
+
+/// From 0 on.
+inline float degreesOfBin(const float* bin) {
+  const float degrees = signedDegreesOfBin(bin);
   return 0 > degrees ? degrees + 360.0F : degrees;
 }
 

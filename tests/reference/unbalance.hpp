@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "reference/correctly_rounded.hpp"
 #include "reference/transcendentals.hpp"
 
 namespace reference {
@@ -47,14 +48,14 @@ inline float blockMagnitude(const PowerUnbalanceArgs& args, std::size_t entry, R
 
 /// Three times the magnitude of one entry, in double but for its angles.
 inline double threefoldMagnitude(const PowerUnbalanceArgs& args, std::size_t entry, Rotations rotations) {
-  const auto p1 = static_cast<double>(toRadians(args.angleL1[entry]));
-  const auto p2 = static_cast<double>(toRadians(args.angleL2[entry] + rotations.second));
-  const auto p3 = static_cast<double>(toRadians(args.angleL3[entry] + rotations.third));
+  const float p1 = toRadians(args.angleL1[entry]);
+  const float p2 = toRadians(args.angleL2[entry] + rotations.second);
+  const float p3 = toRadians(args.angleL3[entry] + rotations.third);
   const auto a1 = static_cast<double>(args.magnitudeL1[entry]);
   const auto a2 = static_cast<double>(args.magnitudeL2[entry]);
   const auto a3 = static_cast<double>(args.magnitudeL3[entry]);
-  const double c = a1 * std::cos(p1) + a2 * std::cos(p2) + a3 * std::cos(p3);
-  const double s = a1 * std::sin(p1) + a2 * std::sin(p2) + a3 * std::sin(p3);
+  const double c = a1 * correctCosine(p1) + a2 * correctCosine(p2) + a3 * correctCosine(p3);
+  const double s = a1 * correctSine(p1) + a2 * correctSine(p2) + a3 * correctSine(p3);
   return std::sqrt(c * c + s * s);
 }
 

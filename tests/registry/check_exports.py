@@ -1,5 +1,5 @@
-"""Walks the public header: every function must be in the registry, have each argument documented, a plain model, tests and a
-benchmark, be called by the threads test, and every row of the registry must be in the header.
+"""Walks the public header: every function must be in the registry, have each argument documented, a plain model, a description of its
+call, tests and a benchmark, and every row of the registry must be in the header.
 
 usage: check_exports.py <source directory> <test executable> [<benchmark executable>]
 The benchmark executable is left out where benchmarks are not built. With --self-test, plants a gap of each kind.
@@ -16,9 +16,9 @@ from functions import registry  # noqa: E402
 DECLARATION = re.compile(r"/\*\*(?P<comment>(?:[^*]|\*(?!/))*)\*/\s*KXCALC_API (?P<returns>\w+) (?P<name>\w+)\((?P<arguments>[^)]*)\);")
 
 
-def gaps(header, rows, models, calls, tests, benchmarks):
-    """The texts of header, registry (its rows), models and of the calls that threads make; the listings of tests and benchmarks, the
-    latter None where not built."""
+def gaps(header, rows, models, descriptions, tests, benchmarks):
+    """The texts of header, registry (its rows), models and descriptions; the listings of tests and benchmarks, the latter None where
+    not built."""
     promised = registry.names(rows)
     declared = []
     for match in DECLARATION.finditer(header):
@@ -34,8 +34,8 @@ def gaps(header, rows, models, calls, tests, benchmarks):
             yield f"{name}: what count 0 does is not documented"
         if not re.search(rf"\b{name}\(", models):
             yield f"{name}: has no model"
-        if not re.search(rf"\"[^\"]*\b{name}\b", calls):
-            yield f"{name}: is not among the calls that threads make"
+        if not re.search(rf"^void {name}\(Call& call,", descriptions, re.MULTILINE):
+            yield f"{name}: has no description"
         if not re.search(rf"\b{name.removeprefix('kxcalc').removeprefix('kxCalc')}\b", tests):
             yield f"{name}: has no test"
         if benchmarks is not None and not re.search(rf"^{name}\b", benchmarks, re.MULTILINE):
@@ -50,7 +50,7 @@ def gaps(header, rows, models, calls, tests, benchmarks):
 
 def self_test():
     header = "/** Doubles.\n * @param count  0 returns.\n * @return  it. */\nKXCALC_API int kxcalcTwice(int count);\n"
-    whole = [header, "KXCALC_EXPORT(stats, kxcalcTwice)", "int kxcalcTwice(int count) {}", '{"kxcalcTwice"}', "Twice.\n  Works\n", "kxcalcTwice/1000\n"]
+    whole = [header, "KXCALC_EXPORT(stats, kxcalcTwice)", "int kxcalcTwice(int count) {}", "void kxcalcTwice(Call& call, int (*function)(int)) {}", "Twice.\n  Works\n", "kxcalcTwice/1000\n"]
     planted = [
         (None, whole, None),
         ("an argument", [header.replace("@param count", "count"), *whole[1:]], "argument count"),
@@ -59,7 +59,7 @@ def self_test():
         ("a comment", ["KXCALC_API int kxcalcBare(int a);\n" + header, *whole[1:]], "without a comment"),
         ("a row", [whole[0], "KXCALC_EXPORT(stats, kxcalcTwice)\nKXCALC_EXPORT(stats, kxcalcThrice)", *whole[2:]], "differ"),
         ("a model", [*whole[:2], "", *whole[3:]], "has no model"),
-        ("a call", [*whole[:3], '{"kxcalcTwiceOver"}', *whole[4:]], "threads"),
+        ("a description", [*whole[:3], whole[3].replace("Twice", "TwiceOver"), *whole[4:]], "has no description"),
         ("a test", [*whole[:4], "Thrice.\n", whole[5]], "has no test"),
         ("a benchmark", [*whole[:5], "kxcalcTwiceOver/1000\n"], "has no benchmark"),
     ]
@@ -81,7 +81,7 @@ def main():
         (source / "include/kxcalc.h").read_text(),
         registry.FILE.read_text(),
         "".join(path.read_text() for path in sorted((source / "tests/reference").glob("*.hpp"))),
-        (source / "tests/support/every_export.cpp").read_text(),
+        "".join(path.read_text() for path in sorted((source / "functions/calls").glob("*.cpp"))),
         listing(sys.argv[2], "--gtest_list_tests"),
         listing(sys.argv[3], "--benchmark_list_tests") if len(sys.argv) > 3 else None,
     ))

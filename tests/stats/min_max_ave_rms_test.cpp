@@ -354,6 +354,18 @@ TYPED_TEST(MinMaxAveRms, ResultsBeginningAtAFenceAreAllThatIsWritten) {
   }
 }
 
+TYPED_TEST(MinMaxAveRms, TheMaximumIsWrittenLast) {
+  using Sample = typename TypeParam::Sample;
+  for (uint32_t count = 16 / sizeof(Sample); count <= 40; ++count) {
+    std::vector<Sample> samples(count, 2);
+    samples[count / 2] = 1;
+    Sample both = 0;
+    double sum = 0, sumOfSquares = 0;
+    TypeParam::kernel(samples.data(), count, &both, &both, &sum, &sumOfSquares, 0);
+    EXPECT_EQ(both, 2) << count;
+  }
+}
+
 TYPED_TEST(MinMaxAveRms, CountZeroTouchesNothing) {
   using Sample = typename TypeParam::Sample;
   support::FencedBuffer<Sample> samples(1);
@@ -450,6 +462,26 @@ void checkLongBlocks(uint32_t count, typename Export::Sample odd, typename Expor
       ASSERT_GT(exact, twoTo53) << "the sum of squares is meant to pass 2^53";
     }
   }
+}
+
+// Results that share a place show their order, where both are doubles.
+TEST(GetMinMaxAveRMS_double, SumsAreWrittenBeforeTheExtremes) {
+  const std::vector<double> samples{3, 1, 2, 7};
+  for (uint32_t count = 2; count <= 4; ++count) {
+    double minimumAndSum = 100, maximum = 0, sumOfSquares = 0;
+    kxcalcGetMinMaxAveRMS_double(samples.data(), count, &minimumAndSum, &maximum, &minimumAndSum, &sumOfSquares, 0);
+    EXPECT_EQ(minimumAndSum, 1) << count;
+    double minimum = 0, sum = 0, maximumAndSquares = 100;
+    kxcalcGetMinMaxAveRMS_double(samples.data(), count, &minimum, &maximumAndSquares, &sum, &maximumAndSquares, 0);
+    EXPECT_EQ(maximumAndSquares, count == 4 ? 7 : 3) << count;
+  }
+}
+
+TEST(GetMinMaxAveRMS_double, OneSampleIsMergedBeforeItIsSummed) {
+  const double sample = 3;
+  double minimumAndSum = 5, maximum = 0, sumOfSquares = 0;
+  kxcalcGetMinMaxAveRMS_double(&sample, 1, &minimumAndSum, &maximum, &minimumAndSum, &sumOfSquares, 0);
+  EXPECT_EQ(minimumAndSum, 6);
 }
 
 TEST(GetMinMaxAveRMS_int16_t, SquaresThatPassTwoTo53InOneBlockRoundAtEachStep) {

@@ -88,6 +88,18 @@ void PageMapping::open(std::size_t offset, std::size_t bytes) {
   }
 }
 
+void PageMapping::refuseWrites(std::size_t offset, std::size_t bytes) {
+#if defined(_WIN32)
+  DWORD before = 0;
+  const bool done = VirtualProtect(data_ + offset, bytes, PAGE_READONLY, &before) != 0;
+#else
+  const bool done = mprotect(data_ + offset, bytes, PROT_READ) == 0;
+#endif
+  if (!done) {
+    throw std::bad_alloc();
+  }
+}
+
 std::ostream& operator<<(std::ostream& stream, const Placement& placement) {
   switch (placement.kind) {
     case Placement::Kind::endsAtFence:
@@ -136,6 +148,10 @@ std::byte* FencedMemory::place(std::size_t bytes, const Placement& placement, st
 
 bool FencedMemory::surroundingsIntact() const {
   return holdsCanaries(before_.data(), before_.size()) && holdsCanaries(after_.data(), after_.size());
+}
+
+void FencedMemory::refuseWrites() {
+  mapping_.refuseWrites(PageMapping::pageSize(), roomSize_);
 }
 
 void FencedMemory::unpoison() {

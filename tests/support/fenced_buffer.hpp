@@ -22,6 +22,8 @@ public:
   std::size_t size() const { return size_; }
   /// Makes the pages readable and writable that hold the given bytes.
   void open(std::size_t offset, std::size_t bytes);
+  /// Makes opened pages readable only.
+  void refuseWrites(std::size_t offset, std::size_t bytes);
 
 private:
   std::byte* data_ = nullptr;
@@ -65,6 +67,8 @@ public:
 
   std::byte* place(std::size_t bytes, const Placement& placement, std::size_t elementSize);
   bool surroundingsIntact() const;
+  /// From now on the buffer can only be read.
+  void refuseWrites();
 
 private:
   void unpoison();

@@ -232,7 +232,7 @@ Vectors termsAgainstTheSum(std::size_t count, int lowestStep, int highestStep, s
 TYPED_TEST(SerialSums, TiesAndTheirNeighboursRoundInAscendingOrder) {
   support::TestRandom random;
   for (int repetition = 0; repetition < 4000; ++repetition) {
-    const auto count = static_cast<std::size_t>(random.between(1, 400));
+    const auto count = static_cast<std::size_t>(random.between(1, 1500));
     ASSERT_TRUE(equalsModel<TypeParam>(termsAgainstTheSum<TypeParam>(count, -4, 2, random))) << repetition;
   }
 }
@@ -240,7 +240,7 @@ TYPED_TEST(SerialSums, TiesAndTheirNeighboursRoundInAscendingOrder) {
 TYPED_TEST(SerialSums, SumsThatCrossBinadesAndCancelRoundInAscendingOrder) {
   support::TestRandom random;
   for (int repetition = 0; repetition < 4000; ++repetition) {
-    const auto count = static_cast<std::size_t>(random.between(1, 400));
+    const auto count = static_cast<std::size_t>(random.between(1, 1500));
     ASSERT_TRUE(equalsModel<TypeParam>(termsAgainstTheSum<TypeParam>(count, -8, random.between(40, 54), random)))
         << repetition;
   }
@@ -317,7 +317,7 @@ constexpr Factors misbehavingFactors[] = {
 
 TYPED_TEST(SerialSums, OneMisbehavingTermAtEachPositionOfASteadySum) {
   support::TestRandom random;
-  for (const std::size_t count : {std::size_t{70}, std::size_t{300}}) {
+  for (const std::size_t count : {std::size_t{70}, std::size_t{700}}) {
     SteadySum sum(count, random);
     for (std::size_t position = 0; position < count; ++position) {
       for (const auto& [first, second] : misbehavingFactors) {
@@ -459,14 +459,17 @@ TEST(MultiplyVectorsAndCalcSum_float, ProductsThatAreNegativeZeroLeaveTheSumAtPl
   }
 }
 
-// Each of the 64 squares is 2^32 times the sum before them, in bit patterns 32 binades away; together they would move
-// the sum by 2048 binades, which flips nothing but the sign. The sum's low bits are chosen so that each square, added
-// to it and to the next double, gives neighbours.
-TEST(SumSquaredValues_float, ABlockThatMovesTheSumByHalfOfAllBitPatternsIsNotLost) {
-  std::vector<float> values = {67108864, 65536, 46340, 296, 20, 5, 2, 1, 1};  // 2^52 + 2^32 + 2^31 - 1
-  values.resize(1024, 0);
-  values.resize(1024 + 64, 4398046511104.0F * (1 + 1.0F / 1048576));
-  EXPECT_TRUE(equalsModel<exports::SumSquaredValues_float>(values, values));
+// A sum of 2^-258, then squares of 2^254: each moves the sum by 512 of the 4096 binades that bit patterns tell apart, eight
+// of them by all of them, back to where it was.
+TEST(SumSquaredValues_float, SquaresThatMoveTheSumByAllBitPatternsAreNotLost) {
+  for (std::size_t begin = 64; begin < 256; ++begin) {
+    std::vector<float> values(1000);
+    values[0] = 0x1p-129F;
+    for (std::size_t run = 0; run < 8; ++run) {
+      values[begin + 8 * run] = 0x1p127F;
+    }
+    EXPECT_TRUE(equalsModel<exports::SumSquaredValues_float>(values, values)) << begin;
+  }
 }
 
 }  // namespace

@@ -8,8 +8,8 @@
 #include <cstring>
 #include <type_traits>
 
-#include "exercises.hpp"
 #include "functions/linked.hpp"
+#include "verify/input_sets.hpp"
 
 // Calls function with words as its arguments, the stack pointer being (16 - offset) % 16 past a 16-byte boundary, and
 // stores the result, which is of the kind that ResultKind tells.
@@ -101,12 +101,12 @@ constexpr kxcalc::Functions misalignedFunctions{
 };
 
 TEST(MisalignedStack, EveryExportDeliversTheSame) {
-  for (const kxverify::Exercise& exercise : kxverify::exercises()) {
-    const std::string expected = hashOf(exercise, kxcalc::linkedFunctions);
-    EXPECT_EQ(hashOf(exercise, misalignedFunctions<0>), expected) << exercise.name;
-    EXPECT_EQ(hashOf(exercise, misalignedFunctions<4>), expected) << exercise.name << ", 4 bytes off";
-    EXPECT_EQ(hashOf(exercise, misalignedFunctions<8>), expected) << exercise.name << ", 8 bytes off";
-    EXPECT_EQ(hashOf(exercise, misalignedFunctions<12>), expected) << exercise.name << ", 12 bytes off";
+  for (const kxverify::Description& description : kxcalc::calls::descriptions()) {
+    const std::string expected = kxverify::hashOf(description, kxcalc::linkedFunctions);
+    EXPECT_EQ(kxverify::hashOf(description, misalignedFunctions<0>), expected) << description.name;
+    EXPECT_EQ(kxverify::hashOf(description, misalignedFunctions<4>), expected) << description.name << ", 4 bytes off";
+    EXPECT_EQ(kxverify::hashOf(description, misalignedFunctions<8>), expected) << description.name << ", 8 bytes off";
+    EXPECT_EQ(kxverify::hashOf(description, misalignedFunctions<12>), expected) << description.name << ", 12 bytes off";
   }
 }
 

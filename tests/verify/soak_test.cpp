@@ -10,8 +10,8 @@
 #include <thread>
 #include <vector>
 
-#include "exercises.hpp"
 #include "functions/linked.hpp"
+#include "verify/input_sets.hpp"
 
 namespace {
 
@@ -22,10 +22,10 @@ std::chrono::seconds duration() {
 
 TEST(Soak, EightThreadsGetWhatOneGets) {
   constexpr std::size_t threadCount = 8;
-  const auto exercises = kxverify::exercises();
+  const auto descriptions = kxcalc::calls::descriptions();
   std::vector<std::string> expected;
-  for (const kxverify::Exercise& exercise : exercises) {
-    expected.push_back(hashOf(exercise, kxcalc::linkedFunctions));
+  for (const kxverify::Description& description : descriptions) {
+    expected.push_back(kxverify::hashOf(description, kxcalc::linkedFunctions));
   }
   const auto end = std::chrono::steady_clock::now() + duration();
   std::atomic<std::size_t> runs = 0;
@@ -33,14 +33,14 @@ TEST(Soak, EightThreadsGetWhatOneGets) {
   std::vector<std::thread> threads;
   for (std::size_t thread = 0; thread < threadCount; ++thread) {
     threads.emplace_back([&, thread] {
-      // Strides that share no factor with the number of exercises: each thread meets them all, in its own order.
+      // Strides that share no factor with the number of descriptions: each thread meets them all, in its own order.
       static_assert(threadCount == 8);
       constexpr std::size_t strides[] = {1, 3, 5, 7, 9, 11, 13, 15};
       std::size_t next = thread;
       do {
-        next = (next + strides[thread]) % exercises.size();
-        if (hashOf(exercises[next], kxcalc::linkedFunctions) != expected[next]) {
-          differences[thread] = exercises[next].name;
+        next = (next + strides[thread]) % descriptions.size();
+        if (kxverify::hashOf(descriptions[next], kxcalc::linkedFunctions) != expected[next]) {
+          differences[thread] = descriptions[next].name;
         }
         ++runs;
       } while (std::chrono::steady_clock::now() < end);
@@ -50,8 +50,8 @@ TEST(Soak, EightThreadsGetWhatOneGets) {
     thread.join();
   }
   EXPECT_EQ(differences, std::vector<std::string>(threadCount));
-  EXPECT_GE(runs, exercises.size());
-  std::printf("%zu runs of %zu functions\n", runs.load(), exercises.size());
+  EXPECT_GE(runs, descriptions.size());
+  std::printf("%zu runs of %zu functions\n", runs.load(), descriptions.size());
 }
 
 }  // namespace

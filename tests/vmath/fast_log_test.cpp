@@ -85,6 +85,10 @@ TEST(FastLog10Packed, ZeroDoesNotDisturbTheOtherLanes) {
   EXPECT_TRUE(support::sameBits(float{together[3]}, valueOf<FastLog10Packed>(infinity)));
 }
 
+TEST(FastLog10Packed, WiderVectorsGiveTheSameBits) {
+  vmath::checkWiderVectors<FastLog10Packed>();
+}
+
 // The one divides in double, the other in single: their last bits differ.
 TEST(FastLogarithms, TheTwoFormsDifferInLastBits) {
   uint32_t differences = 0;

@@ -4,9 +4,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <cstdint>
+#include <cstring>
 #include <initializer_list>
 #include <string>
 #include <vector>
@@ -23,20 +25,27 @@ using kxcalc::f32x4;
 
 struct PackedSin {
   static constexpr const char* name = "packedSin";
-  static f32x4 packed(f32x4 x) { return kxcalc::packedSin(x); }
+  template <class V>
+  static V packed(V x) {
+    return kxcalc::packedSin(x);
+  }
   static float lane(float x) { return reference::packedSin(x); }
 };
 
 struct PackedCos {
   static constexpr const char* name = "packedCos";
-  static f32x4 packed(f32x4 x) { return kxcalc::packedCos(x); }
+  template <class V>
+  static V packed(V x) {
+    return kxcalc::packedCos(x);
+  }
   static float lane(float x) { return reference::packedCos(x); }
 };
 
 struct SineOfPackedSinCos {
   static constexpr const char* name = "packedSinCos_sine";
-  static f32x4 packed(f32x4 x) {
-    f32x4 sine, cosine;
+  template <class V>
+  static V packed(V x) {
+    V sine, cosine;
     kxcalc::packedSinCos(x, &sine, &cosine);
     return sine;
   }
@@ -49,8 +58,9 @@ struct SineOfPackedSinCos {
 
 struct CosineOfPackedSinCos {
   static constexpr const char* name = "packedSinCos_cosine";
-  static f32x4 packed(f32x4 x) {
-    f32x4 sine, cosine;
+  template <class V>
+  static V packed(V x) {
+    V sine, cosine;
     kxcalc::packedSinCos(x, &sine, &cosine);
     return cosine;
   }
@@ -63,19 +73,28 @@ struct CosineOfPackedSinCos {
 
 struct PackedATan {
   static constexpr const char* name = "packedATan";
-  static f32x4 packed(f32x4 x) { return kxcalc::packedATan(x); }
+  template <class V>
+  static V packed(V x) {
+    return kxcalc::packedATan(x);
+  }
   static float lane(float x) { return reference::packedATan(x); }
 };
 
 struct PackedLog {
   static constexpr const char* name = "packedLog";
-  static f32x4 packed(f32x4 x) { return kxcalc::packedLog(x); }
+  template <class V>
+  static V packed(V x) {
+    return kxcalc::packedLog(x);
+  }
   static float lane(float x) { return reference::packedLog(x); }
 };
 
 struct PackedExp {
   static constexpr const char* name = "packedExp";
-  static f32x4 packed(f32x4 x) { return kxcalc::packedExp(x); }
+  template <class V>
+  static V packed(V x) {
+    return kxcalc::packedExp(x);
+  }
   static float lane(float x) { return reference::packedExp(x); }
 };
 
@@ -89,7 +108,10 @@ struct FastLog10 {
 
 struct FastLog10Packed {
   static constexpr const char* name = "fastLog10Packed";
-  static f32x4 packed(f32x4 x) { return kxcalc::fastLog10Packed(x); }
+  template <class V>
+  static V packed(V x) {
+    return kxcalc::fastLog10Packed(x);
+  }
   static float lane(float x) { return reference::fastLog10PackedLane(x); }
 };
 
@@ -142,6 +164,47 @@ testing::AssertionResult equalsModel(const Patterns& patterns) {
   const auto x = std::bit_cast<float>(patterns[lane]);
   const float actual = Member::packed(lanesOf(patterns))[lane];
   return support::sameResult(actual, Member::lane(x)) << "; lane " << lane << " of " << support::describe(x);
+}
+
+/// Patterns of all exponents, in each lane of a wider vector what the vector of four singles gives.
+template <typename Member, std::size_t bytes>
+testing::AssertionResult widerVectorsEqualTheNarrow() {
+  constexpr std::size_t count = bytes / sizeof(float);
+  for (uint32_t pattern = 0; pattern < 0xFFFF0000; pattern += 4099 * count) {
+    std::array<uint32_t, count> patterns;
+    for (uint32_t lane = 0; lane < count; ++lane) {
+      patterns[lane] = (pattern + 4099 * lane) ^ (lane << 29);
+    }
+    kxcalc::Lanes<float, bytes> x;
+    std::memcpy(&x, &patterns, sizeof x);
+    const auto together = Member::packed(x);
+    for (std::size_t group = 0; group < count; group += 4) {
+      Patterns four;
+      std::copy_n(patterns.begin() + group, 4, four.begin());
+      const f32x4 expected = Member::packed(lanesOf(four));
+      for (std::size_t lane = 0; lane < 4; ++lane) {
+        testing::AssertionResult result = support::sameResult(float{together[group + lane]}, float{expected[lane]});
+        if (!result) {
+          return result << "; lane " << group + lane << " of " << bytes << " bytes";
+        }
+      }
+    }
+  }
+  return testing::AssertionSuccess();
+}
+
+/// The same at every width of the build above 16 bytes.
+template <typename Member>
+void checkWiderVectors() {
+  if constexpr (kxcalc::widestBytes >= 32) {
+    EXPECT_TRUE((widerVectorsEqualTheNarrow<Member, 32>()));
+  }
+  if constexpr (kxcalc::widestBytes >= 64) {
+    EXPECT_TRUE((widerVectorsEqualTheNarrow<Member, 64>()));
+  }
+  if constexpr (kxcalc::widestBytes == 16) {
+    GTEST_SKIP() << "this build has none";
+  }
 }
 
 /// Every 4099th pattern, in lanes of different signs and exponents: a prime distance reaches every exponent.

@@ -110,15 +110,26 @@ TYPED_TEST(SineArctangent, UpToThreeElementsAreSinesInDouble) {
                                                    {0.100000091F, 0.100001588F, 0.100003086F}}) {
       std::vector<float> expected;
       for (const float x : input) {
-        expected.push_back(static_cast<float>(std::sin(static_cast<double>(x))));
+        expected.push_back(static_cast<float>(reference::correctSine(x)));
       }
       EXPECT_TRUE(support::sameResult(subject.run(input, placement, placement), expected)) << input.size();
     }
   }
 }
 
+TYPED_TEST(SineArctangent, UpToThreeElementsAreRoundedAsTheCorrectDouble) {
+  // The only singles above 0 whose sine in single the last bit of the sine in double decides.
+  Subject<TypeParam> subject;
+  EXPECT_TRUE(support::sameBits(subject.run(std::vector<float>{0x1.33333p+13F, -0x1.33333p+13F},
+                                            support::pastBoundary(0), support::pastBoundary(0)),
+                                std::vector<float>{-0x1.63f4bcp-2F, 0x1.63f4bcp-2F}));
+  EXPECT_TRUE(support::sameBits(subject.run(std::vector<float>{0x1.95f654p+44F, 0x1.524856p+80F, 0x1.487e0cp+103F},
+                                            support::pastBoundary(0), support::pastBoundary(0)),
+                                std::vector<float>{-0x1.fcf42ep-1F, -0x1.ff5702p-1F, 0x1.287508p-2F}));
+}
+
 TYPED_TEST(SineArctangent, FourElementsAreNotTreatedAsThree) {
-  // Far out the four-lane sine is no longer the platform's.
+  // Far out the four-lane sine is no longer close to the sine.
   Subject<TypeParam> subject;
   const std::vector<float> input(4, 1e6F + 0.5F);
   const std::vector<float> sines(4, static_cast<float>(std::sin(1e6 + 0.5)));

@@ -68,6 +68,10 @@ TYPED_TEST(PackedMember, LanesDoNotDependOnEachOther) {
   }
 }
 
+TYPED_TEST(PackedMember, WiderVectorsGiveTheSameBits) {
+  vmath::checkWiderVectors<TypeParam>();
+}
+
 template <typename Member>
 testing::AssertionResult delivers(float x, float expected) {
   return support::sameResult(valueOf<Member>(x), expected) << "; " << Member::name << " of " << support::describe(x);

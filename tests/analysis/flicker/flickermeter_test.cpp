@@ -132,6 +132,14 @@ TEST_F(FlickermeterTest, AMeterMayMoveInTheMiddleOfAStream) {
   EXPECT_EQ(std::vector<float>(found->begin(), found->end()), std::vector<float>(expected->begin(), expected->end()));
 }
 
+TEST_F(FlickermeterTest, TheLargestOfAPeriodIsOneOfItsValues) {
+  auto observation = kxanalysis::FlickerObservation::create(linkedFunctions, 0, 2);
+  const auto periods = observation->feed(std::vector<float>{-2, -1, 3, 4});
+  ASSERT_EQ(periods.size(), 2);
+  EXPECT_EQ(periods[0].largest, -1);
+  EXPECT_EQ(periods[1].largest, 4);
+}
+
 TEST_F(FlickermeterTest, ObservationPeriodsAreCutToTheSample) {
   const std::vector<float> sensation{9, 9, 9, 1, 2, 0, 5e-5F, 100, 1, 1, 1, 7};
   for (const size_t length : std::to_array<size_t>({1, 2, 3, 5, 12})) {

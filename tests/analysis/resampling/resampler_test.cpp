@@ -5,6 +5,7 @@
 #include <array>
 #include <bit>
 #include <cmath>
+#include <limits>
 #include <numbers>
 #include <string>
 #include <vector>
@@ -106,7 +107,7 @@ TEST(Resampler, SettingsThatCannotBeAreNamed) {
   EXPECT_EQ(problem(0, 1), "input rate is 0: it is above 0 Hz");
   EXPECT_EQ(problem(std::nan(""), 1), "input rate is nan: it is above 0 Hz");
   EXPECT_EQ(problem(1, -1), "output rate is -1: it is above 0 Hz");
-  EXPECT_EQ(problem(1, INFINITY), "output rate is inf: it is above 0 Hz");
+  EXPECT_EQ(problem(1, std::numeric_limits<double>::infinity()), "output rate is inf: it is above 0 Hz");
   EXPECT_EQ(problem(10, 10241), "output rate is 10241: it is at most 1024 times the input rate");
   EXPECT_EQ(problem(10, 10240), "");
 }

@@ -20,6 +20,8 @@ using kxcalc::linkedFunctions;
 template <class T>
 class StatisticsTest : public testing::Test {
 protected:
+  static constexpr auto offset = static_cast<kxanalysis::RmsOffset<T>>(0.3);
+
   static std::vector<T> noise(size_t count) {
     std::mt19937_64 random(11);
     std::uniform_real_distribution<double> distribution(-30000, 30000);
@@ -40,10 +42,10 @@ TYPED_TEST_SUITE(StatisticsTest, SampleTypes);
 
 TYPED_TEST(StatisticsTest, TheLengthAndThePlaceOfBlocksDoNotMatter) {
   const std::vector<TypeParam> samples = this->noise(3 * 4096 + 501);
-  Statistics<TypeParam> whole(linkedFunctions, 0.3F);
+  Statistics<TypeParam> whole(linkedFunctions, this->offset);
   whole.feed(samples);
   for (const size_t length : std::to_array<size_t>({1, 3, 1000, 4095, 4096, 4097, 10000})) {
-    Statistics<TypeParam> parts(linkedFunctions, 0.3F);
+    Statistics<TypeParam> parts(linkedFunctions, this->offset);
     for (size_t i = 0; i < samples.size(); i += length) {
       parts.feed(std::span(samples).subspan(i, std::min(length, samples.size() - i)));
       EXPECT_EQ(parts.samples(), std::min(i + length, samples.size()));
@@ -52,7 +54,7 @@ TYPED_TEST(StatisticsTest, TheLengthAndThePlaceOfBlocksDoNotMatter) {
   }
   std::vector<TypeParam> shifted(samples.size() + 1);
   std::copy(samples.begin(), samples.end(), shifted.begin() + 1);
-  Statistics<TypeParam> elsewhere(linkedFunctions, 0.3F);
+  Statistics<TypeParam> elsewhere(linkedFunctions, this->offset);
   elsewhere.feed(std::span(shifted).subspan(1));
   EXPECT_EQ(this->figuresOf(elsewhere), this->figuresOf(whole));
 }
@@ -81,11 +83,34 @@ TYPED_TEST(StatisticsTest, InterleavedChannelsAreAsEachByItself) {
     for (size_t i = 0; i < frames; ++i) {
       own[i] = samples[i * channels + channel];
     }
-    Statistics<TypeParam> expected(linkedFunctions), found(linkedFunctions);
+    Statistics<TypeParam> expected(linkedFunctions, this->offset);
     expected.feed(own);
-    found.feedInterleaved(samples.data() + channel, channels, gathered);
-    EXPECT_EQ(gathered, own);
-    EXPECT_EQ(this->figuresOf(found), this->figuresOf(expected));
+    for (const size_t part : std::to_array<size_t>({0, 100})) {
+      Statistics<TypeParam> found(linkedFunctions, this->offset);
+      const TypeParam* const first = samples.data() + channel;
+      found.feedInterleaved(first, channels, std::span(gathered).first(part));
+      found.feedInterleaved(first + part * channels, channels, std::span(gathered).subspan(part));
+      EXPECT_EQ(gathered, own);
+      EXPECT_EQ(this->figuresOf(found), this->figuresOf(expected));
+    }
+  }
+}
+
+TYPED_TEST(StatisticsTest, ExtremesAreThoseOfTheSamplesAlone) {
+  for (const int sign : {-1, 1}) {
+    for (const size_t count : std::to_array<size_t>({1, 3, 8, 100, 4097})) {
+      const std::vector<TypeParam> samples(count, static_cast<TypeParam>(7 * sign));
+      std::vector<TypeParam> gathered(count / 2);
+      Statistics<TypeParam> statistics(linkedFunctions), interleaved(linkedFunctions);
+      statistics.feed(samples);
+      EXPECT_EQ(statistics.minimum(), 7 * sign);
+      EXPECT_EQ(statistics.maximum(), 7 * sign);
+      if (!gathered.empty()) {
+        interleaved.feedInterleaved(samples.data(), 2, gathered);
+        EXPECT_EQ(interleaved.minimum(), 7 * sign);
+        EXPECT_EQ(interleaved.maximum(), 7 * sign);
+      }
+    }
   }
 }
 

@@ -1,0 +1,18 @@
+// What several commands ask of the recording that they open.
+#pragma once
+
+#include <string>
+
+#include "host/reports/floors.hpp"
+#include "recordings/recording.hpp"
+
+namespace kxhost {
+
+/// A recording's sample rate. Throws FileError if it carries none.
+/// @param option  which gives it then.
+double rateOf(const std::string& file, const Format& format, const std::string& option = "--rate");
+
+/// Index from 0 of a channel that the user counts from 1. Throws FileError if there is no such one.
+size_t channelIndex(const std::string& file, const Format& format, int channel);
+
+}  // namespace kxhost

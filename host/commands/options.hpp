@@ -1,0 +1,52 @@
+// What the options of several commands have in common.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <charconv>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "host/reports/floors.hpp"
+#include "recordings/recording.hpp"
+
+namespace kxhost {
+
+/// A check of options that take a number from `least` to `most`. Unlike CLI11's own, it refuses NaN.
+/// @param what  the option takes.
+CLI::Validator between(double least, double most, const std::string& what = "number");
+
+/// A check of options that take a file whose name ends in one of these.
+CLI::Validator endingIn(const std::vector<std::string>& endings);
+
+/// The numbers of an option that takes "A,B"; nothing if a text is anything else.
+template <class Number>
+std::optional<std::pair<Number, Number>> pairIn(const std::string& text) {
+  std::pair<Number, Number> pair;
+  const char* const end = text.data() + text.size();
+  const auto [comma, firstError] = std::from_chars(text.data(), end, pair.first);
+  if (firstError != std::errc() || comma == end || *comma != ',') {
+    return std::nullopt;
+  }
+  const auto [rest, secondError] = std::from_chars(comma + 1, end, pair.second);
+  return secondError == std::errc() && rest == end ? std::optional(pair) : std::nullopt;
+}
+
+/// Adds the recording that a command takes.
+CLI::Option& addRecordingOption(CLI::App& command, std::string& file);
+
+/// Adds the options about how recordings are to be taken.
+/// @param rateOption  what the one for the files' sample rate is called.
+void addInputOptions(CLI::App& command, InputOptions& options, const std::string& rateOption = "--rate");
+
+/// Adds the number of the one channel that a command takes.
+void addChannelOption(CLI::App& command, int& channel);
+
+/// Adds the audio file that a command writes.
+CLI::Option& addAudioOutputOption(CLI::App& command, std::string& file, const std::string& help);
+
+/// Adds the picture that a command draws when asked to.
+void addPictureOption(CLI::App& command, std::string& picture, const std::string& help);
+
+}  // namespace kxhost
