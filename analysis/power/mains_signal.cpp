@@ -1,5 +1,6 @@
 #include "analysis/power/mains_signal.hpp"
 
+#include <algorithm>
 #include <cmath>
 #include <numbers>
 #include <utility>
@@ -73,18 +74,20 @@ std::vector<MainsSignal::Sine> MainsSignal::current(int phase) const {
   return sines;
 }
 
-/// Adds the sine's next values. Those at half the sample rate and above would come back below it and are left out.
+/// Adds the sine's next values. Those at half the sample rate and above would come back below it and are left out. The
+/// kernel takes another sine for fewer than four angles: it gets that many at least, so that blocks do not matter.
 void MainsSignal::add(const Sine& sine, std::span<double> values) {
   if (sine.frequency >= settings_.rate / 2) {
     return;
   }
-  angles_.resize(values.size());
-  values_.resize(values.size());
+  constexpr size_t leastAngles = 4;
+  angles_.resize(std::max(values.size(), leastAngles));
+  values_.resize(angles_.size());
   for (size_t i = 0; i < values.size(); ++i) {
     const double turns = sine.frequency * static_cast<double>(position_ + i) / settings_.rate + sine.turns;
     angles_[i] = static_cast<float>(2 * std::numbers::pi * (turns - std::round(turns)));
   }
-  functions_->kxcalcSin_float(angles_.data(), values_.data(), static_cast<uint32_t>(values.size()));
+  functions_->kxcalcSin_float(angles_.data(), values_.data(), static_cast<uint32_t>(values_.size()));
   for (size_t i = 0; i < values.size(); ++i) {
     values[i] += sine.amplitude * static_cast<double>(values_[i]);
   }

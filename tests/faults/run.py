@@ -1,9 +1,10 @@
-"""Plants small faults in the kernels, one at a time, and requires that the tests of the exports that they concern fail.
+"""Plants small faults in the sources, one at a time, and requires that the tests that they concern fail.
 
-usage: run.py [-j jobs] <build directory> [<family>...]
+usage: run.py [-j jobs] [--drawn number] [--seed seed] <build directory> [<list>...]
 
-The build directory holds kxcalc-sse41 and its tests, built from the sources as they stand. The faults stand beside this
-file, a list for each family (none named: all):
+The build directory holds kxcalc-sse41, its tests and those of the rooms, built from the sources as they stand. The faults
+stand beside this file, a list for each family of kernels and one for each room, which is a folder whose tests are one
+program (none named: all):
 
     file <source, from the root of the project on; it holds for the faults that follow>
 
@@ -15,7 +16,11 @@ file, a list for each family (none named: all):
     + <what stands in its place, or no such line>
 
 A fault is caught if, for each of its exports, a test fails, crashes or does not come to an end. The lists of all families
-together have three observable faults or more for every export.
+together have three observable faults or more for every export. Faults of a room name no exports; without a filter all of
+its tests judge them.
+
+In the rooms faults are drawn by rule, too (drawn.py), another selection with every seed. One that survives is to be caught by
+a new test, or, where it changes nothing that can be seen, to be written into the room's list as an unobservable one.
 """
 
 import argparse
@@ -31,11 +36,18 @@ import tempfile
 from concurrent.futures import ThreadPoolExecutor
 from dataclasses import dataclass, field
 from fnmatch import fnmatchcase
+from itertools import islice
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[2]
 sys.path.insert(0, str(ROOT))
 from functions import registry  # noqa: E402
+
+from drawn import drawn  # noqa: E402
+from room import DoesNotCompile, Room  # noqa: E402
+
+ROOMS = {"analysis": "tests/analysis/kxanalysis-tests-sse41", "recordings": "tests/recordings/kxrecordings-tests"}
+USUALLY_DRAWN = 150
 FAULTS_OF_AN_EXPORT = 3
 TIME_LIMIT = 60  # seconds; the tests of an export take a few
 
@@ -98,8 +110,8 @@ def faults_of(path, exports):
         else:
             raise Mistake(f"{place}: not a line of a list of faults: {line}")
     for fault in faults:
-        if not fault.exports or not fault.old or fault.old == fault.new:
-            raise Mistake(f"{fault.place}: names no export, or changes nothing")
+        if not fault.old or fault.old == fault.new or (path.stem in ROOMS) == bool(fault.exports):
+            raise Mistake(f"{fault.place}: names no export, or one in a room, or changes nothing")
         fault.planted((ROOT / fault.file).read_text())
     return faults
 
@@ -216,13 +228,44 @@ def all_caught(laboratory, families, jobs):
             print(f"{family:<10} {caught}/{planted}", flush=True)
             all_of_caught += caught
             all_of_planted += planted
-    print(f"{'all':<10} {all_of_caught}/{all_of_planted} faults caught", flush=True)
+    if len(families) > 1:
+        print(f"{'all':<10} {all_of_caught}/{all_of_planted} faults caught", flush=True)
     return wrong == 0 and all_of_caught == all_of_planted
+
+
+def all_drawn_caught(room, listed, number, seed, jobs):
+    """Apart from those that the room's list calls unobservable. Prints the survivors and a line for all."""
+    explained = {(fault.file, fault.planted(room.texts[fault.file])) for fault in listed if fault.proof}
+    said = unseen = caught = 0
+
+    def judged(fault):
+        """None where the compiler sees it."""
+        if (fault.file, fault.planted(room.texts[fault.file])) in explained:
+            return fault, "explained"
+        try:
+            return fault, "survives" if room.survived(fault) else "caught"
+        except DoesNotCompile:
+            return fault, None
+
+    with ThreadPoolExecutor(jobs) as pool:
+        faults, found = iter(drawn(room.texts, seed)), 0
+        while found < number and (batch := list(islice(faults, number - found))):
+            for fault, verdict in pool.map(judged, batch):
+                found += verdict is not None
+                caught += verdict == "caught"
+                said += verdict == "explained"
+                if verdict == "survives":
+                    unseen += 1
+                    print(f"{fault.place}: survives: {fault.title}", flush=True)
+    print(f"{room.room:<10} {caught}/{found - said} drawn with seed {seed}, {said} more are unobservable", flush=True)
+    return unseen == 0
 
 
 def main():
     parser = argparse.ArgumentParser(usage=re.search("usage: (.*)", __doc__)[1])
     parser.add_argument("-j", type=int, default=os.cpu_count())
+    parser.add_argument("--drawn", type=int, default=USUALLY_DRAWN)
+    parser.add_argument("--seed", type=int, default=1)
     parser.add_argument("build", type=Path)
     parser.add_argument("families", nargs="*")
     options = parser.parse_args()
@@ -234,10 +277,17 @@ def main():
             if family not in lists:
                 raise Mistake(f"there is no list of faults of {family}")
         families = {family: faults_of(lists[family], exports) for family in options.families or lists}
-        enough = True if options.families else enough_faults(families, exports)
+        rooms = {room: families.pop(room) for room in ROOMS if room in families}
+        good = True if options.families else enough_faults(families, exports)
+        build = options.build.resolve()
         with tempfile.TemporaryDirectory(prefix="kxcalc-faults-") as scratch:
-            laboratory = Laboratory(options.build.resolve(), Path(scratch), exports)
-            return 0 if all_caught(laboratory, families, options.j) and enough else 1
+            if families:
+                good &= all_caught(Laboratory(build, Path(scratch), exports), families, options.j)
+            for name, faults in rooms.items():
+                room = Room(ROOT, build, scratch, name, ROOMS[name])
+                good &= all_caught(room, {name: faults}, options.j)
+                good &= all_drawn_caught(room, faults, options.drawn // len(rooms), options.seed, options.j)
+        return 0 if good else 1
     except Mistake as mistake:
         print(mistake)
         return 1

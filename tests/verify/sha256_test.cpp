@@ -1,4 +1,4 @@
-#include "sha256.hpp"
+#include "verify/sha256.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,0 +1,164 @@
+#include <limits>
+
+#include "recordings/csv_output.hpp"
+#include "recordings/files.hpp"
+#include "recordings/pressure_table.hpp"
+#include "recordings/text_fields.hpp"
+
+namespace kxrecordings_test {
+namespace {
+
+class CsvTest : public FilesTest {
+protected:
+  Doubles values(const std::string& text, const InputOptions& options = {}) const {
+    return samplesOf<double>(*openRecording(write("a.csv", text), options), 2);
+  }
+  std::string refusal(const std::string& text, const InputOptions& options = {}) const {
+    return problem(write("a.csv", text), options);
+  }
+};
+
+TEST_F(CsvTest, AFileHasTheFormatOfDecimals) {
+  InputOptions options;
+  options.rate = 100;
+  const Format format = openRecording(write("a.CSV", "a,b\n1,2\n"), options)->format();
+  EXPECT_EQ(format.container, "csv");
+  EXPECT_EQ(format.samples, "decimal");
+  EXPECT_EQ(format.type, SampleType::float64);
+  EXPECT_EQ(format.fullScale, 1);
+  EXPECT_EQ(*format.rate, 100);
+  EXPECT_EQ(titleOf("/x/a.csv", format), "a.csv (csv, decimal, 100 Hz)");
+  EXPECT_EQ(titleOf("a.csv", openRecording(path("a.CSV"), {})->format()), "a.csv (csv, decimal)");
+  EXPECT_EQ(timeAxisTitle(format), "time in seconds");
+  EXPECT_EQ(timeAxisTitle({}), "time in samples");
+}
+
+TEST_F(CsvTest, FieldsMayBeQuotedBlankLinesAreSkippedAndReadingBeginsAnew) {
+  const auto recording = openRecording(
+      write("a.csv", "\xEF\xBB\xBF" "a, b ,\"c \"\"d\"\"\",\n\n1,2.5, \"3\",4\r\n  \n-1e3,+.5,\"7\" ,8\n9,10,11,12"), {});
+  EXPECT_EQ(recording->format().channels, (Names{"a", "b", "c \"d\"", "4"}));
+  EXPECT_FALSE(recording->format().rate);
+  EXPECT_TRUE(recording->notes().empty());
+  const Doubles expected{1, 2.5, 3, 4, -1000, 0.5, 7, 8, 9, 10, 11, 12};
+  for (const size_t frames : {1U, 2U, 3U, 4U}) {
+    EXPECT_EQ(samplesOf<double>(*recording, frames), expected);
+    EXPECT_GE(recording->position(), 1);
+    recording->rewind();
+    EXPECT_LT(recording->position(), 0.5);
+  }
+  std::vector<double> frame(4);
+  recording->read(std::span(frame));
+  EXPECT_EQ(recording->position(), 35 / 64.0);  // bytes of the first three lines
+}
+
+TEST_F(CsvTest, TheSeparatorIsTheOneThatTheHeaderHoldsMostOf) {
+  EXPECT_EQ(values("a;b,x;c\n1;2;3\n"), (Doubles{1, 2, 3}));
+  EXPECT_EQ(values("a\tb;x\tc\n1\t2\t3\n"), (Doubles{1, 2, 3}));
+  EXPECT_EQ(values("a\n1\n"), (Doubles{1}));
+  EXPECT_EQ(samplesOf<double>(*openRecording(write("a.tsv", "a\tb\n1\t2\n"), {}), 3), (Doubles{1, 2}));
+}
+
+TEST_F(CsvTest, ColumnsOfTextAreLeftOutAndNamedOnesTaken) {
+  const auto recording = openRecording(write("a.csv", "time,u,i\nnoon,1,2\nlater,3,4\n"), {});
+  EXPECT_EQ(recording->notes(), Names{"column time holds text and is left out"});
+  EXPECT_EQ(recording->format().channels, (Names{"u", "i"}));
+  EXPECT_EQ(samplesOf<double>(*recording, 1), (Doubles{1, 2, 3, 4}));
+  InputOptions options;
+  options.columns = {"i", "u", "i"};
+  EXPECT_EQ(values("time,u,i\nnoon,1,2\nlater,3,4\n", options), (Doubles{2, 1, 2, 4, 3, 4}));
+  EXPECT_EQ(openRecording(write("b.csv", "u,i\n"), {})->format().channels, (Names{"u", "i"}));
+  options.columns = {"time"};
+  EXPECT_EQ(refusal("time,u\nnoon,1\n", options), "line 2, column time: not a number: noon");
+  options.columns = {"x"};
+  EXPECT_EQ(refusal("time,u\nnoon,1\n", options), "has no column x");
+}
+
+TEST_F(CsvTest, WhatCannotBeReadIsNamed) {
+  EXPECT_EQ(refusal(""), "is empty: a header row with the columns' names is needed");
+  EXPECT_EQ(refusal("\n \n"), "is empty: a header row with the columns' names is needed");
+  EXPECT_EQ(refusal("1,2\n3,4\n"), "has no header row: the first row holds numbers");
+  EXPECT_EQ(refusal("1,b\n3,4\n"), "");
+  EXPECT_EQ(refusal("a,b\nx,y\n"), "no column holds numbers");
+  EXPECT_EQ(refusal("a,b\n1,2\n\n3\n"), "line 4 has 1 fields, the header row has 2");
+  EXPECT_EQ(refusal("a,b\n1,2\n3,4,5\n"), "line 3 has 3 fields, the header row has 2");
+  EXPECT_EQ(refusal("a,b\n1,2\n3,\n"), "line 3, column b: empty");
+  EXPECT_EQ(refusal("a,b\n1,2\n3,4x\n"), "line 3, column b: not a number: 4x");
+  EXPECT_EQ(refusal("a,b\n1,2\n3,\"4\n"), "line 3: a quote is not closed");
+  EXPECT_EQ(refusal("a,b\n1,2\n3,\"4\"\"\n"), "line 3: a quote is not closed");
+}
+
+TEST_F(CsvTest, FieldsAndNumbers) {
+  EXPECT_EQ(trimmed(" \t a b\r "), "a b");
+  EXPECT_EQ(trimmed(" \t\r"), "");
+  EXPECT_EQ(*numberIn("+1.5e2"), 150);
+  EXPECT_EQ(*numberIn("-0.25"), -0.25);
+  EXPECT_FALSE(numberIn("") || numberIn("1 ") || numberIn("x") || numberIn("++1") || numberIn("1e999"));
+  EXPECT_EQ(fieldsOf("a; b ;;", ';'), (std::vector<std::string_view>{"a", "b", "", ""}));
+  EXPECT_EQ(fieldsOf("", ';'), (std::vector<std::string_view>{""}));
+}
+
+TEST_F(CsvTest, WrittenFilesAreComplete) {
+  {
+    CsvOutput output(path("out.csv"), {"a", "b"});
+    output.write(std::vector<float>{0.1F, -2});
+    output.write(std::vector<float>{1e10F, 16777216, 5, 6});
+    EXPECT_FALSE(std::filesystem::exists(path("out.csv")));
+    output.finish();
+  }
+  EXPECT_EQ(read("out.csv"), "a,b\n0.100000001,-2\n1e+10,16777216\n5,6\n");
+  EXPECT_EQ(filesPresent(), 1U);
+  { CsvOutput abandoned(path("out.csv"), {"x"}); }
+  EXPECT_EQ(read("out.csv").substr(0, 4), "a,b\n");
+  EXPECT_EQ(filesPresent(), 1U);
+}
+
+TEST_F(CsvTest, OutputsThatCannotBeAreNamed) {
+  const auto refused = [](const std::string& file) {
+    return problemOf(file, [&] { OutputFile output(file); });
+  };
+  EXPECT_EQ(refused(path("")), "is a directory");
+  EXPECT_EQ(refused(path("none/out.csv")), "cannot be written: No such file or directory");
+  EXPECT_EQ(refused("/dev/null"),
+            "cannot be written: it is not a regular file, and only those can be replaced");
+  const OutputFile output(path("out"));
+  EXPECT_EQ(output.name(), path("out"));
+  EXPECT_EQ(problemOf(path("out"), [&] { output.place(); }), "cannot be written: No such file or directory");
+}
+
+TEST_F(CsvTest, PressuresOverTheCrankAngle) {
+  const std::vector<double> angles{-1.5, 0, 1.25};
+  const std::vector<float> samples{1, 2, 3, 0.1F, 0.2F, 0.3F};
+  writePressureTable(OutputFile(path("p.csv")), angles, samples);
+  EXPECT_EQ(read("p.csv"), "angle,cycle 1,cycle 2\n-1.5,1,0.100000001\n0,2,0.200000003\n1.25,3,0.300000012\n");
+  const PressureTable table = readPressureTable(path("p.csv"), {}, 6);
+  EXPECT_EQ(table.angles, angles);
+  EXPECT_EQ(table.columns, 2U);
+  EXPECT_EQ(table.pressures, (std::vector<float>{1, 0.1F, 2, 0.2F, 3, 0.3F}));
+  const PressureTable one = readPressureTable(path("p.csv"), {"angle", "cycle 2"}, 6);
+  EXPECT_EQ(one.pressures, (std::vector<float>{0.1F, 0.2F, 0.3F}));
+  std::string many = "a,p\n";
+  for (int i = 0; i < 5000; ++i) {
+    many += std::to_string(i) + "," + std::to_string(i) + "\n";
+  }
+  EXPECT_EQ(readPressureTable(write("many.csv", many), {}, 5000).angles.size(), 5000U);
+  EXPECT_EQ(readPressureTable(path("many.csv"), {}, 5000).pressures.back(), 4999);
+}
+
+TEST_F(CsvTest, PressuresThatCannotBeAreNamed) {
+  const auto refused = [&](const std::string& text, size_t most = 100) {
+    const std::string file = write("p.csv", text);
+    return problemOf(file, [&] { readPressureTable(file, {}, most); });
+  };
+  EXPECT_EQ(refused("t,a,p\nx,1,2\n"), "data row 1: column t holds text and is left out, which only --column can allow");
+  EXPECT_EQ(refused("a\n1\n"), "has one column: a crank angle and at least one pressure are needed");
+  EXPECT_EQ(refused("a,p\n1,2\n1e10,3\n"), "data row 2: column a: 1e+10 is no crank angle");
+  EXPECT_EQ(refused("a,p\n1,2\nnan,3\n"), "data row 2: column a: nan is no crank angle");
+  EXPECT_EQ(refused("a,p,q\n1,2,3\n2,3,-1e10\n"), "data row 2: column q: -1e+10 is no pressure");
+  EXPECT_EQ(refused("a,p,q\n1,inf,3\n"), "data row 1: column p: inf is no pressure");
+  EXPECT_EQ(refused("a,p\n1e9,-1e9\n"), "");
+  EXPECT_EQ(refused("a,p,q\n1,2,3\n2,3,4\n", 3), "holds more than 3 samples");
+  EXPECT_EQ(refused("a,p,q\n1,2,3\n2,3,4\n", 4), "");
+}
+
+}  // namespace
+}  // namespace kxrecordings_test
