@@ -49,12 +49,12 @@ void expectShows(const PngImage& image, const SvgCurve& curve) {
   for (const auto& line : curve.lines) {
     for (const Place& place : line) {
       ++places;
-      shown += image.isNear(place, curve.colour) ? 1 : 0;
+      shown += image.isNear(place, curve.colour) ? 1U : 0U;
     }
   }
   for (const Place& mark : curve.marks) {
     ++places;
-    shown += image.isNear(mark, curve.colour) ? 1 : 0;
+    shown += image.isNear(mark, curve.colour) ? 1U : 0U;
   }
   EXPECT_GT(places, 0U) << curve.title;
   EXPECT_GE(static_cast<double>(shown), 0.9 * static_cast<double>(places)) << curve.title << ' ' << curve.colour;
