@@ -52,7 +52,7 @@ def all_faults(file, text):
         close = matching(code, match.end())
         yield fault(match.end(), close, f"!({text[match.end():close]})", f"{text[match.end():close]} is negated")
     for match in STATEMENT.finditer(code):
-        if match[0].count("(") == match[0].count(")"):
+        if match[0].count("(") == match[0].count(")") and not re.search(r"= (?:delete|default);", match[0]):
             yield fault(match.start(), match.end(), "\n", f"{text[match.start():match.end()].strip()} is dropped")
 
 

@@ -237,6 +237,8 @@ def all_drawn_caught(room, listed, number, seed, jobs):
     """Apart from those that the room's list calls unobservable. Prints the survivors and a line for all."""
     explained = {(fault.file, fault.planted(room.texts[fault.file])) for fault in listed if fault.proof}
     said = unseen = caught = 0
+    if room.fails(room.unmodified, "*"):
+        raise Mistake(f"tests of {room.room} fail without a fault")
 
     def judged(fault):
         """None where the compiler sees it."""

@@ -137,6 +137,13 @@ TEST_F(AudioTest, IntegersAreReadInStepsOfTheFile) {
             (std::vector<int32_t>{-2147483647}));
 }
 
+TEST_F(AudioTest, ARecordingOfOneSampleIsNotReadBefore) {
+  const auto recording = openRecording(wave(2, "ab"), {});
+  EXPECT_EQ(recording->position(), 0);
+  EXPECT_EQ(samplesOf<int16_t>(*recording, 3).size(), 1U);
+  EXPECT_EQ(recording->position(), 1);
+}
+
 TEST_F(AudioTest, RawSamplesAreTakenAsTheyAre) {
   const std::vector<double> doubles{1e300, -2, 3, 4};
   const std::string file = write("a.bin", {reinterpret_cast<const char*>(doubles.data()), 32});
@@ -166,6 +173,8 @@ TEST_F(AudioTest, FilesThatCannotBeReadAreNamed) {
   options.columns = {"a"};
   EXPECT_EQ(problem(wave(2, "abcd"), options), "has no named columns: --column is for CSV files");
   options = {};
+  options.rate = 0.5;
+  EXPECT_EQ(problem(path("a.wav"), options), "");
   for (const double rate : {0.0, -1.0, static_cast<double>(INFINITY)}) {
     options.rate = rate;
     EXPECT_EQ(problem(path("a.wav"), options), "the sample rate must be above 0");

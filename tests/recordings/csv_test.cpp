@@ -142,6 +142,12 @@ TEST_F(CsvTest, PressuresOverTheCrankAngle) {
   }
   EXPECT_EQ(readPressureTable(write("many.csv", many), {}, 5000).angles.size(), 5000U);
   EXPECT_EQ(readPressureTable(path("many.csv"), {}, 5000).pressures.back(), 4999);
+  std::string names = "a", row = "0";
+  for (int i = 1; i <= 100; ++i) {
+    names += ",p" + std::to_string(i);
+    row += "," + std::to_string(i);
+  }
+  EXPECT_EQ(readPressureTable(write("wide.csv", names + "\n" + row + "\n"), {}, 100).pressures.size(), 100U);
 }
 
 TEST_F(CsvTest, PressuresThatCannotBeAreNamed) {

@@ -211,7 +211,7 @@ TEST(PowerAnalysis, VoltagesAreCorrectedAndCurrentsAreNot) {
         u[i] += i % 2 == 0 ? 4 : -4;
       }
     }
-    const auto& figures = analyzer.analyze(std::array{u}, std::array{u}).phases[0];
+    const PhaseFigures figures = analyzer.analyze(std::array{u}, std::array{u}).phases[0];
     const CorrectionPoint first = curve->at(50), third = curve->at(150);
     expectSame(figures.voltage.harmonics[0], 100 * first.gain);
     expectSame(figures.voltage.harmonics[2], 10 * third.gain);
