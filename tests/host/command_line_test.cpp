@@ -24,7 +24,9 @@ TEST_F(CommandLineTest, HelpAndVersionAreAnswers) {
   }
   const Outcome version = run({"--version"});
   EXPECT_EQ(version.code, 0);
-  EXPECT_EQ(version.out, "kxhost 2.17, libkxcalc-" + std::string(kxcalc::runnableVariants().front()) + ".so.2\n");
+  std::string expected = "kxhost 2.17, libkxcalc-";
+  expected.append(kxcalc::runnableVariants().front()).append(".so.2\n");
+  EXPECT_EQ(version.out, expected);
   const Outcome named = run({"--library", KXHOST_STUB_LACKING, "--version"});
   EXPECT_EQ(named.code, 1);
   EXPECT_NE(named.err.find("lacks the export"), std::string::npos);
