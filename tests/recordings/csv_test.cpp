@@ -144,8 +144,8 @@ TEST_F(CsvTest, PressuresOverTheCrankAngle) {
   EXPECT_EQ(readPressureTable(path("many.csv"), {}, 5000).pressures.back(), 4999);
   std::string names = "a", row = "0";
   for (int i = 1; i <= 100; ++i) {
-    names += ",p" + std::to_string(i);
-    row += "," + std::to_string(i);
+    names.append(",p").append(std::to_string(i));
+    row.append(",").append(std::to_string(i));
   }
   EXPECT_EQ(readPressureTable(write("wide.csv", names + "\n" + row + "\n"), {}, 100).pressures.size(), 100U);
 }
