@@ -34,8 +34,11 @@ TEST_F(CsvTest, AFileHasTheFormatOfDecimals) {
 }
 
 TEST_F(CsvTest, FieldsMayBeQuotedBlankLinesAreSkippedAndReadingBeginsAnew) {
-  const auto recording = openRecording(
-      write("a.csv", "\xEF\xBB\xBF" "a, b ,\"c \"\"d\"\"\",\n\n1,2.5, \"3\",4\r\n  \n-1e3,+.5,\"7\" ,8\n9,10,11,12"), {});
+  const auto recording =
+      openRecording(write("a.csv",
+                          "\xEF\xBB\xBF"
+                          "a, b ,\"c \"\"d\"\"\",\n\n1,2.5, \"3\",4\r\n  \n-1e3,+.5,\"7\" ,8\n9,10,11,12"),
+                    {});
   EXPECT_EQ(recording->format().channels, (Names{"a", "b", "c \"d\"", "4"}));
   EXPECT_FALSE(recording->format().rate);
   EXPECT_TRUE(recording->notes().empty());
@@ -113,13 +116,10 @@ TEST_F(CsvTest, WrittenFilesAreComplete) {
 }
 
 TEST_F(CsvTest, OutputsThatCannotBeAreNamed) {
-  const auto refused = [](const std::string& file) {
-    return problemOf(file, [&] { OutputFile output(file); });
-  };
+  const auto refused = [](const std::string& file) { return problemOf(file, [&] { OutputFile output(file); }); };
   EXPECT_EQ(refused(path("")), "is a directory");
   EXPECT_EQ(refused(path("none/out.csv")), "cannot be written: No such file or directory");
-  EXPECT_EQ(refused("/dev/null"),
-            "cannot be written: it is not a regular file, and only those can be replaced");
+  EXPECT_EQ(refused("/dev/null"), "cannot be written: it is not a regular file, and only those can be replaced");
   const OutputFile output(path("out"));
   EXPECT_EQ(output.name(), path("out"));
   EXPECT_EQ(problemOf(path("out"), [&] { output.place(); }), "cannot be written: No such file or directory");
@@ -155,7 +155,8 @@ TEST_F(CsvTest, PressuresThatCannotBeAreNamed) {
     const std::string file = write("p.csv", text);
     return problemOf(file, [&] { readPressureTable(file, {}, most); });
   };
-  EXPECT_EQ(refused("t,a,p\nx,1,2\n"), "data row 1: column t holds text and is left out, which only --column can allow");
+  EXPECT_EQ(refused("t,a,p\nx,1,2\n"),
+            "data row 1: column t holds text and is left out, which only --column can allow");
   EXPECT_EQ(refused("a\n1\n"), "has one column: a crank angle and at least one pressure are needed");
   EXPECT_EQ(refused("a,p\n1,2\n1e10,3\n"), "data row 2: column a: 1e+10 is no crank angle");
   EXPECT_EQ(refused("a,p\n1,2\nnan,3\n"), "data row 2: column a: nan is no crank angle");
