@@ -107,6 +107,7 @@ TEST_F(CsvTest, WrittenFilesAreComplete) {
     output.write(std::vector<float>{1e10F, 16777216, 5, 6});
     EXPECT_FALSE(std::filesystem::exists(path("out.csv")));
     output.finish();
+    EXPECT_EQ(read("out.csv").size(), 38U);
   }
   EXPECT_EQ(read("out.csv"), "a,b\n0.100000001,-2\n1e+10,16777216\n5,6\n");
   EXPECT_EQ(filesPresent(), 1U);
