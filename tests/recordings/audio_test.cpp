@@ -142,6 +142,12 @@ TEST_F(AudioTest, IntegersAreReadInStepsOfTheFile) {
   EXPECT_EQ(samplesOf<int32_t>(*stereo, 3), (std::vector<int32_t>{1, 2, 3, 4}));
 }
 
+TEST_F(AudioTest, ASlowRecordingHasItsRate) {
+  std::string bytes = read(std::filesystem::path(wave(2, "ab")).filename().string());
+  bytes.replace(24, 4, bytesOf(1, 4, false));
+  EXPECT_EQ(*openRecording(write("slow.wav", bytes), {})->format().rate, 1);
+}
+
 TEST_F(AudioTest, ARecordingOfOneSampleIsNotReadBefore) {
   const auto recording = openRecording(wave(2, "ab"), {});
   EXPECT_EQ(recording->position(), 0);

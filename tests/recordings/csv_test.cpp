@@ -1,3 +1,6 @@
+#include <sys/resource.h>
+
+#include <csignal>
 #include <limits>
 
 #include "recordings/csv_output.hpp"
@@ -114,6 +117,24 @@ TEST_F(CsvTest, WrittenFilesAreComplete) {
   { CsvOutput abandoned(path("out.csv"), {"x"}); }
   EXPECT_EQ(read("out.csv").substr(0, 4), "a,b\n");
   EXPECT_EQ(filesPresent(), 1U);
+}
+
+TEST_F(CsvTest, AFileThatThereIsNoRoomForIsNotPutInPlace) {
+  rlimit before{};
+  getrlimit(RLIMIT_FSIZE, &before);
+  const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+  const rlimit none{0, before.rlim_max};
+  setrlimit(RLIMIT_FSIZE, &none);
+  EXPECT_EQ(problemOf(path("out.csv"),
+                      [&] {
+                        CsvOutput output(path("out.csv"), {"a"});
+                        output.write(std::vector<float>(1000, 1));
+                        output.finish();
+                      }),
+            "cannot be written: writing failed");
+  setrlimit(RLIMIT_FSIZE, &before);
+  std::signal(SIGXFSZ, handler);
+  EXPECT_EQ(filesPresent(), 0U);
 }
 
 TEST_F(CsvTest, OutputsThatCannotBeAreNamed) {
