@@ -1,3 +1,5 @@
+#include <sys/resource.h>
+
 #include <array>
 #include <cmath>
 #include <limits>
@@ -78,11 +80,12 @@ protected:
   }
 
   /// A WAV file of integers.
-  std::string wave(size_t bytesASample, const std::string& data) const {
+  std::string wave(size_t bytesASample, const std::string& data, size_t channels = 1) const {
     const auto number = [](uint64_t value, size_t bytes) { return bytesOf(value, bytes, false); };
-    return write("a.wav", "RIFF" + number(36 + data.size(), 4) + "WAVEfmt " + number(16, 4) + number(1, 2) + number(1, 2) +
-                              number(8000, 4) + number(8000 * bytesASample, 4) + number(bytesASample, 2) +
-                              number(8 * bytesASample, 2) + "data" + number(data.size(), 4) + data);
+    return write("a.wav", "RIFF" + number(36 + data.size(), 4) + "WAVEfmt " + number(16, 4) + number(1, 2) +
+                              number(1, 2) + number(8000, 4) + number(8000 * channels * bytesASample, 4) +
+                              number(channels * bytesASample, 2) + number(8 * bytesASample, 2) + "data" +
+                              number(data.size(), 4) + data);
   }
 };
 
@@ -135,6 +138,14 @@ TEST_F(AudioTest, IntegersAreReadInStepsOfTheFile) {
             (std::vector<int32_t>{-8388607, 8388607}));
   EXPECT_EQ(samplesOf<int32_t>(*expect(4, std::string("\x01\x00\x00\x80", 4), "int32", 2147483648), 3),
             (std::vector<int32_t>{-2147483647}));
+  const auto stereo = openRecording(wave(3, std::string("\1\0\0\2\0\0\3\0\0\4\0\0", 12), 2), {});
+  EXPECT_EQ(samplesOf<int32_t>(*stereo, 3), (std::vector<int32_t>{1, 2, 3, 4}));
+}
+
+TEST_F(AudioTest, ASlowRecordingHasItsRate) {
+  std::string bytes = read(std::filesystem::path(wave(2, "ab")).filename().string());
+  bytes.replace(24, 4, bytesOf(1, 4, false));
+  EXPECT_EQ(*openRecording(write("slow.wav", bytes), {})->format().rate, 1);
 }
 
 TEST_F(AudioTest, ARecordingOfOneSampleIsNotReadBefore) {
@@ -155,9 +166,12 @@ TEST_F(AudioTest, RawSamplesAreTakenAsTheyAre) {
   EXPECT_EQ(samplesOf<float>(*openRecording(file, raw("float", 1)), 9).size(), 8U);
   EXPECT_EQ(samplesOf<int32_t>(*openRecording(file, raw("int32", 1)), 9).size(), 8U);
   EXPECT_EQ(samplesOf<int16_t>(*openRecording(file, raw("int16", 1)), 9).size(), 16U);
-  EXPECT_EQ(problem(file, raw("int16", 3)), "is truncated or of another shape: 32 bytes are not a multiple of the frame's 6");
-  EXPECT_EQ(problem(file, raw("double", 3)), "is truncated or of another shape: 32 bytes are not a multiple of the frame's 24");
-  EXPECT_EQ(problem(file, raw("float", 3)), "is truncated or of another shape: 32 bytes are not a multiple of the frame's 12");
+  EXPECT_EQ(problem(file, raw("int16", 3)),
+            "is truncated or of another shape: 32 bytes are not a multiple of the frame's 6");
+  EXPECT_EQ(problem(file, raw("double", 3)),
+            "is truncated or of another shape: 32 bytes are not a multiple of the frame's 24");
+  EXPECT_EQ(problem(file, raw("float", 3)),
+            "is truncated or of another shape: 32 bytes are not a multiple of the frame's 12");
   EXPECT_EQ(problem(file, raw("int16", 0)), "the number of channels must be 1 to 1024");
   EXPECT_EQ(problem(file, raw("int16", 1025)), "the number of channels must be 1 to 1024");
   const std::string wide = write("wide.bin", std::string(2048, '\0'));
@@ -169,6 +183,13 @@ TEST_F(AudioTest, FilesThatCannotBeReadAreNamed) {
   EXPECT_EQ(problem(path("")), "is a directory");
   EXPECT_EQ(problem("/dev/null"), "is not a regular file, and only those can be read more than once");
   EXPECT_TRUE(problem(write("letter.wav", "Dear Sir")).starts_with("is not a recording that can be read: "));
+  const std::string none = wave(2, "ab");
+  rlimit before{};
+  getrlimit(RLIMIT_NOFILE, &before);
+  const rlimit no{0, before.rlim_max};
+  setrlimit(RLIMIT_NOFILE, &no);
+  EXPECT_EQ(problem(none), "Too many open files");
+  setrlimit(RLIMIT_NOFILE, &before);
   InputOptions options;
   options.columns = {"a"};
   EXPECT_EQ(problem(wave(2, "abcd"), options), "has no named columns: --column is for CSV files");

@@ -1,3 +1,6 @@
+#include <sys/resource.h>
+
+#include <csignal>
 #include <limits>
 
 #include "recordings/csv_output.hpp"
@@ -34,8 +37,11 @@ TEST_F(CsvTest, AFileHasTheFormatOfDecimals) {
 }
 
 TEST_F(CsvTest, FieldsMayBeQuotedBlankLinesAreSkippedAndReadingBeginsAnew) {
-  const auto recording = openRecording(
-      write("a.csv", "\xEF\xBB\xBF" "a, b ,\"c \"\"d\"\"\",\n\n1,2.5, \"3\",4\r\n  \n-1e3,+.5,\"7\" ,8\n9,10,11,12"), {});
+  const auto recording =
+      openRecording(write("a.csv",
+                          "\xEF\xBB\xBF"
+                          "a, b ,\"c \"\"d\"\"\",\n\n1,2.5, \"3\",4\r\n  \n-1e3,+.5,\"7\" ,8\n9,10,11,12"),
+                    {});
   EXPECT_EQ(recording->format().channels, (Names{"a", "b", "c \"d\"", "4"}));
   EXPECT_FALSE(recording->format().rate);
   EXPECT_TRUE(recording->notes().empty());
@@ -104,6 +110,7 @@ TEST_F(CsvTest, WrittenFilesAreComplete) {
     output.write(std::vector<float>{1e10F, 16777216, 5, 6});
     EXPECT_FALSE(std::filesystem::exists(path("out.csv")));
     output.finish();
+    EXPECT_EQ(read("out.csv").size(), 38U);
   }
   EXPECT_EQ(read("out.csv"), "a,b\n0.100000001,-2\n1e+10,16777216\n5,6\n");
   EXPECT_EQ(filesPresent(), 1U);
@@ -112,14 +119,29 @@ TEST_F(CsvTest, WrittenFilesAreComplete) {
   EXPECT_EQ(filesPresent(), 1U);
 }
 
+TEST_F(CsvTest, AFileThatThereIsNoRoomForIsNotPutInPlace) {
+  rlimit before{};
+  getrlimit(RLIMIT_FSIZE, &before);
+  const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+  const rlimit none{0, before.rlim_max};
+  setrlimit(RLIMIT_FSIZE, &none);
+  EXPECT_EQ(problemOf(path("out.csv"),
+                      [&] {
+                        CsvOutput output(path("out.csv"), {"a"});
+                        output.write(std::vector<float>(1000, 1));
+                        output.finish();
+                      }),
+            "cannot be written: writing failed");
+  setrlimit(RLIMIT_FSIZE, &before);
+  std::signal(SIGXFSZ, handler);
+  EXPECT_EQ(filesPresent(), 0U);
+}
+
 TEST_F(CsvTest, OutputsThatCannotBeAreNamed) {
-  const auto refused = [](const std::string& file) {
-    return problemOf(file, [&] { OutputFile output(file); });
-  };
+  const auto refused = [](const std::string& file) { return problemOf(file, [&] { OutputFile output(file); }); };
   EXPECT_EQ(refused(path("")), "is a directory");
   EXPECT_EQ(refused(path("none/out.csv")), "cannot be written: No such file or directory");
-  EXPECT_EQ(refused("/dev/null"),
-            "cannot be written: it is not a regular file, and only those can be replaced");
+  EXPECT_EQ(refused("/dev/null"), "cannot be written: it is not a regular file, and only those can be replaced");
   const OutputFile output(path("out"));
   EXPECT_EQ(output.name(), path("out"));
   EXPECT_EQ(problemOf(path("out"), [&] { output.place(); }), "cannot be written: No such file or directory");
@@ -144,8 +166,8 @@ TEST_F(CsvTest, PressuresOverTheCrankAngle) {
   EXPECT_EQ(readPressureTable(path("many.csv"), {}, 5000).pressures.back(), 4999);
   std::string names = "a", row = "0";
   for (int i = 1; i <= 100; ++i) {
-    names += ",p" + std::to_string(i);
-    row += "," + std::to_string(i);
+    names.append(",p").append(std::to_string(i));
+    row.append(",").append(std::to_string(i));
   }
   EXPECT_EQ(readPressureTable(write("wide.csv", names + "\n" + row + "\n"), {}, 100).pressures.size(), 100U);
 }
@@ -155,7 +177,8 @@ TEST_F(CsvTest, PressuresThatCannotBeAreNamed) {
     const std::string file = write("p.csv", text);
     return problemOf(file, [&] { readPressureTable(file, {}, most); });
   };
-  EXPECT_EQ(refused("t,a,p\nx,1,2\n"), "data row 1: column t holds text and is left out, which only --column can allow");
+  EXPECT_EQ(refused("t,a,p\nx,1,2\n"),
+            "data row 1: column t holds text and is left out, which only --column can allow");
   EXPECT_EQ(refused("a\n1\n"), "has one column: a crank angle and at least one pressure are needed");
   EXPECT_EQ(refused("a,p\n1,2\n1e10,3\n"), "data row 2: column a: 1e+10 is no crank angle");
   EXPECT_EQ(refused("a,p\n1,2\nnan,3\n"), "data row 2: column a: nan is no crank angle");

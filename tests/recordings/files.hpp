@@ -69,7 +69,8 @@ protected:
     std::vector<T> all, block(frames * recording.format().channels.size());
     for (size_t count = frames; count == frames;) {
       count = recording.read(std::span(block));
-      all.insert(all.end(), block.begin(), block.begin() + static_cast<std::ptrdiff_t>(count * recording.format().channels.size()));
+      all.insert(all.end(), block.begin(),
+                 block.begin() + static_cast<std::ptrdiff_t>(count * recording.format().channels.size()));
     }
     return all;
   }

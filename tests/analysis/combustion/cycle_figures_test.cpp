@@ -68,7 +68,8 @@ TEST(MeanEffectivePressure, LinesOverVolumeAreExact) {
     const auto angles = anglesFrom(-180, 180, step);
     // Pressures of a multiple of 1/8 at each volume would be needed for exact singles: 2 + x and 5 + 3 x of the stroke.
     const auto stroke = [&](double angle) { return (engine.volume(angle) - clearance) / displacement; };
-    const auto pressures = samplesOf(angles, [&](double angle) { return angle < 0 ? 2 + stroke(angle) : 5 + 3 * stroke(angle); });
+    const auto pressures =
+        samplesOf(angles, [&](double angle) { return angle < 0 ? 2 + stroke(angle) : 5 + 3 * stroke(angle); });
     double jump = 0;  // of the trapezoid in which the pressure jumps from one line to the other
     const double before = stroke(-step);
     jump = (5 - 2) * before / 2;
@@ -109,7 +110,8 @@ TEST(SteepestRise, DifferencesAreTakenOverTwoSteps) {
   EXPECT_EQ(cubic.angle, -179);
   expectClose(cubic.steepness, 358);
   // What is steeper outside, or from inside to outside, does not count.
-  const PressureRise outside = steepestRise({-182, -180, -178, -176, 176, 178, 180, 182}, std::vector<float>{0, 90, 91, 91, 91, 92, 93, 300});
+  const PressureRise outside =
+      steepestRise({-182, -180, -178, -176, 176, 178, 180, 182}, std::vector<float>{0, 90, 91, 91, 91, 92, 93, 300});
   EXPECT_EQ(outside.angle, 178);
   expectClose(outside.steepness, 0.5);
 }

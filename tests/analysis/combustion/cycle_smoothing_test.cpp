@@ -111,7 +111,9 @@ TEST(WindowedAverage, ItIsTheMeanOfTheLastCycles) {
     for (const uint32_t window : {1U, 2U, 3U, 5U}) {
       WindowedAverage average(linkedFunctions, length, window);
       EXPECT_EQ(average.cycles(), 0U);
-      const auto valueOf = [](int cycle, size_t i) { return static_cast<float>((cycle * 17 + static_cast<int>(i) * 5) % 23); };
+      const auto valueOf = [](int cycle, size_t i) {
+        return static_cast<float>((cycle * 17 + static_cast<int>(i) * 5) % 23);
+      };
       for (int cycle = 0; cycle < 12; ++cycle) {
         std::vector<float> samples;
         for (size_t i = 0; i < length; ++i) {
@@ -126,7 +128,8 @@ TEST(WindowedAverage, ItIsTheMeanOfTheLastCycles) {
           for (int c = first; c <= cycle; ++c) {
             sum += valueOf(c, i);
           }
-          ASSERT_EQ(average.curve()[i], sum / static_cast<float>(cycle + 1 - first)) << cycle << ' ' << window << ' ' << i;
+          ASSERT_EQ(average.curve()[i], sum / static_cast<float>(cycle + 1 - first))
+              << cycle << ' ' << window << ' ' << i;
         }
       }
     }

@@ -61,7 +61,7 @@ TEST(PressureCycles, ALongRunIsCutIntoCompleteCycles) {
     EXPECT_NEAR(found->cycles.step(), step, 1e-9);
   };
   expect(-360, 10, 72, 1, 0, 0);
-  expect(-360, 10, 73, 1, 0, 0);   // the last one stands for the first of the next
+  expect(-360, 10, 73, 1, 0, 0);  // the last one stands for the first of the next
   expect(-360, 10, 74, 1, 0, 2);
   expect(-360, 10, 144, 2, 0, 0);
   expect(-360, 10, 200, 2, 0, 56);

@@ -100,8 +100,7 @@ TEST(Ticks, LogarithmicOnesHaveDecadesAndWhatThereIsRoomFor) {
   const auto ticks = [](double low, double high, int room) {
     return textOf(ticksOf({AxisScale::logarithmic, low, high}, room));
   };
-  EXPECT_EQ(ticks(1, 100, 9),
-            "1:1 2:2 3 4 5:5 6 7 8 9 10:10 20:20 30 40 50:50 60 70 80 90 100:100");
+  EXPECT_EQ(ticks(1, 100, 9), "1:1 2:2 3 4 5:5 6 7 8 9 10:10 20:20 30 40 50:50 60 70 80 90 100:100");
   EXPECT_EQ(ticks(1, 100, 8), "1:1 2 3 4 5 6 7 8 9 10:10 20 30 40 50 60 70 80 90 100:100");
   EXPECT_EQ(ticks(30, 300, 8), "30 40 50:50 60 70 80 90 100:100 200:200 300");
   EXPECT_EQ(ticks(30, 299, 8), "50:50 100:100 150:150 200:200 250:250");
@@ -129,7 +128,8 @@ TEST(Curve, ColumnsHoldWhatFallsIntoThem) {
     inBlocks(std::span(values), length, [&](std::span<const double> block) { curve->feed(block); });
     const auto& columns = curve->columns();
     ASSERT_EQ(columns.size(), 7U);
-    const auto expect = [](const CurveColumn& column, bool isJoined, double first, double last, double least, double most) {
+    const auto expect = [](const CurveColumn& column, bool isJoined, double first, double last, double least,
+                           double most) {
       EXPECT_FALSE(column.isEmpty);
       EXPECT_EQ(column.isJoined, isJoined);
       EXPECT_EQ(column.first, first);

@@ -18,7 +18,8 @@ using namespace kxanalysis;
 using kxcalc::linkedFunctions;
 
 TEST(Response, AMeasuredOneIsTheDesignedOne) {
-  for (const FilterDesign& design : {FilterDesign(*butterworth({0.05, 0.3}, 2)), FilterDesign(*butterworth({0, 0.2}, 3))}) {
+  for (const FilterDesign& design :
+       {FilterDesign(*butterworth({0.05, 0.3}, 2)), FilterDesign(*butterworth({0, 0.2}, 3))}) {
     for (const size_t period : std::to_array<size_t>({2, 3, 1000, 1024})) {
       auto filter = StreamFilter::create(linkedFunctions, design);
       const auto curve = measuredResponse(*filter, period, 48000);

@@ -28,7 +28,8 @@ std::vector<T> noise(size_t count) {
   return samples;
 }
 
-const std::vector<Section> sections{{0.7, 1, -0.3, 0.2, -0.5, 0.1}, {0.4, 1, 0.6, 0, 0.8, 0}, {1.1, 0.5, 2, 3, 0.2, 0.6}};
+const std::vector<Section> sections{
+    {0.7, 1, -0.3, 0.2, -0.5, 0.1}, {0.4, 1, 0.6, 0, 0.8, 0}, {1.1, 0.5, 2, 3, 0.2, 0.6}};
 
 /// The difference equation of each section, one after the other.
 std::vector<double> differenceEquation(std::vector<double> samples) {
@@ -114,7 +115,9 @@ TEST(StreamFilter, ADesignHasTheResponseOfItsParts) {
 }
 
 TEST(StreamFilter, DesignsOfNothingAreNamed) {
-  const auto problem = [](const FilterDesign& design) { return problemOf(StreamFilter::create(linkedFunctions, design)); };
+  const auto problem = [](const FilterDesign& design) {
+    return problemOf(StreamFilter::create(linkedFunctions, design));
+  };
   EXPECT_EQ(problem(std::vector<Section>()), "sections is empty: at least one is needed");
   EXPECT_EQ(problem(std::vector<float>()), "coefficients is empty: at least one is needed");
 }
@@ -137,13 +140,13 @@ TEST(PinkFilter, ItsResponseFallsTenDecibelsADecade) {
   EXPECT_EQ(response.size(), 32768U);
   EXPECT_LT(std::abs(response.back()), 1e-16);
   for (const auto& [frequency, gain] : std::to_array<std::array<double, 2>>({{9.2, 19.776584},
-                                                                            {20, 16.421634},
-                                                                            {100, 9.424585},
-                                                                            {1000, -0.539042},
-                                                                            {2000, -3.626412},
-                                                                            {5000, -7.628431},
-                                                                            {10000, -10.331471},
-                                                                            {20000, -11.870898}})) {
+                                                                             {20, 16.421634},
+                                                                             {100, 9.424585},
+                                                                             {1000, -0.539042},
+                                                                             {2000, -3.626412},
+                                                                             {5000, -7.628431},
+                                                                             {10000, -10.331471},
+                                                                             {20000, -11.870898}})) {
     EXPECT_NEAR(decibels(responseOf(response, frequency / 44100)), gain, 1e-6);
   }
 }

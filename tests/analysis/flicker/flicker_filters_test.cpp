@@ -168,7 +168,8 @@ TEST_F(FlickerFiltersTest, TheAdaptorIsALowPassOfTheHalfCyclesRms) {
     const double weight = 1 - std::pow(9, -1 / (120 * mains));
     double reference = 0;
     for (int halfCycle = 1; halfCycle <= 6000; ++halfCycle) {
-      const std::vector<float> voltage{static_cast<float>(halfCycle % 7), 3, -2, static_cast<float>(-(halfCycle % 100))};
+      const std::vector<float> voltage{static_cast<float>(halfCycle % 7), 3, -2,
+                                       static_cast<float>(-(halfCycle % 100))};
       double squares = 0;
       for (const float sample : voltage) {
         squares += static_cast<double>(sample * sample);
@@ -190,7 +191,8 @@ TEST_F(FlickerFiltersTest, AVoltageBelowTheLeastNormalSingleCountsAsNone) {
   // A sum of squares that is a single: 2^-148, of which two make a mean square of 2^-149.
   EXPECT_TRUE(adaptor->scale(std::vector<float>(2, 0x1p-74F), scaled));
   EXPECT_EQ(scaled[0], 1);
-  EXPECT_EQ(problemOf(adaptor->scale(std::vector<float>{1, NAN}, scaled)), "holds a sample that is not a finite number");
+  EXPECT_EQ(problemOf(adaptor->scale(std::vector<float>{1, NAN}, scaled)),
+            "holds a sample that is not a finite number");
   EXPECT_EQ(adaptor->reference(), 0x1p-74);
 }
 

@@ -54,10 +54,9 @@ TEST(FlickerStandardPoints, TheTablesAreThoseOfTheStandard) {
 
 TEST(FlickerStandardPoints, TheVoltageIsACarrierThatChanges) {
   constexpr double rate = 4096;  // times of its samples are exact
-  for (const FlickerStandardPoint& point :
-       {FlickerStandardPoint{FlickerSeries::sinusoidal, Lamp::volts230, 8.8, 40},
-        FlickerStandardPoint{FlickerSeries::rectangular, Lamp::volts120, 25.5, 40},
-        FlickerStandardPoint{FlickerSeries::severity, Lamp::volts120, 1620, 40}}) {
+  for (const FlickerStandardPoint& point : {FlickerStandardPoint{FlickerSeries::sinusoidal, Lamp::volts230, 8.8, 40},
+                                            FlickerStandardPoint{FlickerSeries::rectangular, Lamp::volts120, 25.5, 40},
+                                            FlickerStandardPoint{FlickerSeries::severity, Lamp::volts120, 1620, 40}}) {
     const bool is230 = point.lamp == Lamp::volts230;
     std::vector<float> voltage(9001);
     StandardVoltage source(point, rate);
@@ -65,7 +64,9 @@ TEST(FlickerStandardPoints, TheVoltageIsACarrierThatChanges) {
     for (size_t i = 0; i < voltage.size(); ++i) {
       const double time = static_cast<double>(i) / rate;
       const double cycles = point.frequency() * time, rest = cycles - std::floor(cycles);
-      const double modulation = point.series == FlickerSeries::sinusoidal ? std::sin(2 * pi * rest) : rest < 0.5 ? 1 : -1;
+      const double modulation = point.series == FlickerSeries::sinusoidal ? std::sin(2 * pi * rest)
+                                : rest < 0.5                              ? 1
+                                                                          : -1;
       const double carrier = (is230 ? 230 : 120) * std::sqrt(2) * std::sin(2 * pi * (is230 ? 50 : 60) * time);
       ASSERT_NEAR(static_cast<double>(voltage[i]), carrier * (1 + 0.2 * modulation), 3e-5) << i;
     }
@@ -74,7 +75,8 @@ TEST(FlickerStandardPoints, TheVoltageIsACarrierThatChanges) {
 
 TEST(FlickerStandardPoints, AMeterFindsThePointsToBeOne) {
   for (const Lamp lamp : {Lamp::volts230, Lamp::volts120}) {
-    for (const FlickerSeries series : {FlickerSeries::sinusoidal, FlickerSeries::rectangular, FlickerSeries::severity}) {
+    for (const FlickerSeries series :
+         {FlickerSeries::sinusoidal, FlickerSeries::rectangular, FlickerSeries::severity}) {
       const auto points = flickerStandardPoints(series, lamp);
       const FlickerStandardPoint& point = points[series == FlickerSeries::severity ? 4 : 16];
       const auto found = measureStandardPoint(linkedFunctions, point, 4000);
@@ -86,7 +88,8 @@ TEST(FlickerStandardPoints, AMeterFindsThePointsToBeOne) {
 
 TEST(FlickerStandardPoints, ARateThatCannotBeIsNamed) {
   const FlickerStandardPoint point = flickerStandardPoints(FlickerSeries::severity, Lamp::volts230)[0];
-  EXPECT_EQ(problemOf(measureStandardPoint(linkedFunctions, point, 100)), "rate is 100: flicker needs at least 4000 Hz");
+  EXPECT_EQ(problemOf(measureStandardPoint(linkedFunctions, point, 100)),
+            "rate is 100: flicker needs at least 4000 Hz");
   EXPECT_EQ(problemOf(measureStandardPoint(linkedFunctions, point, 1e7)),
             "length is 6000000000: a period has 1 to 4294967295 samples");
 }

@@ -34,7 +34,8 @@ std::vector<double> signal(const Components& components, size_t length, int cycl
   std::vector<double> samples(length, constant);
   for (const auto& [order, rms, phase] : components) {
     for (size_t i = 0; i < length; ++i) {
-      const double turns = static_cast<double>(static_cast<size_t>(order * cycles) * i % length) / static_cast<double>(length);
+      const double turns =
+          static_cast<double>(static_cast<size_t>(order * cycles) * i % length) / static_cast<double>(length);
       samples[i] += rms * std::sqrt(2) * std::sin(2 * pi * (turns + phase / 360));
     }
   }
@@ -219,8 +220,8 @@ TEST(PowerAnalysis, VoltagesAreCorrectedAndCurrentsAreNot) {
     expectAngle(figures.voltage.angles[2], 20 + third.phase - 3 * first.phase);
     expectAngle(figures.current.angles[0], -first.phase);
     expectSame(figures.current.harmonics[0], 100);
-    expectSame(figures.voltage.rms,
-               std::sqrt(std::pow(100 * first.gain, 2) + std::pow(10 * third.gain, 2) + 21 * 21 + 16 * lastGain * lastGain));
+    expectSame(figures.voltage.rms, std::sqrt(std::pow(100 * first.gain, 2) + std::pow(10 * third.gain, 2) + 21 * 21 +
+                                              16 * lastGain * lastGain));
   }
 }
 

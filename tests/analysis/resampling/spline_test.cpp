@@ -33,8 +33,8 @@ TEST(Resampler, ValuesLieOnTheSpline) {
   for (int i = 0; i < 9000; ++i) {
     samples.push_back(static_cast<float>(i * 7919 % 2003) / 2003);
   }
-  for (const auto& [from, to] : std::to_array<std::array<double, 2>>({{1, 1}, {1, 2}, {3, 1}, {1, 3.7}, {44100, 48000},
-                                                                     {1, 300}, {100, 1}})) {
+  for (const auto& [from, to] :
+       std::to_array<std::array<double, 2>>({{1, 1}, {1, 2}, {3, 1}, {1, 3.7}, {44100, 48000}, {1, 300}, {100, 1}})) {
     auto resampler = Resampler::create(linkedFunctions, from, to);
     ASSERT_TRUE(resampler);
     std::vector<float> found;
