@@ -10,7 +10,7 @@ endif()
 
 # Optimising tests, models and the host takes longer than running them does. Kernels, what tests compile of them, and benchmarks are
 # always compiled as the build type says: targets with the property KXCALC_AS_SHIPPED. (GCC 12 at -O1 sees bounds overstepped in the
-# strings of its own library: its presets leave that warning, of what is compiled so, to Clang and to -O2.)
+# strings of its own library: its preset leaves these warnings, of what is compiled so, to Clang and to -O2.)
 set(KXCALC_LIGHT_FLAGS "" CACHE STRING "Flags, after those of the build type, for all but kernels and benchmarks, for instance -O1")
 define_property(TARGET PROPERTY KXCALC_AS_SHIPPED BRIEF_DOCS "Compiled without KXCALC_LIGHT_FLAGS"
   FULL_DOCS "Compiled without KXCALC_LIGHT_FLAGS")
