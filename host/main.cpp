@@ -35,14 +35,14 @@ int run(int argumentCount, char** arguments) {
                    "kxhost");
   std::string library;
   kxhost::Action chosen;
-  program.set_version_flag("--version",
-                           [&library] { return "kxhost " KXHOST_VERSION ", " + openLibrary(library).file(); });
   program
       .add_option(
           "--library", library,
           "The library to use: a file, or a name that the system's loader knows (default: the fastest build that "
           "the processor runs)")
       ->type_name("FILE");
+  program.set_version_flag("--version",
+                           [&library] { return "kxhost " KXHOST_VERSION ", " + openLibrary(library).file(); });
   program.require_subcommand(0, 1);
   program.fallthrough();
   kxhost::addStatsCommand(program, chosen);

@@ -34,7 +34,7 @@ def gaps(header, rows, models, descriptions, tests, benchmarks):
             yield f"{name}: what count 0 does is not documented"
         if not re.search(rf"\b{name}\(", models):
             yield f"{name}: has no model"
-        if not re.search(rf"^void {name}\(Call& call,", descriptions, re.MULTILINE):
+        if not re.search(rf"^void {name}\(\s*Call& call,", descriptions, re.MULTILINE):
             yield f"{name}: has no description"
         if not re.search(rf"\b{name.removeprefix('kxcalc').removeprefix('kxCalc')}\b", tests):
             yield f"{name}: has no test"
