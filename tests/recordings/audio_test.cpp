@@ -83,7 +83,7 @@ protected:
   std::string wave(size_t bytesASample, const std::string& data, size_t channels = 1) const {
     const auto number = [](uint64_t value, size_t bytes) { return bytesOf(value, bytes, false); };
     return write("a.wav", "RIFF" + number(36 + data.size(), 4) + "WAVEfmt " + number(16, 4) + number(1, 2) +
-                              number(1, 2) + number(8000, 4) + number(8000 * channels * bytesASample, 4) +
+                              number(channels, 2) + number(8000, 4) + number(8000 * channels * bytesASample, 4) +
                               number(channels * bytesASample, 2) + number(8 * bytesASample, 2) + "data" +
                               number(data.size(), 4) + data);
   }
@@ -139,6 +139,7 @@ TEST_F(AudioTest, IntegersAreReadInStepsOfTheFile) {
   EXPECT_EQ(samplesOf<int32_t>(*expect(4, std::string("\x01\x00\x00\x80", 4), "int32", 2147483648), 3),
             (std::vector<int32_t>{-2147483647}));
   const auto stereo = openRecording(wave(3, std::string("\1\0\0\2\0\0\3\0\0\4\0\0", 12), 2), {});
+  EXPECT_EQ(stereo->format().channels.size(), 2U);
   EXPECT_EQ(samplesOf<int32_t>(*stereo, 3), (std::vector<int32_t>{1, 2, 3, 4}));
 }
 
