@@ -1,6 +1,4 @@
 // kxhost: measures, shows, filters and analyses recordings with the kernel library.
-#include <fmt/ostream.h>
-
 #include <algorithm>
 #include <exception>
 #include <filesystem>
@@ -10,6 +8,7 @@
 #include "functions/library.hpp"
 #include "host/commands/command.hpp"
 #include "host/reports/floors.hpp"
+#include "host/reports/print.hpp"
 
 namespace {
 
@@ -80,7 +79,7 @@ int run(int argumentCount, char** arguments) {
   } catch (const CLI::ParseError& error) {
     std::string message = error.what();
     std::replace(message.begin(), message.end(), '\n', ' ');
-    fmt::print(std::cerr, "kxhost: {} (kxhost --help tells more)\n", message);
+    kxhost::printTo(std::cerr, "kxhost: {} (kxhost --help tells more)\n", message);
     return misused;
   }
   const kxcalc::Library opened = openLibrary(library);
@@ -97,7 +96,7 @@ int main(int argumentCount, char** arguments) {
   try {
     return run(argumentCount, arguments);
   } catch (const std::exception& error) {
-    fmt::print(std::cerr, "kxhost: {}\n", error.what());
+    kxhost::printTo(std::cerr, "kxhost: {}\n", error.what());
     return failed;
   }
 }

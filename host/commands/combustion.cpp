@@ -1,6 +1,4 @@
 // kxhost combustion: cylinder pressure over the crank angle, cycle by cycle.
-#include <fmt/ostream.h>
-
 #include <filesystem>
 #include <iostream>
 
@@ -14,6 +12,7 @@
 #include "host/reports/floors.hpp"
 #include "host/reports/json.hpp"
 #include "host/reports/notes.hpp"
+#include "host/reports/print.hpp"
 #include "host/reports/required.hpp"
 #include "host/reports/table.hpp"
 #include "recordings/pressure_table.hpp"
@@ -85,10 +84,10 @@ void printOverall(const std::vector<CycleFigures>& cycles) {
 }
 
 void printPolytrope(const char* stroke, const std::optional<Polytrope>& polytrope) {
-  fmt::print(std::cout, "Polytropic exponent of the {}: {}\n", stroke,
-             polytrope ? fmt::format("{:.6g} (from {:.6g} to {:.6g} deg)", polytrope->exponent, polytrope->window.from,
-                                     polytrope->window.to)
-                       : "- (no pressures above 0)");
+  printTo(std::cout, "Polytropic exponent of the {}: {}\n", stroke,
+          polytrope ? fmt::format("{:.6g} (from {:.6g} to {:.6g} deg)", polytrope->exponent, polytrope->window.from,
+                                  polytrope->window.to)
+                    : "- (no pressures above 0)");
 }
 
 void printText(const CombustionOptions& options, const PressureCycles& cycles, const CycleAnalysis& analysis,
@@ -98,15 +97,14 @@ void printText(const CombustionOptions& options, const PressureCycles& cycles, c
   printCycles(figures);
   std::cout << '\n';
   printOverall(figures);
-  fmt::print(std::cout,
-             "\nCycles: {} of {} samples, {:.6g} deg apart\n"
-             "Displacement: {:.6g} cm3, clearance {:.6g} cm3\n"
-             "Smoothed pressure: minimum {:.6g} bar, maximum {:.6g} bar, average {:.6g} bar, RMS {:.6g} bar\n"
-             "Peak of the average cycle: {} bar, of the average of the last {}: {:.6g} bar\n",
-             cycles.count(), cycles.angles.size(), cycles.step(), options.engine.displacement(),
-             options.engine.clearance(), statistics.minimum(), statistics.maximum(), statistics.average(),
-             std::sqrt(statistics.meanSquare()), figure(last.averagePeak), analysis.windowedCycles(),
-             last.windowedPeak);
+  printTo(std::cout,
+          "\nCycles: {} of {} samples, {:.6g} deg apart\n"
+          "Displacement: {:.6g} cm3, clearance {:.6g} cm3\n"
+          "Smoothed pressure: minimum {:.6g} bar, maximum {:.6g} bar, average {:.6g} bar, RMS {:.6g} bar\n"
+          "Peak of the average cycle: {} bar, of the average of the last {}: {:.6g} bar\n",
+          cycles.count(), cycles.angles.size(), cycles.step(), options.engine.displacement(),
+          options.engine.clearance(), statistics.minimum(), statistics.maximum(), statistics.average(),
+          std::sqrt(statistics.meanSquare()), figure(last.averagePeak), analysis.windowedCycles(), last.windowedPeak);
   printPolytrope("compression", analysis.compression());
   printPolytrope("expansion", analysis.expansion());
 }

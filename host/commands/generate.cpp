@@ -1,6 +1,4 @@
 // kxhost generate: recordings to try things on.
-#include <fmt/ostream.h>
-
 #include <algorithm>
 #include <cmath>
 #include <iostream>
@@ -10,6 +8,7 @@
 #include "host/commands/command.hpp"
 #include "host/commands/options.hpp"
 #include "host/reports/floors.hpp"
+#include "host/reports/print.hpp"
 #include "host/reports/required.hpp"
 #include "recordings/audio_output.hpp"
 #include "recordings/csv_output.hpp"
@@ -57,11 +56,11 @@ int runGeneratePower(const Functions& functions, const GeneratePowerOptions& opt
     AudioOutput output(options.output, MainsSignal::channels, options.rate);
     writeMains(functions, settings, static_cast<uint64_t>(frames), output);
   }
-  fmt::print(std::cout,
-             "{0}: {1} frames at {2} Hz, channels 1 to 3 U1 to U3 in V, 4 to 6 I1 to I3 in A\n"
-             "to analyse it: kxhost power {0}{3} --frequency {4}\n",
-             options.output, numberText(frames, allDigits), options.rate,
-             options.isCsv() ? fmt::format(" --rate {}", options.rate) : "", numberText(settings.frequency, allDigits));
+  printTo(std::cout,
+          "{0}: {1} frames at {2} Hz, channels 1 to 3 U1 to U3 in V, 4 to 6 I1 to I3 in A\n"
+          "to analyse it: kxhost power {0}{3} --frequency {4}\n",
+          options.output, numberText(frames, allDigits), options.rate,
+          options.isCsv() ? fmt::format(" --rate {}", options.rate) : "", numberText(settings.frequency, allDigits));
   return 0;
 }
 

@@ -1,6 +1,4 @@
 // kxhost noise: white noise, and pink noise made of it, with the spectrum that it has.
-#include <fmt/ostream.h>
-
 #include <bit>
 #include <cmath>
 #include <iostream>
@@ -17,6 +15,7 @@
 #include "host/pictures/frequency_picture.hpp"
 #include "host/pictures/picture_file.hpp"
 #include "host/reports/floors.hpp"
+#include "host/reports/print.hpp"
 #include "host/reports/progress.hpp"
 #include "host/reports/required.hpp"
 #include "host/reports/table.hpp"
@@ -148,22 +147,22 @@ Spectra spectraOf(const NoiseOptions& options, const AveragedSpectrum& spectrum,
 }
 
 void printDeviations(const NoiseOptions& options, const Spectra& spectra) {
-  fmt::print(std::cout, "Largest deviation from {}, {:.6g} Hz to {:.6g} Hz:\n",
-             options.pink ? "-3.01 dB per octave" : "a flat spectrum", lowestHeard, highestBandEnd(options.rate));
+  printTo(std::cout, "Largest deviation from {}, {:.6g} Hz to {:.6g} Hz:\n",
+          options.pink ? "-3.01 dB per octave" : "a flat spectrum", lowestHeard, highestBandEnd(options.rate));
   if (options.pink) {
-    fmt::print(std::cout, "  of the filter {} dB\n", decibelText(spectra.filterFit.deviation));
+    printTo(std::cout, "  of the filter {} dB\n", decibelText(spectra.filterFit.deviation));
   }
   if (spectra.measured.empty()) {
-    fmt::print(std::cout, "  of the noise not known: it takes {} to measure\n", leastSeconds(options));
+    printTo(std::cout, "  of the noise not known: it takes {} to measure\n", leastSeconds(options));
     return;
   }
   // The power of Gaussian noise in a band B Hz wide over T seconds scatters by 1 / sqrt(B T) of itself (Bendat and
   // Piersol, Random Data, section 8.3).
   const double bandwidth = lowestHeard * (std::pow(10.0, 0.1) - 1);
   const double scatter = 10 / std::log(10) / std::sqrt(bandwidth * options.seconds);
-  fmt::print(std::cout,
-             "  of the noise {} dB, measured in ten bands a decade (the lowest scatters by {} dB at this length)\n",
-             decibelText(spectra.measuredFit.deviation), decibelText(scatter));
+  printTo(std::cout,
+          "  of the noise {} dB, measured in ten bands a decade (the lowest scatters by {} dB at this length)\n",
+          decibelText(spectra.measuredFit.deviation), decibelText(scatter));
 }
 
 void drawSpectra(const NoiseOptions& options, const OutputFile& file, double factor, const Spectra& spectra) {
@@ -225,9 +224,9 @@ int runNoise(const Functions& functions, const NoiseOptions& options) {
   }
   output.finish();
   const double peak = std::max(-statistics.minimum(), statistics.maximum());
-  fmt::print(std::cout, "{}: {} frames at {} Hz, {} of seed {}, RMS {} dB and peak {} dB re full scale\n",
-             options.output, output.frames(), options.rate, options.name(), options.seed,
-             decibelText(10 * std::log10(statistics.meanSquare())), decibelText(20 * std::log10(peak)));
+  printTo(std::cout, "{}: {} frames at {} Hz, {} of seed {}, RMS {} dB and peak {} dB re full scale\n", options.output,
+          output.frames(), options.rate, options.name(), options.seed,
+          decibelText(10 * std::log10(statistics.meanSquare())), decibelText(20 * std::log10(peak)));
   if (options.pink) {
     printGains(impulseResponse, options.rate, spectra.filterFit);
   }

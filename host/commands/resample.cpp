@@ -1,6 +1,4 @@
 // kxhost resample: a recording at another sample rate.
-#include <fmt/ostream.h>
-
 #include <algorithm>
 #include <cmath>
 #include <iostream>
@@ -14,6 +12,7 @@
 #include "host/commands/options.hpp"
 #include "host/reports/floors.hpp"
 #include "host/reports/notes.hpp"
+#include "host/reports/print.hpp"
 #include "host/reports/progress.hpp"
 #include "host/reports/required.hpp"
 #include "recordings/audio_output.hpp"
@@ -102,8 +101,8 @@ int runResample(const Functions& functions, const ResampleOptions& options) {
       format.type, [&]<class T>() { return resample<T>(functions, options.file, *recording, rate, output); });
   output.finish();
   printNotes(options.file, recording->notes());
-  fmt::print(std::cout, "{}: {} frames at {} Hz, from {} at {} Hz\n", options.output, output.frames(), rate, frames,
-             numberText(oldRate, allDigits));
+  printTo(std::cout, "{}: {} frames at {} Hz, from {} at {} Hz\n", options.output, output.frames(), rate, frames,
+          numberText(oldRate, allDigits));
   return 0;
 }
 

@@ -1,6 +1,4 @@
 // kxhost stats: minimum, maximum, average, RMS, AC RMS and crest factor of every channel.
-#include <fmt/ostream.h>
-
 #include <iostream>
 
 #include "analysis/number_text.hpp"
@@ -13,6 +11,7 @@
 #include "host/reports/floors.hpp"
 #include "host/reports/json.hpp"
 #include "host/reports/notes.hpp"
+#include "host/reports/print.hpp"
 #include "host/reports/progress.hpp"
 #include "host/reports/table.hpp"
 #include "recordings/recording.hpp"
@@ -223,7 +222,7 @@ int runStats(const Functions& functions, const StatsOptions& options) {
     try {
       results.push_back(process(functions, options, i));
     } catch (const FileError& error) {
-      fmt::print(std::cerr, "kxhost: {}\n", error.what());
+      printTo(std::cerr, "kxhost: {}\n", error.what());
     }
   }
   if (!results.empty()) {

@@ -1,6 +1,4 @@
 // kxhost view: a picture of one channel's curve, with a cursor on it.
-#include <fmt/ostream.h>
-
 #include <algorithm>
 #include <cmath>
 #include <iostream>
@@ -15,6 +13,7 @@
 #include "host/pictures/finite_range.hpp"
 #include "host/reports/floors.hpp"
 #include "host/reports/notes.hpp"
+#include "host/reports/print.hpp"
 #include "host/reports/progress.hpp"
 #include "host/reports/required.hpp"
 #include "recordings/output_file.hpp"

@@ -1,7 +1,6 @@
 #include "host/pictures/gnuplot.hpp"
 
 #include <fcntl.h>
-#include <fmt/ostream.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -14,6 +13,7 @@
 #include <system_error>
 
 #include "host/reports/floors.hpp"
+#include "host/reports/print.hpp"
 #include "recordings/recording.hpp"
 
 namespace kxhost {
@@ -109,12 +109,12 @@ void drawScript(const OutputFile& picture, const std::string& script, const Shee
   const auto scriptFile = picture.workplace() / "script";
   std::ofstream out(scriptFile);
   const bool isSvg = std::filesystem::path(picture.name()).extension() == ".svg";
-  fmt::print(out,
-             "set terminal {} size {},{} noenhanced font ',11' background rgb 'white'\n"
-             "set encoding utf8\n"
-             "set output {}\n"
-             "{}set output\n",
-             isSvg ? "svg" : "pngcairo", sheet.width, sheet.height(), gnuplotText(picture.draft().string()), script);
+  printTo(out,
+          "set terminal {} size {},{} noenhanced font ',11' background rgb 'white'\n"
+          "set encoding utf8\n"
+          "set output {}\n"
+          "{}set output\n",
+          isSvg ? "svg" : "pngcairo", sheet.width, sheet.height(), gnuplotText(picture.draft().string()), script);
   out.close();
   if (!out) {
     throw FileError(picture.name(), "cannot be written: no room for the gnuplot script");

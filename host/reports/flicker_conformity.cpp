@@ -1,7 +1,5 @@
 #include "host/reports/flicker_conformity.hpp"
 
-#include <fmt/ostream.h>
-
 #include <algorithm>
 #include <atomic>
 #include <cmath>
@@ -13,6 +11,7 @@
 #include "analysis/number_text.hpp"
 #include "host/reports/floors.hpp"
 #include "host/reports/json.hpp"
+#include "host/reports/print.hpp"
 #include "host/reports/required.hpp"
 #include "host/reports/table.hpp"
 
@@ -93,11 +92,11 @@ void printRows(const std::vector<Row>& rows) {
 void printSummary(const std::vector<Row>& rows, double rate, size_t failures) {
   const Row& worst =
       *std::ranges::max_element(rows, {}, [](const Row& row) { return std::abs(row.deviation) / row.tolerance; });
-  fmt::print(std::cout,
-             "\n{} test points at {} Hz, {} outside of what is allowed. The largest deviation of what is allowed: {} "
-             "of {:.5g} %, at {} ({}, {})\n",
-             rows.size(), numberText(rate, allDigits), failures, percentText(worst.deviation), worst.tolerance,
-             modulationText(worst.point), nameOf(worst.point.series), settingText(nominalSetting(worst.point.lamp)));
+  printTo(std::cout,
+          "\n{} test points at {} Hz, {} outside of what is allowed. The largest deviation of what is allowed: {} "
+          "of {:.5g} %, at {} ({}, {})\n",
+          rows.size(), numberText(rate, allDigits), failures, percentText(worst.deviation), worst.tolerance,
+          modulationText(worst.point), nameOf(worst.point.series), settingText(nominalSetting(worst.point.lamp)));
 }
 
 Json jsonOf(const std::vector<Row>& rows, double rate, bool passes) {

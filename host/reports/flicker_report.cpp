@@ -1,10 +1,9 @@
 #include "host/reports/flicker_report.hpp"
 
-#include <fmt/ostream.h>
-
 #include <iostream>
 
 #include "host/reports/floors.hpp"
+#include "host/reports/print.hpp"
 #include "host/reports/table.hpp"
 
 namespace kxhost {
@@ -24,9 +23,9 @@ std::vector<double> FlickerResult::longTermSeverities() const {
 void printTable(const FlickerResult& result) {
   constexpr int figureDigits = 5, timeDigits = 10;
   const std::string period = fmt::format("{:.5g} s", result.secondsOf(result.period));
-  fmt::print(std::cout, "{}, channel {}, {:.10g} Hz: lamp and mains of {}, settled for {:.5g} s, Pst over {}\n\n",
-             result.file, result.channel, result.rate, settingText(result.setting), result.secondsOf(result.settling),
-             period);
+  printTo(std::cout, "{}, channel {}, {:.10g} Hz: lamp and mains of {}, settled for {:.5g} s, Pst over {}\n\n",
+          result.file, result.channel, result.rate, settingText(result.setting), result.secondsOf(result.settling),
+          period);
   Table table({"From/s", "To/s", "Pst", "P0.1", "P1s", "P3s", "P10s", "P50s", "Largest"});
   for (size_t i = 0; i < result.periods.size(); ++i) {
     const Severity severity = severityOf(result.periods[i].classes);
@@ -38,14 +37,14 @@ void printTable(const FlickerResult& result) {
     table.add(std::move(row));
   }
   table.print(std::cout);
-  fmt::print(std::cout, "\nP... and Largest: instantaneous sensation, in units of the threshold of perception\n");
+  printTo(std::cout, "\nP... and Largest: instantaneous sensation, in units of the threshold of perception\n");
   const std::vector<double> longTerm = result.longTermSeverities();
   for (size_t i = 0; i < longTerm.size(); ++i) {
-    fmt::print(std::cout, "Plt {:.5g}, from {:.10g} s to {:.10g} s: {} periods of {}\n", longTerm[i],
-               result.beginOf(i * longTermPeriods), result.beginOf((i + 1) * longTermPeriods), longTermPeriods, period);
+    printTo(std::cout, "Plt {:.5g}, from {:.10g} s to {:.10g} s: {} periods of {}\n", longTerm[i],
+            result.beginOf(i * longTermPeriods), result.beginOf((i + 1) * longTermPeriods), longTermPeriods, period);
   }
   if (const double rest = result.secondsOf(result.samples) - result.beginOf(result.periods.size()); rest > 0) {
-    fmt::print(std::cout, "The last {:.5g} s are no full period and do not count\n", rest);
+    printTo(std::cout, "The last {:.5g} s are no full period and do not count\n", rest);
   }
 }
 

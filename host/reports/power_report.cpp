@@ -1,12 +1,11 @@
 #include "host/reports/power_report.hpp"
 
-#include <fmt/ostream.h>
-
 #include <algorithm>
 #include <cmath>
 
 #include "analysis/number_text.hpp"
 #include "host/reports/floors.hpp"
+#include "host/reports/print.hpp"
 #include "host/reports/table.hpp"
 
 namespace kxhost {
@@ -63,11 +62,11 @@ double PowerReport::orderFrequency(size_t order) const {
 }
 
 void printSummary(std::ostream& out, const PowerReport& report) {
-  fmt::print(out, "{}: {} of {} cycles at {:.6g} Hz, {} samples or {:.7g} s each", titleOf(report.file, report.format),
-             windowCount(report.windows.size()), report.settings.cycles, report.settings.frequency, report.windowLength,
-             report.windowSeconds());
+  printTo(out, "{}: {} of {} cycles at {:.6g} Hz, {} samples or {:.7g} s each", titleOf(report.file, report.format),
+          windowCount(report.windows.size()), report.settings.cycles, report.settings.frequency, report.windowLength,
+          report.windowSeconds());
   if (report.leftOver > 0) {
-    fmt::print(out, "; {} samples at the end are left over", report.leftOver);
+    printTo(out, "; {} samples at the end are left over", report.leftOver);
   }
   out << "\n\n";
   Table table({Table::text("Phase"), Table::text("Voltage"), "U/V", "Angle/deg", "THD/%", Table::text("Current"), "I/A",

@@ -1,12 +1,13 @@
 #include "host/reports/progress.hpp"
 
-#include <fmt/ostream.h>
 #include <unistd.h>
 
 #include <cmath>
 #include <cstddef>
 #include <iostream>
 #include <utility>
+
+#include "host/reports/print.hpp"
 
 namespace kxhost {
 namespace {
@@ -33,8 +34,8 @@ void Progress::update(double share) {
   }
   constexpr size_t width = 40;
   const auto filled = static_cast<size_t>(std::lround(share * width));
-  fmt::print(std::cerr, "{}[{:#<{}}{:{}}] {} % {}", clearLine, "", filled, "", width - filled, std::lround(share * 100),
-             label_);
+  printTo(std::cerr, "{}[{:#<{}}{:{}}] {} % {}", clearLine, "", filled, "", width - filled, std::lround(share * 100),
+          label_);
   std::cerr << std::flush;
   drawn_ = true;
   next_ = Clock::now() + interval;

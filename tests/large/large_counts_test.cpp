@@ -533,6 +533,15 @@ TEST(LongLargeCounts, PowerPandQsum) {
   EXPECT_EQ(reactive, 0);
 }
 
+TEST(LongLargeCounts, PowerAngles) {
+  // Positions from 0 on that come to 1 with the last order: all angles but its own lie between the first two bins.
+  const std::array<float, 6> spectrum{0, 1, 1, 0, 0, -1};  // 0, 90 and 180 degrees
+  RepeatedBuffer<float> angles(std::size_t{highest} + 1);
+  kxcalcPowerAngles(spectrum.data(), angles.data(), highest, 0, 0x1p-31F);
+  EXPECT_NEAR(angles[1], 0, 1e-6F);
+  EXPECT_NEAR(angles.last(), -90, 1e-4F);
+}
+
 TEST(LongLargeCounts, PowerUnbalance) {
   RepeatedBuffer<float> magnitudes(large);
   RepeatedBuffer<float> angles(large);
