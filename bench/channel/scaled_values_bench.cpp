@@ -130,7 +130,7 @@ void compare(const char* name, const std::string& type, uint32_t typeCode, size_
                         Value(0.0625),
                         Value(0.75)};
       },
-      [=](Workload& w) {
+      [=](const Functions& functions, Workload& w) {
         const Params params{w.source,
                             w.output,
                             w.scale,
@@ -138,7 +138,7 @@ void compare(const char* name, const std::string& type, uint32_t typeCode, size_
                             static_cast<int32_t>(w.count),
                             typeCode,
                             static_cast<int32_t>(w.stride)};
-        kernel(&params);
+        (functions.*kernel)(&params);
       },
       std::move(counts));
   const auto streams = [](Workload& w) { return Streams{w.source, nullptr, w.output}; };
@@ -146,23 +146,23 @@ void compare(const char* name, const std::string& type, uint32_t typeCode, size_
     comparison.template limitedByTraffic<Traffic{.first = sizeof(Raw), .output = sizeof(Value)}>(streams);
   }
 
-  const char* const rounding = "the rounding of each operation";
-  comparison.plain("", plain<Raw, Value>);
-  comparison.reordered(rounding, plain<Raw, Value>);
+  const Contract otherwiseRounded = otherBits("the rounding of each operation", otherRoundings);
+  comparison.plain(sameBits(), plain<Raw, Value>);
+  comparison.reordered(otherwiseRounded, plain<Raw, Value>);
 #if defined(KXCALC_BENCH_EIGEN)
-  comparison.library("Eigen", "", eigen<Raw, Value>);
+  comparison.library("Eigen", sameBits(), eigen<Raw, Value>);
 #endif
 #if defined(KXCALC_BENCH_HIGHWAY)
   if constexpr (sizeof(Raw) <= 4 && !std::is_same_v<Raw, uint32_t>) {
     if (stride == 1) {
-      comparison.library("Highway", "", highway<Raw, Value>);
+      comparison.library("Highway", sameBits(), highway<Raw, Value>);
     }
   }
 #endif
 #if defined(KXCALC_BENCH_VOLK)
   if constexpr (std::is_same_v<Value, float> && std::is_integral_v<Raw> && std::is_signed_v<Raw> && sizeof(Raw) <= 4) {
     if (stride == 1) {
-      comparison.library("VOLK", rounding, volk<Raw>, otherRoundings);
+      comparison.library("VOLK", otherwiseRounded, volk<Raw>);
     }
   }
 #endif
@@ -179,13 +179,13 @@ void compareType(const char* type, uint32_t typeCode) {
     }
     // The output begins one element past a boundary, where the other two exports do not take it.
     compare<Single, Raw, float>("kxcalcChannelGetScaledValuesAtPos_float", type, typeCode, stride, 1, counts,
-                                kxcalcChannelGetScaledValuesAtPos_float);
+                                &Functions::kxcalcChannelGetScaledValuesAtPos_float);
     compare<Double, Raw, double>("kxcalcChannelGetScaledValuesAtPos_double", type, typeCode, stride, 1, counts,
-                                 kxcalcChannelGetScaledValuesAtPos_double);
+                                 &Functions::kxcalcChannelGetScaledValuesAtPos_double);
     compare<Single, Raw, float>("kxcalcChannelGetScaledValuesAtPos_float_aligned_output", type, typeCode, stride, 0,
-                                {shortBlock}, kxcalcChannelGetScaledValuesAtPos_float_aligned_output);
+                                {shortBlock}, &Functions::kxcalcChannelGetScaledValuesAtPos_float_aligned_output);
     compare<Double, Raw, double>("kxcalcChannelGetScaledValuesAtPos_double_aligned_output", type, typeCode, stride, 0,
-                                 {shortBlock}, kxcalcChannelGetScaledValuesAtPos_double_aligned_output);
+                                 {shortBlock}, &Functions::kxcalcChannelGetScaledValuesAtPos_double_aligned_output);
   }
 }
 

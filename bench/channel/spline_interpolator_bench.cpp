@@ -85,18 +85,26 @@ private:
   }
 };
 
+/// Of the library that made it.
 struct Destroy {
-  void operator()(CHSInterpolator* interpolator) const { kxcalcCHSInterpolator_Destroy(interpolator); }
-#if defined(KXCALC_BENCH_LIBSAMPLERATE)
-  void operator()(SRC_STATE* converter) const {
-    src_delete(converter);
-  }
-#endif
+  const Functions* functions;
+
+  void operator()(CHSInterpolator* interpolator) const { functions->kxcalcCHSInterpolator_Destroy(interpolator); }
 };
 using Interpolator = std::unique_ptr<CHSInterpolator, Destroy>;
 
+Interpolator create(const Functions& functions, Rates rates, size_t longestBlock) {
+  const CHSInterpolatorParams params{rates.input, rates.output, ringFor(longestBlock)};
+  CHSInterpolator* handle = nullptr;
+  functions.kxcalcCHSInterpolator_Create(&handle, &params);
+  return Interpolator(handle, {&functions});
+}
+
 #if defined(KXCALC_BENCH_LIBSAMPLERATE)
-using Converter = std::unique_ptr<SRC_STATE, Destroy>;
+struct Delete {
+  void operator()(SRC_STATE* converter) const { src_delete(converter); }
+};
+using Converter = std::unique_ptr<SRC_STATE, Delete>;
 
 Converter createConverter(int filter) {
   int error = 0;
@@ -104,18 +112,11 @@ Converter createConverter(int filter) {
 }
 #endif
 
-Interpolator create(Rates rates, size_t longestBlock) {
-  const CHSInterpolatorParams params{rates.input, rates.output, ringFor(longestBlock)};
-  CHSInterpolator* handle = nullptr;
-  kxcalcCHSInterpolator_Create(&handle, &params);
-  return Interpolator(handle);
-}
-
 /// A stream of one block, from its beginning.
 struct Stream {
   Rates rates;
   std::vector<float> input;
-  Interpolator interpolator;
+  Interpolator interpolator{nullptr, {}};
   PlainSpline plain;
   const float* values = nullptr;
   uint32_t count = 0;
@@ -125,12 +126,20 @@ struct Stream {
       std::vector<float>(2 + static_cast<size_t>(rates.ratio() * static_cast<double>(input.size())));
 #endif
 
-  Stream(Rates ofStream, size_t inputs)
-      : rates(ofStream), input(inputs), interpolator(create(rates, inputs)), plain(rates, inputs) {
+  Stream(Rates ofStream, size_t inputs) : rates(ofStream), input(inputs), plain(rates, inputs) {
     for (size_t i = 0; i < inputs; ++i) {  // from 0 to 1 and back to 0
       const double angle = 2 * std::numbers::pi * static_cast<double>(i) / static_cast<double>(inputs);
       input[i] = static_cast<float>(0.5 - 0.5 * std::cos(angle));
     }
+  }
+
+  /// A library's interpolator, at the beginning of the stream.
+  CHSInterpolator* restart(const Functions& functions) {
+    if (!interpolator) {
+      interpolator = create(functions, rates, input.size());
+    }
+    functions.kxcalcCHSInterpolator_Reset(interpolator.get());
+    return interpolator.get();
   }
 
   /// Small values are as exact as large ones.
@@ -163,24 +172,23 @@ void compareInterpolation(const char* variant, Rates rates) {
   Comparison comparison(
       "kxcalcCHSInterpolator_InterpolateValues", variant,
       [=](size_t outputs) { return Stream(rates, rates.inputsFor(outputs)); },
-      [](Stream& w) {
-        kxcalcCHSInterpolator_Reset(w.interpolator.get());
-        kxcalcCHSInterpolator_InterpolateValues(w.interpolator.get(), w.input.data(),
-                                                static_cast<uint32_t>(w.input.size()), &w.values, &w.count);
+      [](const Functions& functions, Stream& w) {
+        CHSInterpolator* const interpolator = w.restart(functions);
+        functions.kxcalcCHSInterpolator_InterpolateValues(interpolator, w.input.data(),
+                                                          static_cast<uint32_t>(w.input.size()), &w.values, &w.count);
       },
       {blockSizes[0], blockSizes[1]});
   const auto plain = [](Stream& w) {
     w.plain.reset();
     w.plain.interpolate(w.input.data(), w.input.size(), &w.values, &w.count);
   };
-  comparison.plain("", plain, otherRoundings);
-  comparison.reordered("the rounding of each operation", plain);
+  comparison.plain(sameBits(), plain);
+  comparison.reordered(otherBits("the rounding of each operation", otherRoundings), plain);
 #if defined(KXCALC_BENCH_LIBSAMPLERATE)
-  comparison.library(
-      "SRC-lin", "a cubic: straight lines", [](Stream& w) { resample(w, w.linear.get()); }, otherFilter);
-  comparison.library(
-      "SRC-sinc", "a cubic: a windowed sinc, the costlier and better filter",
-      [](Stream& w) { resample(w, w.sinc.get()); }, otherFilter);
+  comparison.library("SRC-lin", otherBits("a cubic: straight lines", otherFilter),
+                     [](Stream& w) { resample(w, w.linear.get()); });
+  comparison.library("SRC-sinc", otherBits("a cubic: a windowed sinc, the costlier and better filter", otherFilter),
+                     [](Stream& w) { resample(w, w.sinc.get()); });
 #endif
 }
 
@@ -191,11 +199,11 @@ void compareStop() {
   Comparison comparison(
       "kxcalcCHSInterpolator_Stop", "whole-stream",
       [](size_t outputs) { return Stream(soundCards, soundCards.inputsFor(outputs)); },
-      [](Stream& w) {
-        kxcalcCHSInterpolator_Reset(w.interpolator.get());
-        kxcalcCHSInterpolator_InterpolateValues(w.interpolator.get(), w.input.data(),
-                                                static_cast<uint32_t>(w.input.size()), &w.values, &w.count);
-        kxcalcCHSInterpolator_Stop(w.interpolator.get(), &w.values, &w.count);
+      [](const Functions& functions, Stream& w) {
+        CHSInterpolator* const interpolator = w.restart(functions);
+        functions.kxcalcCHSInterpolator_InterpolateValues(interpolator, w.input.data(),
+                                                          static_cast<uint32_t>(w.input.size()), &w.values, &w.count);
+        functions.kxcalcCHSInterpolator_Stop(interpolator, &w.values, &w.count);
       },
       {100, blockSizes[0]});
   const auto plain = [](Stream& w) {
@@ -203,13 +211,13 @@ void compareStop() {
     w.plain.interpolate(w.input.data(), w.input.size(), &w.values, &w.count);
     w.plain.stop(&w.values, &w.count);
   };
-  comparison.plain("", plain, otherRoundings);
+  comparison.plain(sameBits(), plain);
 }
 
 void compareReset() {
   Comparison comparison(
       "kxcalcCHSInterpolator_Reset", "", [](size_t) { return Stream(soundCards, 100); },
-      [](Stream& w) { kxcalcCHSInterpolator_Reset(w.interpolator.get()); }, {1});
+      [](const Functions& functions, Stream& w) { w.restart(functions); }, {1});
 }
 
 /// Interpolators that are open at the same time.
@@ -217,7 +225,11 @@ struct Lifetimes {
   std::vector<Interpolator> interpolators;
   std::vector<std::unique_ptr<PlainSpline>> plain;
 
-  explicit Lifetimes(size_t count) : interpolators(count), plain(count) {}
+  explicit Lifetimes(size_t count) : plain(count) {
+    for (size_t i = 0; i < count; ++i) {
+      interpolators.emplace_back(nullptr, Destroy{});
+    }
+  }
 
   std::vector<Quantity> results() const { return {}; }
 };
@@ -225,16 +237,16 @@ struct Lifetimes {
 void compareLifetimes(const char* name, const char* variant, size_t count) {
   Comparison comparison(
       name, variant, [](size_t each) { return Lifetimes(each); },
-      [](Lifetimes& w) {
+      [](const Functions& functions, Lifetimes& w) {
         for (Interpolator& interpolator : w.interpolators) {
-          interpolator = create(soundCards, blockSizes[0]);
+          interpolator = create(functions, soundCards, blockSizes[0]);
         }
         for (Interpolator& interpolator : w.interpolators) {
           interpolator.reset();
         }
       },
       {count});
-  comparison.plain("", [](Lifetimes& w) {
+  comparison.plain(sameBits(), [](Lifetimes& w) {
     for (auto& plain : w.plain) {
       plain = std::make_unique<PlainSpline>(soundCards, blockSizes[0]);
     }

@@ -93,13 +93,15 @@ void highwayWidening(Widening w) {
 void compareNarrowing() {
   Comparison comparison(
       "kxcalcCADoubleArrToSingleArrInplace", "", [](size_t count) { return Narrowing(count); },
-      [](Narrowing& w) { kxcalcCADoubleArrToSingleArrInplace(w.bytes, static_cast<uint32_t>(w.count)); });
+      [](const Functions& functions, Narrowing& w) {
+        functions.kxcalcCADoubleArrToSingleArrInplace(w.bytes, static_cast<uint32_t>(w.count));
+      });
   comparison.limitedByTraffic<Traffic{.first = 8, .output = 4, .inPlace = true}>([](Narrowing& w) {
     return Streams{w.bytes, nullptr, w.bytes};
   });
-  comparison.plain("", plainNarrowing);
+  comparison.plain(sameBits(), plainNarrowing);
 #if defined(KXCALC_BENCH_HIGHWAY)
-  comparison.library("Highway", "", highwayNarrowing);
+  comparison.library("Highway", sameBits(), highwayNarrowing);
 #endif
 }
 
@@ -107,13 +109,15 @@ void compareNarrowing() {
 void compareWidening() {
   Comparison comparison(
       "kxcalcCASingleArrToDoubleArrInplace", "", [](size_t count) { return Widening(count); },
-      [](Widening& w) { kxcalcCASingleArrToDoubleArrInplace(w.bytes, static_cast<uint32_t>(w.count)); });
+      [](const Functions& functions, Widening& w) {
+        functions.kxcalcCASingleArrToDoubleArrInplace(w.bytes, static_cast<uint32_t>(w.count));
+      });
   comparison.limitedByTraffic<Traffic{.first = 4, .output = 8}>([](Widening& w) {
     return Streams{samples<float>(Signal::noise), nullptr, w.bytes};
   });
-  comparison.plain("", plainWidening);
+  comparison.plain(sameBits(), plainWidening);
 #if defined(KXCALC_BENCH_HIGHWAY)
-  comparison.library("Highway", "", highwayWidening);
+  comparison.library("Highway", sameBits(), highwayWidening);
 #endif
 }
 

@@ -167,48 +167,50 @@ constexpr const char* range = "what 32 bits do not hold, NaNs";
 void compareLinear() {
   Comparison comparison(
       "kxcalcCAPV_lin", "", [](size_t count) { return axis(count, 600, 400); },
-      [](Axis& w) {
-        kxcalcCAPV_lin(w.input, static_cast<uint32_t>(w.count), w.output, w.lower, w.upper, w.scale, w.offset);
+      [](const Functions& functions, Axis& w) {
+        functions.kxcalcCAPV_lin(w.input, static_cast<uint32_t>(w.count), w.output, w.lower, w.upper, w.scale,
+                                 w.offset);
       });
   comparison.limitedByTraffic<Traffic{.first = 4, .output = 4}>([](Axis& w) {
     return Streams{w.input, nullptr, w.output};
   });
-  comparison.plain(range, plainLinear, nextPixel);
-  comparison.reordered("the rounding of each operation, what 32 bits do not hold, NaNs", plainLinear, nextPixel);
+  comparison.plain(sameBits(range), plainLinear);
+  comparison.reordered(otherBits("the rounding of each operation, what 32 bits do not hold, NaNs", nextPixel),
+                       plainLinear);
 #if defined(KXCALC_BENCH_EIGEN)
-  comparison.library("Eigen", range, eigenLinear, nextPixel);
+  comparison.library("Eigen", sameBits(range), eigenLinear);
 #endif
 #if defined(KXCALC_BENCH_HIGHWAY)
-  comparison.library("Highway", "", highwayLinear, nextPixel);
+  comparison.library("Highway", sameBits(), highwayLinear);
 #endif
 }
 
 void compareLogarithmic() {
   Comparison comparison(
       "kxcalcCAPV_log", "", [](size_t count) { return axis(count, 360, 900); },
-      [](Axis& w) {
-        kxcalcCAPV_log(w.input, static_cast<uint32_t>(w.count), w.output, w.lower, w.upper, w.scale, w.offset,
-                       w.reference);
+      [](const Functions& functions, Axis& w) {
+        functions.kxcalcCAPV_log(w.input, static_cast<uint32_t>(w.count), w.output, w.lower, w.upper, w.scale, w.offset,
+                                 w.reference);
       });
   comparison.limitedByTraffic<Traffic{.first = 4, .output = 4}>([](Axis& w) {
     return Streams{w.input, nullptr, w.output};
   });
-  const char* const other = "the same approximation";
-  comparison.plain(other, plainLogarithmic, nextPixel);
-  comparison.reordered(other, plainLogarithmic, nextPixel);
+  const Contract other = otherBits("the same approximation", nextPixel);
+  comparison.plain(other, plainLogarithmic);
+  comparison.reordered(other, plainLogarithmic);
 #if defined(KXCALC_BENCH_BUILD_BASE)
-  comparison.library("same", "", sameApproximation, nextPixel);
+  comparison.library("formula", sameBits(), sameApproximation);
 #elif defined(KXCALC_BENCH_BUILD_NATIVE)
-  comparison.library("same-wide", "", sameApproximation, nextPixel);
+  comparison.library("formula-native", sameBits(), sameApproximation);
 #endif
 #if defined(KXCALC_BENCH_EIGEN)
-  comparison.library("Eigen", other, eigenLogarithmic, nextPixel);
+  comparison.library("Eigen", other, eigenLogarithmic);
 #endif
 #if defined(KXCALC_BENCH_HIGHWAY)
-  comparison.library("Highway", other, highwayLogarithmic, nextPixel);
+  comparison.library("Highway", other, highwayLogarithmic);
 #endif
 #if defined(KXCALC_BENCH_SLEEF)
-  comparison.library("SLEEF", other, sleef, nextPixel);
+  comparison.library("SLEEF", other, sleef);
 #endif
 }
 

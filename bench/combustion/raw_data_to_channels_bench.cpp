@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <cmath>
 #include <limits>
 #include <tuple>
 #include <vector>
@@ -36,8 +35,7 @@ Copy noise(size_t count) {
 Copy cycle(size_t count) {
   Copy w{nullptr, scratch<float>(count), count, 0.125F, std::vector<float>(count)};
   for (size_t i = 0; i < count; ++i) {
-    const float fromMiddle = static_cast<float>(i) / static_cast<float>(count) - 0.5F;
-    w.own[i] = 50 / (1 + 100 * fromMiddle * fromMiddle);
+    w.own[i] = static_cast<float>(std::min(i, count - i));
   }
   w.raw = w.own.data();
   return w;
@@ -87,14 +85,15 @@ void volk(Copy& w) {
 
 template <class Make>
 void compare(const char* variant, Make make) {
-  Comparison comparison("kxCalcCACopyRawDataToChannels", variant, make, [](Copy& w) {
-    kxCalcCACopyRawDataToChannels(w.raw, w.channel, 0, static_cast<uint32_t>(w.count), w.offset, &w.peak, &w.peakIndex);
+  Comparison comparison("kxCalcCACopyRawDataToChannels", variant, make, [](const Functions& functions, Copy& w) {
+    functions.kxCalcCACopyRawDataToChannels(w.raw, w.channel, 0, static_cast<uint32_t>(w.count), w.offset, &w.peak,
+                                            &w.peakIndex);
   });
   comparison.template limitedByTraffic<Traffic{.first = 4, .output = 4}>([](Copy& w) {
     return Streams{w.raw, nullptr, w.channel};
   });
 
-  const char* const ties = "which of equal peaks is found";
+  const Contract ties = sameBits("which of equal peaks is found");
   comparison.plain(ties, plain);
   comparison.reordered(ties, plain);
 #if defined(KXCALC_BENCH_EIGEN)

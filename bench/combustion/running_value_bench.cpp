@@ -103,9 +103,9 @@ template <class State>
 void compare() {
   Comparison comparison(
       "kxCalcCARunningVal", State::name, [](size_t count) { return Curves(count); },
-      [](Curves& w) {
-        kxCalcCARunningVal(w.newCycle, w.leavingCycle, w.sum, w.average, 0, static_cast<uint32_t>(w.count - 1),
-                           State::cycles, window);
+      [](const Functions& functions, Curves& w) {
+        functions.kxCalcCARunningVal(w.newCycle, w.leavingCycle, w.sum, w.average, 0,
+                                     static_cast<uint32_t>(w.count - 1), State::cycles, window);
       },
       {blockSizes[0], blockSizes[1], longBlock});
   const auto streams = [](Curves& w) { return Streams{w.sum, w.newCycle, w.sum}; };
@@ -119,10 +119,10 @@ void compare() {
     comparison.template limitedByTraffic<Traffic{.first = 8, .second = 8, .output = 8, .inPlace = true}>(streams);
   }
 
-  comparison.plain(State::waives, State::plain, otherRoundings);
-  comparison.reordered("the rounding of each operation", State::plain);
+  comparison.plain(sameBits(State::waives), State::plain);
+  comparison.reordered(otherBits("the rounding of each operation", otherRoundings), State::plain);
 #if defined(KXCALC_BENCH_EIGEN)
-  comparison.library("Eigen", State::waives, State::eigen, otherRoundings);
+  comparison.library("Eigen", sameBits(State::waives), State::eigen);
 #endif
 }
 

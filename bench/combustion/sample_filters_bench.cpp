@@ -12,7 +12,7 @@
 namespace kxcalc::bench {
 namespace {
 
-constexpr const char* order = "the order of the sum";
+const Contract otherOrder = otherBits("the order of the sum", otherRoundings);
 
 /// A window that moves on by a sample for each output.
 template <class Sample>
@@ -82,41 +82,36 @@ void compareWeightedSum(const char* name, size_t length, size_t stride, Export k
   Comparison comparison(
       name, std::to_string(length) + "-stride-" + std::to_string(stride),
       [=](size_t count) { return Workload(count, length, stride); },
-      [kernel](Workload& w) {
+      [kernel](const Functions& functions, Workload& w) {
         w.filter([&, kernel](const Sample* oldest) {
-          return kernel(oldest + w.length - 1, static_cast<uint32_t>(w.length), w.weights,
-                        static_cast<uint32_t>(w.stride));
+          return (functions.*kernel)(oldest + w.length - 1, static_cast<uint32_t>(w.length), w.weights,
+                                     static_cast<uint32_t>(w.stride));
         });
       },
       {blockSizes[0]});
   comparison.limitedByChain(static_cast<double>(length) / 4);  // four lanes; an addition in single takes as long
 
-  comparison.plain(order, plain<Sample>, otherRoundings);
-  comparison.reordered(order, plain<Sample>);
+  comparison.plain(otherOrder, plain<Sample>);
+  comparison.reordered(otherOrder, plain<Sample>);
+  [[maybe_unused]] const Contract packed = otherBits("the order of the sum, weights at a stride", otherRoundings);
 #if defined(KXCALC_BENCH_EIGEN)
-  comparison.library(
-      "Eigen", "the order of the sum, weights at a stride",
-      [](Workload& w) {
-        w.filter([&](const Sample* oldest) {
-          return (eigenArray(oldest, w.length).template cast<float>() *
-                  eigenArray(std::as_const(w).oldestFirst.data(), w.length))
-              .sum();
-        });
-      },
-      otherRoundings);
+  comparison.library("Eigen", packed, [](Workload& w) {
+    w.filter([&](const Sample* oldest) {
+      return (eigenArray(oldest, w.length).template cast<float>() *
+              eigenArray(std::as_const(w).oldestFirst.data(), w.length))
+          .sum();
+    });
+  });
 #endif
 #if defined(KXCALC_BENCH_VOLK)
   if constexpr (std::is_same_v<Sample, float>) {
-    comparison.library(
-        "VOLK", "the order of the sum, weights at a stride",
-        [](Workload& w) {
-          w.filter([&](const float* oldest) {
-            float sum = 0;
-            volk_32f_x2_dot_prod_32f(&sum, oldest, w.oldestFirst.data(), static_cast<unsigned>(w.length));
-            return sum;
-          });
-        },
-        otherRoundings);
+    comparison.library("VOLK", packed, [](Workload& w) {
+      w.filter([&](const float* oldest) {
+        float sum = 0;
+        volk_32f_x2_dot_prod_32f(&sum, oldest, w.oldestFirst.data(), static_cast<unsigned>(w.length));
+        return sum;
+      });
+    });
   }
 #endif
 }
@@ -168,21 +163,23 @@ void compareAverage() {
       [](size_t count) {
         return Smoothing{samples<double>(Signal::noise), scratch<double>(count), count, width};
       },
-      [](Smoothing& w) { kxcalcCACalcAveFilter_double(w.input, w.output, width, static_cast<uint32_t>(w.count)); });
+      [](const Functions& functions, Smoothing& w) {
+        functions.kxcalcCACalcAveFilter_double(w.input, w.output, width, static_cast<uint32_t>(w.count));
+      });
   comparison.limitedByTraffic<Traffic{.first = 8, .output = 8}>([](Smoothing& w) {
     return Streams{w.input, nullptr, w.output};
   });
   comparison.limitedByChainOf(
       [](double mean, double operand) { return ((mean * operand + operand) - operand) / operand; });
 
-  comparison.plain("", plainAverage);
-  comparison.reordered("the rounding of each operation", plainAverage, sumsInOtherOrder);
+  comparison.plain(sameBits(), plainAverage);
+  comparison.reordered(otherBits("the rounding of each operation", sumsInOtherOrder), plainAverage);
 }
 
 const bool registered = [] {
-  compareType<int16_t>("kxcalcCACalcFilter_int16_t", kxcalcCACalcFilter_int16_t);
-  compareType<float>("kxcalcCACalcFilter_float", kxcalcCACalcFilter_float);
-  compareType<int32_t>("kxcalcCACalcFilter_int32_t", kxcalcCACalcFilter_int32_t);
+  compareType<int16_t>("kxcalcCACalcFilter_int16_t", &Functions::kxcalcCACalcFilter_int16_t);
+  compareType<float>("kxcalcCACalcFilter_float", &Functions::kxcalcCACalcFilter_float);
+  compareType<int32_t>("kxcalcCACalcFilter_int32_t", &Functions::kxcalcCACalcFilter_int32_t);
   compareAverage();
   return true;
 }();

@@ -123,17 +123,17 @@ void plain(Search& w) {
 void compare(const char* variant, bool withCurve, int32_t cursorX, int32_t cursorY) {
   Comparison comparison(
       "kxcalcFindCursorXY", variant, [=](size_t) { return Search{firstRow(withCurve), cursorX, cursorY, 0, 0, 0}; },
-      [](Search& w) {
-        kxcalcFindCursorXY(w.image, 4 * width, width, height, static_cast<uint32_t>(w.cursorX),
-                           static_cast<uint32_t>(w.cursorY), &w.value, &w.x, &w.y, ignored.data(),
-                           static_cast<int32_t>(ignored.size()));
+      [](const Functions& functions, Search& w) {
+        functions.kxcalcFindCursorXY(w.image, 4 * width, width, height, static_cast<uint32_t>(w.cursorX),
+                                     static_cast<uint32_t>(w.cursorY), &w.value, &w.x, &w.y, ignored.data(),
+                                     static_cast<int32_t>(ignored.size()));
       },
       {static_cast<size_t>(width) * height});
   comparison.limitedByTraffic<Traffic{.first = 4}>([](Search& w) { return Streams{w.row(height - 1)}; });
-  comparison.plain("", plain);
-  comparison.reordered("", plain);
+  comparison.plain(sameBits(), plain);
+  comparison.reordered(sameBits(), plain);
 #if defined(KXCALC_BENCH_BUILD_NATIVE)
-  comparison.library("early-out", "which of pixels at about the same distance", earlyOut, nextPixel);
+  comparison.library("early-out", otherBits("which of pixels at about the same distance", nextPixel), earlyOut);
 #endif
 }
 

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <string>
 #include <vector>
 
 #include "kxcalc.h"
@@ -87,13 +88,16 @@ void plain(const XYValGraph2DParams& p) {
 void compare(const char* variant, AxisMode xMode, AxisMode yMode) {
   Comparison comparison(
       "kxcalcGetXYValGraph2D", variant, [=](size_t count) { return Points(xMode, yMode, count); },
-      [](Points& w) { w.placeAll([](const XYValGraph2DParams& params) { kxcalcGetXYValGraph2D(&params); }); },
+      [](const Functions& functions, Points& w) {
+        w.placeAll([&](const XYValGraph2DParams& params) { functions.kxcalcGetXYValGraph2D(&params); });
+      },
       {blockSizes[0], blockSizes[1]});
-  const char* const edges = "axes without range, values not above 0, other sources and types";
-  comparison.plain(
-      edges, [](Points& w) { w.placeAll(plain); }, nextPixel);
-  comparison.reordered(
-      edges, [](Points& w) { w.placeAll(plain); }, nextPixel);
+  const std::string edges = "axes without range, values not above 0, other sources and types";
+  const bool isLinear = xMode == linear && yMode == linear;
+  const Contract contract = isLinear ? sameBits(edges) : otherBits(edges + ", the same logarithms", nextPixel);
+  const auto placeAll = [](Points& w) { w.placeAll(plain); };
+  comparison.plain(contract, placeAll);
+  comparison.reordered(otherBits(edges + ", the rounding of each operation", nextPixel), placeAll);
 }
 
 const bool registered = [] {

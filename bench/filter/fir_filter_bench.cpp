@@ -95,37 +95,32 @@ float volk(const float* a, const float* b, size_t count) {
 void compare(const char* variant, size_t taps) {
   Comparison comparison(
       "kxcalcFIRFilter_float", variant, [=](size_t count) { return Stream(count, taps); },
-      [](Stream& w) {
-        w.filter([](const float* ring, const float* coefficients, size_t length, size_t position) {
-          return kxcalcFIRFilter_float(ring, coefficients, static_cast<uint32_t>(length),
-                                       static_cast<uint32_t>(position));
+      [](const Functions& functions, Stream& w) {
+        w.filter([&](const float* ring, const float* coefficients, size_t length, size_t position) {
+          return functions.kxcalcFIRFilter_float(ring, coefficients, static_cast<uint32_t>(length),
+                                                 static_cast<uint32_t>(position));
         });
       },
       {blockSizes[0]});
   comparison.limitedByChain(static_cast<double>(taps) / 4);  // four lanes; an addition in single takes as long
 
-  const char* const order = "the order of the sum";
+  const Contract order = otherBits("the order of the sum", otherRoundings);
   const auto loop = [](Stream& w) { w.filterBySegments(plain); };
-  comparison.plain(order, loop, otherRoundings);
+  comparison.plain(order, loop);
   comparison.reordered(order, loop);
 #if defined(KXCALC_BENCH_EIGEN)
-  comparison.library(
-      "Eigen", order, [](Stream& w) { w.filterBySegments(eigen); }, otherRoundings);
+  comparison.library("Eigen", order, [](Stream& w) { w.filterBySegments(eigen); });
 #endif
 #if defined(KXCALC_BENCH_VOLK)
-  comparison.library(
-      "VOLK", order, [](Stream& w) { w.filterBySegments(volk); }, otherRoundings);
+  comparison.library("VOLK", order, [](Stream& w) { w.filterBySegments(volk); });
 #endif
 #if defined(KXCALC_BENCH_LIQUID)
-  comparison.library(
-      "liquid", order,
-      [](Stream& w) {
-        for (size_t i = 0; i < w.count; ++i) {
-          firfilt_rrrf_push(w.liquid.get(), w.input[i]);
-          firfilt_rrrf_execute(w.liquid.get(), w.output + i);
-        }
-      },
-      otherRoundings);
+  comparison.library("liquid", order, [](Stream& w) {
+    for (size_t i = 0; i < w.count; ++i) {
+      firfilt_rrrf_push(w.liquid.get(), w.input[i]);
+      firfilt_rrrf_execute(w.liquid.get(), w.output + i);
+    }
+  });
 #endif
 }
 

@@ -185,10 +185,10 @@ void compare(const char* name, const char* variant, int32_t type, size_t section
   using Workload = Stream<Sample>;
   Comparison comparison(
       name, variant, [=](size_t count) { return Workload(count, type, sections, design); },
-      [kernel](Workload& w) {
+      [kernel](const Functions& functions, Workload& w) {
         const IIRFilterState state = w.state();
         for (size_t i = 0; i < w.count; ++i) {
-          w.output[i] = kernel(&state, w.input[i]);
+          w.output[i] = (functions.*kernel)(&state, w.input[i]);
         }
       },
       {blockSizes[0]});
@@ -202,17 +202,13 @@ void compare(const char* name, const char* variant, int32_t type, size_t section
       plain(w, w.anyOrder);
     }
   };
-  comparison.plain("", loop);
-  comparison.reordered("the rounding of each operation", loop);
+  comparison.plain(sameBits(), loop);
+  comparison.reordered(otherBits("the rounding of each operation", otherRoundings), loop);
 #if defined(KXCALC_BENCH_LIQUID)
   if constexpr (std::is_same_v<Sample, float>) {
-    comparison.library(
-        "liquid", "arithmetic in double, the limits",
-        [](Workload& w) {
-          iirfilt_rrrf_execute_block(w.liquid.get(), const_cast<float*>(w.input), static_cast<unsigned>(w.count),
-                                     w.output);
-        },
-        sumsInSingle);
+    comparison.library("liquid", otherBits("arithmetic in double, the limits", sumsInSingle), [](Workload& w) {
+      iirfilt_rrrf_execute_block(w.liquid.get(), const_cast<float*>(w.input), static_cast<unsigned>(w.count), w.output);
+    });
   }
 #endif
 }
@@ -228,8 +224,8 @@ void compareType(const char* name, Export kernel) {
 }
 
 const bool registered = [] {
-  compareType<float>("kxcalcIIRFilter_float", kxcalcIIRFilter_float);
-  compareType<double>("kxcalcIIRFilter_double", kxcalcIIRFilter_double);
+  compareType<float>("kxcalcIIRFilter_float", &Functions::kxcalcIIRFilter_float);
+  compareType<double>("kxcalcIIRFilter_double", &Functions::kxcalcIIRFilter_double);
   return true;
 }();
 

@@ -17,7 +17,8 @@ const bool registered = [] {
       [](size_t) {
         return Version{0, 0, 0, 10};
       },
-      [](Version& w) { kxcalcGetVersion(&w.major, &w.minor, w.value, &w.flag); }, {1});
+      [](const Functions& functions, Version& w) { functions.kxcalcGetVersion(&w.major, &w.minor, w.value, &w.flag); },
+      {1});
   return true;
 }();
 

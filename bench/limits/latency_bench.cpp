@@ -8,24 +8,22 @@ namespace {
 template <class T, class Operation>
 void measureLatency(const char* operation, Operation apply) {
   constexpr size_t count = blockSizes.front();
-  const std::string name = announce({"latency", "", count, operation, Role::latency, ""});
-  benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State& state) {
-    const T* data = samples<T>(Signal::noise);
-    for ([[maybe_unused]] auto iteration : state) {
-      benchmark::DoNotOptimize(data);
-      T result = data[0];
-      for (size_t i = 0; i < count; ++i) {
-        result = apply(result, data[i]);
-      }
-      benchmark::DoNotOptimize(result);
-    }
-  });
+  announce({"latency", "", count, operation, Role::latency, sameBits(), [=](const Functions&) {
+              return repeated([] { return samples<T>(Signal::noise); },
+                              [=](const T* data) {
+                                T result = data[0];
+                                for (size_t i = 0; i < count; ++i) {
+                                  result = apply(result, data[i]);
+                                }
+                                benchmark::DoNotOptimize(result);
+                              });
+            }});
 }
 
 const bool registered = [] {
-  measureLatency<double>("double-addition", [](double a, double b) { return a + b; });
-  measureLatency<float>("single-minimum", [](float a, float b) { return a < b ? a : b; });
-  measureLatency<double>("double-minimum", [](double a, double b) { return a < b ? a : b; });
+  measureLatency<double>("double addition", [](double a, double b) { return a + b; });
+  measureLatency<float>("single minimum", [](float a, float b) { return a < b ? a : b; });
+  measureLatency<double>("double minimum", [](double a, double b) { return a < b ? a : b; });
   return true;
 }();
 

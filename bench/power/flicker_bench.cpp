@@ -138,15 +138,15 @@ void compareSignalPath() {
       [](size_t count) {
         return Stream{samples<float>(Signal::noise), scratch<float>(count), count, {}};
       },
-      [](Stream& w) {
+      [](const Functions& functions, Stream& w) {
         const FlickerState state = w.filters.state();
-        kxcalcPowerFlicker(&state, w.input, w.sensation, static_cast<int32_t>(w.count));
+        functions.kxcalcPowerFlicker(&state, w.input, w.sensation, static_cast<int32_t>(w.count));
       },
       {blockSizes[0]});
   comparison.limitedByChain(3);  // of a low-pass section: the product with a1, two differences
 
-  comparison.plain("", plain, otherRoundings);
-  comparison.reordered("the rounding of each operation", plain);
+  comparison.plain(sameBits(), plain);
+  comparison.reordered(otherBits("the rounding of each operation", otherRoundings), plain);
 }
 
 constexpr size_t classCount = 1000;
@@ -225,16 +225,18 @@ void sleefClasses(Classifier& w) {
 void compareClasses() {
   Comparison comparison(
       "kxcalcPowerFlickerAddToClass", "", [](size_t count) { return Classifier(count); },
-      [](Classifier& w) {
-        kxcalcPowerFlickerAddToClass(w.values.data(), static_cast<int32_t>(w.values.size()), w.classes.data());
+      [](const Functions& functions, Classifier& w) {
+        functions.kxcalcPowerFlickerAddToClass(w.values.data(), static_cast<int32_t>(w.values.size()),
+                                               w.classes.data());
       },
       {blockSizes[0], blockSizes[1]});
 
   const char* const below = "the class of values below 0.0001";
-  comparison.plain(below, plainClasses);
-  comparison.reordered(below, plainClasses, sumsInSingle);
+  comparison.plain(sameBits(below), plainClasses);
+  comparison.reordered(otherBits(below, sumsInSingle), plainClasses);
 #if defined(KXCALC_BENCH_SLEEF)
-  comparison.library("SLEEF", "the class of values below 0.0001, correct logarithms", sleefClasses, sumsInSingle);
+  comparison.library("SLEEF", otherBits("the class of values below 0.0001, correct logarithms", sumsInSingle),
+                     sleefClasses);
 #endif
 }
 

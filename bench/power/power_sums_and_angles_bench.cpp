@@ -85,8 +85,8 @@ void compareSums() {
       [](size_t bins) {
         return PowerSums{samples<float>(Signal::noise), samples<float>(Signal::otherNoise), bins, 0, 0};
       },
-      [](PowerSums& w) {
-        kxcalcPowerPandQsum(w.voltage, w.current, static_cast<int32_t>(w.bins), &w.active, &w.reactive);
+      [](const Functions& functions, PowerSums& w) {
+        functions.kxcalcPowerPandQsum(w.voltage, w.current, static_cast<int32_t>(w.bins), &w.active, &w.reactive);
       },
       {blockSizes[0], blockSizes[1], 5'000'000});
   comparison.limitedByTraffic<Traffic{.first = 8, .second = 8}>([](PowerSums& w) {
@@ -94,17 +94,18 @@ void compareSums() {
   });
   comparison.limitedByChain(1);  // of either sum
 
-  const char* const order = "the order of the sums";
-  comparison.plain("", plainSums);
+  const Contract order = otherBits("the order of the sums", sumsInOtherOrder);
+  [[maybe_unused]] const Contract single = otherBits("the order of the sums, sums in double", sumsInSingle);
+  comparison.plain(sameBits(), plainSums);
   comparison.reordered(order, plainSums);
 #if defined(KXCALC_BENCH_EIGEN)
   comparison.library("Eigen", order, eigenSums);
 #endif
 #if defined(KXCALC_BENCH_VOLK)
-  comparison.library("VOLK", "the order of the sums, sums in double", volkSums, sumsInSingle);
+  comparison.library("VOLK", single, volkSums);
 #endif
 #if defined(KXCALC_BENCH_OPENBLAS)
-  comparison.library("OpenBLAS", "the order of the sums, sums in double", openBlasSums, sumsInSingle);
+  comparison.library("OpenBLAS", single, openBlasSums);
 #endif
 }
 
@@ -211,16 +212,17 @@ void compareAngles() {
       [](size_t orders) {
         return Angles{samples<float>(Signal::otherNoise), orders, std::vector<float>(orders + 1)};
       },
-      [](Angles& w) {
-        kxcalcPowerAngles(w.spectrum, w.angles.data(), static_cast<int32_t>(w.orders), phasePerOrder, binsPerOrder);
+      [](const Functions& functions, Angles& w) {
+        functions.kxcalcPowerAngles(w.spectrum, w.angles.data(), static_cast<int32_t>(w.orders), phasePerOrder,
+                                    binsPerOrder);
       },
       {50});
 
-  const char* const rounding = "the rounding of each operation";
-  comparison.plain(rounding, plainAngles, otherRoundings);
+  const Contract rounding = otherBits("the rounding of each operation", otherRoundings);
+  comparison.plain(rounding, plainAngles);
   comparison.reordered(rounding, plainAngles);
 #if defined(KXCALC_BENCH_SLEEF)
-  comparison.library("SLEEF", rounding, sleefAngles, otherRoundings);
+  comparison.library("SLEEF", rounding, sleefAngles);
 #endif
 }
 

@@ -81,27 +81,26 @@ void compareCorrection() {
       [](size_t bins) {
         return Change{copyOfNoise(bins), turns(), bins};
       },
-      [](Change& w) { kxcalcPowerCorrectFFT_U(w.spectrum, w.correction, static_cast<int32_t>(w.bins)); }, binCounts);
+      [](const Functions& functions, Change& w) {
+        functions.kxcalcPowerCorrectFFT_U(w.spectrum, w.correction, static_cast<int32_t>(w.bins));
+      },
+      binCounts);
   comparison.limitedByTraffic<Traffic{.first = 8, .second = 8, .output = 8, .inPlace = true}>([](Change& w) {
     return Streams{w.spectrum, w.correction, w.spectrum};
   });
 
-  const char* const rounding = "the rounding of each operation";
-  comparison.plain("", plainCorrection, otherRoundings);
+  const Contract rounding = otherBits("the rounding of each operation", otherRoundings);
+  comparison.plain(sameBits(), plainCorrection);
   comparison.reordered(rounding, plainCorrection);
 #if defined(KXCALC_BENCH_EIGEN)
-  comparison.library(
-      "Eigen", rounding, [](Change w) { eigenBins(w.spectrum, w.bins) *= eigenBins(w.correction, w.bins); },
-      otherRoundings);
+  comparison.library("Eigen", rounding,
+                     [](Change w) { eigenBins(w.spectrum, w.bins) *= eigenBins(w.correction, w.bins); });
 #endif
 #if defined(KXCALC_BENCH_VOLK)
-  comparison.library(
-      "VOLK", rounding,
-      [](Change w) {
-        volk_32fc_x2_multiply_32fc(volkBins(w.spectrum), volkBins(w.spectrum), volkBins(w.correction),
-                                   static_cast<unsigned>(w.bins));
-      },
-      otherRoundings);
+  comparison.library("VOLK", rounding, [](Change w) {
+    volk_32fc_x2_multiply_32fc(volkBins(w.spectrum), volkBins(w.spectrum), volkBins(w.correction),
+                               static_cast<unsigned>(w.bins));
+  });
 #endif
 }
 
@@ -117,21 +116,24 @@ void compareConjugation() {
       [](size_t bins) {
         return Change{copyOfNoise(bins), nullptr, bins};
       },
-      [](Change& w) { kxcalcPowerNegateImag_float(w.spectrum, static_cast<uint32_t>(2 * w.bins)); }, binCounts);
+      [](const Functions& functions, Change& w) {
+        functions.kxcalcPowerNegateImag_float(w.spectrum, static_cast<uint32_t>(2 * w.bins));
+      },
+      binCounts);
   comparison.limitedByTraffic<Traffic{.first = 8, .output = 8, .inPlace = true}>([](Change& w) {
     return Streams{w.spectrum, nullptr, w.spectrum};
   });
 
-  comparison.plain("", plainConjugation);
-  comparison.reordered("the signs of zeros", plainConjugation);
+  comparison.plain(sameBits(), plainConjugation);
+  comparison.reordered(sameBits("the signs of zeros"), plainConjugation);
 #if defined(KXCALC_BENCH_EIGEN)
-  comparison.library("Eigen", "", [](Change w) {
+  comparison.library("Eigen", sameBits(), [](Change w) {
     auto spectrum = eigenBins(w.spectrum, w.bins);
     spectrum = spectrum.conjugate();
   });
 #endif
 #if defined(KXCALC_BENCH_VOLK)
-  comparison.library("VOLK", "", [](Change w) {
+  comparison.library("VOLK", sameBits(), [](Change w) {
     volk_32fc_conjugate_32fc(volkBins(w.spectrum), volkBins(w.spectrum), static_cast<unsigned>(w.bins));
   });
 #endif
@@ -196,18 +198,20 @@ template <class Make>
 void compareSearch(const char* variant, Make make, std::vector<size_t> counts) {
   Comparison comparison(
       "kxcalcPowerFindIndexOfMaxAmplitude", variant, make,
-      [](Search& w) { w.strongest = kxcalcPowerFindIndexOfMaxAmplitude(w.spectrum, static_cast<uint32_t>(w.bins)); },
+      [](const Functions& functions, Search& w) {
+        w.strongest = functions.kxcalcPowerFindIndexOfMaxAmplitude(w.spectrum, static_cast<uint32_t>(w.bins));
+      },
       std::move(counts));
   comparison.template limitedByTraffic<Traffic{.first = 8}>([](Search& w) { return Streams{w.spectrum}; });
 
-  const char* const ties = "which of equal bins is found";
-  comparison.plain("", plainSearch, otherRoundings);
+  const Contract ties = otherBits("the rounding of each operation, which of equal bins is found", otherRoundings);
+  comparison.plain(sameBits(), plainSearch);
   comparison.reordered(ties, plainSearch);
 #if defined(KXCALC_BENCH_EIGEN)
-  comparison.library("Eigen", ties, eigenSearch, otherRoundings);
+  comparison.library("Eigen", ties, eigenSearch);
 #endif
 #if defined(KXCALC_BENCH_VOLK)
-  comparison.library("VOLK", ties, volkSearch, otherRoundings);
+  comparison.library("VOLK", ties, volkSearch);
 #endif
 }
 
@@ -234,12 +238,15 @@ void compareEnergy() {
       [](size_t bins) {
         return Energy{samples<float>(Signal::noise), bins, 0};
       },
-      [](Energy& w) { w.sum = kxcalcPowerHarmonicZero(w.spectrum, static_cast<uint32_t>(w.bins)); }, binCounts);
+      [](const Functions& functions, Energy& w) {
+        w.sum = functions.kxcalcPowerHarmonicZero(w.spectrum, static_cast<uint32_t>(w.bins));
+      },
+      binCounts);
   comparison.limitedByTraffic<Traffic{.first = 8}>([](Energy& w) { return Streams{w.spectrum}; });
   comparison.limitedByChain(1);
 
-  const char* const order = "the order of the sum";
-  comparison.plain("", plainEnergy);
+  const Contract order = otherBits("the order of the sum", sumsInOtherOrder);
+  comparison.plain(sameBits(), plainEnergy);
   comparison.reordered(order, plainEnergy);
 #if defined(KXCALC_BENCH_EIGEN)
   comparison.library("Eigen", order, [](Energy& w) {
@@ -247,20 +254,16 @@ void compareEnergy() {
   });
 #endif
 #if defined(KXCALC_BENCH_VOLK)
-  comparison.library(
-      "VOLK", "the order of the sum, a sum in double",
-      [](Energy& w) {
-        float sum = 0;
-        volk_32f_x2_dot_prod_32f(&sum, w.spectrum, w.spectrum, static_cast<unsigned>(2 * w.bins));
-        w.sum = static_cast<double>(sum);
-      },
-      sumsInSingle);
+  comparison.library("VOLK", otherBits("the order of the sum, a sum in double", sumsInSingle), [](Energy& w) {
+    float sum = 0;
+    volk_32f_x2_dot_prod_32f(&sum, w.spectrum, w.spectrum, static_cast<unsigned>(2 * w.bins));
+    w.sum = static_cast<double>(sum);
+  });
 #endif
 #if defined(KXCALC_BENCH_OPENBLAS)
   comparison.library(
-      "OpenBLAS", "the order of the sum, a sum in double throughout",
-      [](Energy& w) { w.sum = cblas_dsdot(static_cast<blasint>(2 * w.bins), w.spectrum, 1, w.spectrum, 1); },
-      sumsInSingle);
+      "OpenBLAS", otherBits("the order of the sum, a sum in double throughout", sumsInSingle),
+      [](Energy& w) { w.sum = cblas_dsdot(static_cast<blasint>(2 * w.bins), w.spectrum, 1, w.spectrum, 1); });
 #endif
 }
 

@@ -131,7 +131,7 @@ void sleef(Phases& w) {
 void compare(size_t entries) {
   Comparison comparison(
       "kxcalcPowerUnbalance", "", [](size_t count) { return Phases(count); },
-      [](Phases& w) {
+      [](const Functions& functions, Phases& w) {
         const PowerUnbalanceArgs args{w.magnitudes[0],   w.magnitudes[1],
                                       w.magnitudes[2],   w.angles[0],
                                       w.angles[1],       w.angles[2],
@@ -139,15 +139,15 @@ void compare(size_t entries) {
                                       &w.negative,       &w.negativeRatio,
                                       &w.zeroRatio,      &w.negativeRatioFirst,
                                       &w.zeroRatioFirst, static_cast<uint32_t>(w.count)};
-        kxcalcPowerUnbalance(&args);
+        functions.kxcalcPowerUnbalance(&args);
       },
       {entries});
 
-  const char* const other = "the same sines and cosines, the order of the sums";
-  comparison.plain(other, plain, otherRoundings);
+  const Contract other = otherBits("the same sines and cosines, the order of the sums", otherRoundings);
+  comparison.plain(other, plain);
   comparison.reordered(other, plain);
 #if defined(KXCALC_BENCH_SLEEF)
-  comparison.library("SLEEF", other, sleef, otherRoundings);
+  comparison.library("SLEEF", other, sleef);
 #endif
 }
 

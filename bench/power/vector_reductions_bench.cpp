@@ -11,8 +11,6 @@
 namespace kxcalc::bench {
 namespace {
 
-constexpr const char* order = "the order of the sum";
-
 constexpr size_t taps = 16, rows = 8;
 
 #if defined(KXCALC_BENCH_LIQUID)
@@ -122,38 +120,34 @@ float volkProduct(const float* a, const float* b) {
 void compareBank(const char* variant, size_t length, bool fills) {
   Comparison comparison(
       "kxcalcPowerCalcFIR_float", variant, [=](size_t count) { return Bank(count, length, fills); },
-      [](Bank& w) {
+      [](const Functions& functions, Bank& w) {
         PowerFirArgs args{w.ring.data(), w.coefficients, 0, 0, static_cast<uint32_t>(w.ring.size())};
         w.filter([&](size_t row, size_t next) {
           args.row = static_cast<uint32_t>(row);
           args.position = static_cast<uint32_t>(next);
-          return kxcalcPowerCalcFIR_float(&args);
+          return functions.kxcalcPowerCalcFIR_float(&args);
         });
       },
       {blockSizes[0]});
 
+  const Contract order = otherBits("the order of the sum", otherRoundings);
   const auto loop = [](Bank& w) { w.filterWith(plainProduct); };
-  comparison.plain(order, loop, otherRoundings);
+  comparison.plain(order, loop);
   comparison.reordered(order, loop);
 #if defined(KXCALC_BENCH_EIGEN)
-  comparison.library(
-      "Eigen", order, [](Bank& w) { w.filterWith(eigenProduct); }, otherRoundings);
+  comparison.library("Eigen", order, [](Bank& w) { w.filterWith(eigenProduct); });
 #endif
 #if defined(KXCALC_BENCH_VOLK)
-  comparison.library(
-      "VOLK", order, [](Bank& w) { w.filterWith(volkProduct); }, otherRoundings);
+  comparison.library("VOLK", order, [](Bank& w) { w.filterWith(volkProduct); });
 #endif
 #if defined(KXCALC_BENCH_LIQUID)
   if (fills) {
-    comparison.library(
-        "liquid", order,
-        [](Bank& w) {
-          for (size_t i = 0; i < w.count; ++i) {
-            firpfb_rrrf_push(w.liquid.get(), w.input[i]);
-            firpfb_rrrf_execute(w.liquid.get(), static_cast<unsigned>(i % rows), w.output + i);
-          }
-        },
-        otherRoundings);
+    comparison.library("liquid", order, [](Bank& w) {
+      for (size_t i = 0; i < w.count; ++i) {
+        firpfb_rrrf_push(w.liquid.get(), w.input[i]);
+        firpfb_rrrf_execute(w.liquid.get(), static_cast<unsigned>(i % rows), w.output + i);
+      }
+    });
   }
 #endif
 }
@@ -209,9 +203,9 @@ void compareScale(const char* variant) {
       [](size_t count) {
         return Scale{samples<double>(Signal::noise), scratch<float>(count), count, 0.7F};
       },
-      [](Scale& w) {
+      [](const Functions& functions, Scale& w) {
         PowerScaleArgs args{w.input, w.output, 0, w.factor, static_cast<int32_t>(w.count), accumulate};
-        kxcalcPowerSumVectorMultipliedWithScalar_double(&args);
+        functions.kxcalcPowerSumVectorMultipliedWithScalar_double(&args);
         w.sum = args.sum;
       });
   comparison.template limitedByTraffic<Traffic{.first = 8, .output = 4}>([](Scale& w) {
@@ -221,22 +215,19 @@ void compareScale(const char* variant) {
     comparison.limitedByChain(1);
   }
 
-  const char* const waived = accumulate ? order : "";
-  comparison.plain("", plainScale<accumulate>);
-  comparison.reordered(waived, plainScale<accumulate>);
+  const Contract order = otherBits("the order of the sum", sumsInOtherOrder);
+  comparison.plain(sameBits(), plainScale<accumulate>);
+  comparison.reordered(accumulate ? order : sameBits(), plainScale<accumulate>);
 #if defined(KXCALC_BENCH_EIGEN)
-  comparison.library("Eigen", waived, eigenScale<accumulate>);
+  comparison.library("Eigen", accumulate ? order : sameBits(), eigenScale<accumulate>);
 #endif
 #if defined(KXCALC_BENCH_VOLK)
   if constexpr (!accumulate) {
-    comparison.library(
-        "VOLK", "a product in double",
-        [](Scale& w) {
-          const auto count = static_cast<unsigned>(w.count);
-          volk_64f_convert_32f(w.output, w.input, count);
-          volk_32f_s32f_multiply_32f(w.output, w.output, w.factor, count);
-        },
-        otherRoundings);
+    comparison.library("VOLK", otherBits("a product in double", otherRoundings), [](Scale& w) {
+      const auto count = static_cast<unsigned>(w.count);
+      volk_64f_convert_32f(w.output, w.input, count);
+      volk_32f_s32f_multiply_32f(w.output, w.output, w.factor, count);
+    });
   }
 #endif
 }
@@ -271,26 +262,25 @@ void compareSquares() {
       [](size_t count) {
         return Squares{samples<float>(Signal::noise), count, 0.7F, 0};
       },
-      [](Squares& w) {
-        w.sum =
-            kxcalcPowerMultiplyAndSquareElementsAndSumVector_float(w.values, static_cast<int32_t>(w.count), w.factor);
+      [](const Functions& functions, Squares& w) {
+        w.sum = functions.kxcalcPowerMultiplyAndSquareElementsAndSumVector_float(
+            w.values, static_cast<int32_t>(w.count), w.factor);
       });
   comparison.limitedByTraffic<Traffic{.first = 4}>([](Squares& w) { return Streams{w.values}; });
   comparison.limitedByChain(1);
 
-  comparison.plain("", plainSquares);
+  const Contract order = otherBits("the order of the sum", sumsInOtherOrder);
+  comparison.plain(sameBits(), plainSquares);
   comparison.reordered(order, plainSquares);
 #if defined(KXCALC_BENCH_EIGEN)
   comparison.library("Eigen", order, eigenSquares);
 #endif
 #if defined(KXCALC_BENCH_OPENBLAS)
-  comparison.library(
-      "OpenBLAS", "the order of the sum, the rounding of each product",
-      [](Squares& w) {
-        const double square = static_cast<double>(w.factor) * static_cast<double>(w.factor);
-        w.sum = square * cblas_dsdot(static_cast<blasint>(w.count), w.values, 1, w.values, 1);
-      },
-      sumsInSingle);
+  comparison.library("OpenBLAS", otherBits("the order of the sum, the rounding of each product", sumsInSingle),
+                     [](Squares& w) {
+                       const double square = static_cast<double>(w.factor) * static_cast<double>(w.factor);
+                       w.sum = square * cblas_dsdot(static_cast<blasint>(w.count), w.values, 1, w.values, 1);
+                     });
 #endif
 }
 

@@ -174,53 +174,64 @@ void compare(const char* name, const char* variant, Signal signal, typename Stat
              Export kernel) {
   Comparison comparison(
       name, variant, [=](size_t count) { return Statistics<T>{samples<T>(signal), count, rmsOffset, {}, {}, 0, 0}; },
-      [kernel](Statistics<T>& w) {
+      [kernel](const Functions& functions, Statistics<T>& w) {
         w.sum = w.sumOfSquares = 0;
-        kernel(w.data, static_cast<uint32_t>(w.count), &w.minimum, &w.maximum, &w.sum, &w.sumOfSquares, w.rmsOffset);
+        (functions.*kernel)(w.data, static_cast<uint32_t>(w.count), &w.minimum, &w.maximum, &w.sum, &w.sumOfSquares,
+                            w.rmsOffset);
       });
   comparison.template limitedByTraffic<Traffic{.first = sizeof(T)}>([](Statistics<T>& w) { return Streams{w.data}; });
   comparison.limitedByChain(0.5);  // two partial sums side by side
 
   const std::string order =
       std::is_floating_point_v<T> ? "the order of the sums, which NaN or zero wins" : "the order of the sums";
-  const char* const fused = ", the rounding of each operation";
-  comparison.plain(order, plain<T>);
-  comparison.reordered(order + fused, plain<T>);
+  const Contract otherOrder = otherBits(order, sumsInOtherOrder);
+  const Contract fused = otherBits(order + ", the rounding of each operation", sumsInOtherOrder);
+  comparison.plain(otherOrder, plain<T>);
+  comparison.reordered(fused, plain<T>);
 #if defined(KXCALC_BENCH_EIGEN)
-  comparison.library("Eigen", order, eigen<T>);
+  comparison.library("Eigen", otherOrder, eigen<T>);
 #endif
 #if defined(KXCALC_BENCH_HIGHWAY)
-  comparison.library("Highway", order + fused, highway<T>);
+  comparison.library("Highway", fused, highway<T>);
 #endif
 #if defined(KXCALC_BENCH_VOLK)
   if constexpr (std::is_same_v<T, float>) {
-    comparison.library("VOLK", order + ", sums in double (mean and deviation in single)", volk, sumsInSingle);
+    comparison.library("VOLK", otherBits(order + ", sums in double (mean and deviation in single)", sumsInSingle),
+                       volk);
   }
 #endif
 #if defined(KXCALC_BENCH_OPENBLAS)
   if constexpr (std::is_same_v<T, float>) {
     comparison.library(
-        "OpenBLAS", order + ", squares about the offset (about 0, and shifted), sums in double throughout",
-        [](Statistics<T>& w) { openblas(w); }, sumsInSingle);
+        "OpenBLAS",
+        otherBits(order + ", squares about the offset (about 0, and shifted), sums in double throughout", sumsInSingle),
+        [](Statistics<T>& w) { openblas(w); });
   } else if constexpr (std::is_same_v<T, double>) {
-    comparison.library("OpenBLAS", order + ", squares about the offset (about 0, and shifted)",
+    comparison.library("OpenBLAS",
+                       otherBits(order + ", squares about the offset (about 0, and shifted)", sumsInOtherOrder),
                        [](Statistics<T>& w) { openblas(w); });
   }
 #endif
 }
 
 const bool registered = [] {
-  compare<float>("kxcalcGetMinMaxAveRMS_float", "", Signal::noise, 0, kxcalcGetMinMaxAveRMS_float);
-  compare<float>("kxcalcGetMinMaxAveRMS_float", "offset", Signal::noise, -0.24F, kxcalcGetMinMaxAveRMS_float);
-  compare<double>("kxcalcGetMinMaxAveRMS_double", "", Signal::noise, 0, kxcalcGetMinMaxAveRMS_double);
-  compare<double>("kxcalcGetMinMaxAveRMS_double", "offset", Signal::noise, -0.24, kxcalcGetMinMaxAveRMS_double);
-  compare<int16_t>("kxcalcGetMinMaxAveRMS_int16_t", "", Signal::noise, 0, kxcalcGetMinMaxAveRMS_int16_t);
-  compare<int16_t>("kxcalcGetMinMaxAveRMS_int16_t", "whole-offset", Signal::noise, -7, kxcalcGetMinMaxAveRMS_int16_t);
+  compare<float>("kxcalcGetMinMaxAveRMS_float", "", Signal::noise, 0, &Functions::kxcalcGetMinMaxAveRMS_float);
+  compare<float>("kxcalcGetMinMaxAveRMS_float", "offset", Signal::noise, -0.24F,
+                 &Functions::kxcalcGetMinMaxAveRMS_float);
+  compare<double>("kxcalcGetMinMaxAveRMS_double", "", Signal::noise, 0, &Functions::kxcalcGetMinMaxAveRMS_double);
+  compare<double>("kxcalcGetMinMaxAveRMS_double", "offset", Signal::noise, -0.24,
+                  &Functions::kxcalcGetMinMaxAveRMS_double);
+  compare<int16_t>("kxcalcGetMinMaxAveRMS_int16_t", "", Signal::noise, 0, &Functions::kxcalcGetMinMaxAveRMS_int16_t);
+  compare<int16_t>("kxcalcGetMinMaxAveRMS_int16_t", "whole-offset", Signal::noise, -7,
+                   &Functions::kxcalcGetMinMaxAveRMS_int16_t);
   compare<int16_t>("kxcalcGetMinMaxAveRMS_int16_t", "fractional-offset", Signal::noise, -7.3F,
-                   kxcalcGetMinMaxAveRMS_int16_t);
-  compare<int32_t>("kxcalcGetMinMaxAveRMS_int32_t", "16-bit-data", Signal::range16, 0, kxcalcGetMinMaxAveRMS_int32_t);
-  compare<int32_t>("kxcalcGetMinMaxAveRMS_int32_t", "24-bit-data", Signal::range24, 0, kxcalcGetMinMaxAveRMS_int32_t);
-  compare<int32_t>("kxcalcGetMinMaxAveRMS_int32_t", "32-bit-data", Signal::noise, 0, kxcalcGetMinMaxAveRMS_int32_t);
+                   &Functions::kxcalcGetMinMaxAveRMS_int16_t);
+  compare<int32_t>("kxcalcGetMinMaxAveRMS_int32_t", "16-bit-data", Signal::range16, 0,
+                   &Functions::kxcalcGetMinMaxAveRMS_int32_t);
+  compare<int32_t>("kxcalcGetMinMaxAveRMS_int32_t", "24-bit-data", Signal::range24, 0,
+                   &Functions::kxcalcGetMinMaxAveRMS_int32_t);
+  compare<int32_t>("kxcalcGetMinMaxAveRMS_int32_t", "32-bit-data", Signal::noise, 0,
+                   &Functions::kxcalcGetMinMaxAveRMS_int32_t);
   return true;
 }();
 

@@ -80,10 +80,15 @@ void compare(const char* name, const char* variant, Signal signal, Export kernel
       [signal](size_t count) {
         return MinMax<T>{samples<T>(signal), count, {}, {}};
       },
-      [kernel](MinMax<T>& w) { kernel(w.data, static_cast<uint32_t>(w.count), &w.minimum, &w.maximum); });
+      [kernel](const Functions& functions, MinMax<T>& w) {
+        (functions.*kernel)(w.data, static_cast<uint32_t>(w.count), &w.minimum, &w.maximum);
+      });
   comparison.template limitedByTraffic<Traffic{.first = sizeof(T)}>([](MinMax<T>& w) { return Streams{w.data}; });
 
-  const char* const nanRule = std::is_floating_point_v<T> ? "which NaN or zero wins" : "";
+  // Peers choose otherwise among NaNs and zeros: where the data is made of them, their job is another.
+  const bool isOrdinary = signal != Signal::silence && signal != Signal::oneNaN;
+  const char* const rule = std::is_floating_point_v<T> ? "which NaN or zero wins" : "";
+  const Contract nanRule = isOrdinary ? sameBits(rule) : otherBits(rule, sumsInOtherOrder);
   comparison.plain(nanRule, plain<T>);
   if constexpr (std::is_floating_point_v<T>) {
     comparison.reordered(nanRule, plain<T>);
@@ -121,14 +126,14 @@ void compare(const char* name, const char* variant, Signal signal, Export kernel
 }
 
 const bool registered = [] {
-  compare<int32_t>("kxcalcGetMinMax_int32_t", "", Signal::noise, kxcalcGetMinMax_int32_t);
-  compare<int16_t>("kxcalcGetMinMax_int16_t", "", Signal::noise, kxcalcGetMinMax_int16_t);
-  compare<float>("kxcalcGetMinMax_float", "", Signal::noise, kxcalcGetMinMax_float);
-  compare<float>("kxcalcGetMinMax_float", "silence", Signal::silence, kxcalcGetMinMax_float);
-  compare<float>("kxcalcGetMinMax_float", "one-NaN", Signal::oneNaN, kxcalcGetMinMax_float);
-  compare<double>("kxcalcGetMinMax_double", "", Signal::noise, kxcalcGetMinMax_double);
-  compare<double>("kxcalcGetMinMax_double", "silence", Signal::silence, kxcalcGetMinMax_double);
-  compare<double>("kxcalcGetMinMax_double", "one-NaN", Signal::oneNaN, kxcalcGetMinMax_double);
+  compare<int32_t>("kxcalcGetMinMax_int32_t", "", Signal::noise, &Functions::kxcalcGetMinMax_int32_t);
+  compare<int16_t>("kxcalcGetMinMax_int16_t", "", Signal::noise, &Functions::kxcalcGetMinMax_int16_t);
+  compare<float>("kxcalcGetMinMax_float", "", Signal::noise, &Functions::kxcalcGetMinMax_float);
+  compare<float>("kxcalcGetMinMax_float", "silence", Signal::silence, &Functions::kxcalcGetMinMax_float);
+  compare<float>("kxcalcGetMinMax_float", "one-NaN", Signal::oneNaN, &Functions::kxcalcGetMinMax_float);
+  compare<double>("kxcalcGetMinMax_double", "", Signal::noise, &Functions::kxcalcGetMinMax_double);
+  compare<double>("kxcalcGetMinMax_double", "silence", Signal::silence, &Functions::kxcalcGetMinMax_double);
+  compare<double>("kxcalcGetMinMax_double", "one-NaN", Signal::oneNaN, &Functions::kxcalcGetMinMax_double);
   return true;
 }();
 

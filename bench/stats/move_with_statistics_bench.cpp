@@ -142,26 +142,27 @@ void compare(const char* variant) {
   Comparison comparison(
       "kxcalcMoveAndGetMinMaxAveRMS_int16_t", variant,
       [](size_t count) { return Move{scratch<int16_t>(count), interleavedSamples(), count, stride, 0, 0, 0, 0}; },
-      [](Move& w) {
+      [](const Functions& functions, Move& w) {
         w.clear();
-        kxcalcMoveAndGetMinMaxAveRMS_int16_t(w.destination, w.source, static_cast<uint32_t>(w.count), &w.minimum,
-                                             &w.maximum, &w.sum, &w.sumOfSquares, 0, static_cast<int32_t>(w.stride));
+        functions.kxcalcMoveAndGetMinMaxAveRMS_int16_t(w.destination, w.source, static_cast<uint32_t>(w.count),
+                                                       &w.minimum, &w.maximum, &w.sum, &w.sumOfSquares, 0,
+                                                       static_cast<int32_t>(w.stride));
       });
   comparison.template limitedByTraffic<Traffic{.first = 2 * stride, .output = 2}>([](Move& w) {
     return Streams{w.source, nullptr, w.destination};
   });
   comparison.limitedByChain(0.5);  // two partial sums side by side
 
-  const std::string order = "the order of the sums";
-  const char* const fused = ", the rounding of each operation";
+  const Contract order = otherBits("the order of the sums", sumsInOtherOrder);
+  const Contract fused = otherBits("the order of the sums, the rounding of each operation", sumsInOtherOrder);
   comparison.plain(order, plain<stride>);
-  comparison.reordered(order + fused, plain<stride>);
+  comparison.reordered(fused, plain<stride>);
 #if defined(KXCALC_BENCH_EIGEN)
   comparison.library("Eigen", order, eigen);
 #endif
 #if defined(KXCALC_BENCH_HIGHWAY)
   if constexpr (stride <= 4) {
-    comparison.library("Highway", order + fused, highway<stride>);
+    comparison.library("Highway", fused, highway<stride>);
   }
 #endif
 }

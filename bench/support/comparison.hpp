@@ -1,7 +1,7 @@
 // A comparison of one job on one kind of data: the kernel, its peers and its limits, at several block sizes.
 //
-// A bench file says for each job how its workload is made, and how the kernel and each peer run on it. It is compiled
-// three times, and each build registers its share:
+// A bench file says for each job how its workload is made, and how the kernel and each peer run on it, and which peers
+// keep the export's order and rounding. It is compiled three times, and each build announces its share:
 // - base, -O3 -msse4.1: the kernel, the plain loop, compiled libraries, traffic in 16-byte accesses, the chain;
 // - native, -O3 -march=native: the plain loop, template libraries, traffic in the widest accesses;
 // - reordered, -O3 -march=native -ffast-math: the plain loop, where that makes a difference.
@@ -10,6 +10,7 @@
 #include <benchmark/benchmark.h>
 
 #include <cstddef>
+#include <memory>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -21,12 +22,6 @@
 
 namespace kxcalc::bench {
 
-/// How far a peer may be off: by the roundings of sums in another order; of a few operations in single; of sums in
-/// single.
-inline constexpr double sumsInOtherOrder = 1e-9;
-inline constexpr double otherRoundings = 1e-5;
-inline constexpr double sumsInSingle = 1e-3;
-
 /// Buffers that a job reads and writes.
 struct Streams {
   const void* first;
@@ -37,64 +32,110 @@ struct Streams {
 // Every build of a bench file has its own.
 namespace {
 
-/// Make: Workload(size_t count), with fresh input and room for the results. Kernel: void(Workload&). A workload's
-/// results() are the quantities that were computed.
-template <class Make, class Kernel>
+/// Anything that runs on anything. The compiler has to take the subject as changed before each run, and all that is
+/// written as read after it.
+template <class MakeSubject, class Run>
+class Repeated final : public Prepared {
+public:
+  Repeated(MakeSubject make, Run action) : subject_(make()), run_(action) {}
+
+  void run(std::size_t times) override {
+    for (std::size_t i = 0; i < times; ++i) {
+      benchmark::DoNotOptimize(subject_);
+      run_(subject_);
+      benchmark::DoNotOptimize(subject_);
+    }
+  }
+
+  std::vector<Quantity> results() const override {
+    if constexpr (requires { subject_.results(); }) {
+      return subject_.results();
+    } else {
+      return {};
+    }
+  }
+
+private:
+  std::invoke_result_t<MakeSubject> subject_;
+  Run run_;
+};
+
+template <class MakeSubject, class Run>
+std::unique_ptr<Prepared> repeated(MakeSubject make, Run run) {
+  return std::make_unique<Repeated<MakeSubject, Run>>(make, run);
+}
+
+/// Make: Workload(size_t count), with fresh input and room for the results. A workload's results() are the quantities
+/// that were computed.
+template <class Make>
 class Comparison {
 public:
   using Workload = std::invoke_result_t<Make, std::size_t>;
 
-  Comparison(std::string job, std::string variant, Make make, Kernel kernel,
+  /// Kernel: void(const Functions&, Workload&).
+  template <class Kernel>
+  Comparison(std::string job, std::string variant, Make make, [[maybe_unused]] Kernel kernel,
              std::vector<std::size_t> counts = {blockSizes.begin(), blockSizes.end()})
-      : job_(std::move(job)), variant_(std::move(variant)), make_(make), kernel_(kernel), counts_(std::move(counts)) {
+      : job_(std::move(job)), variant_(std::move(variant)), make_(make), counts_(std::move(counts)) {
 #if defined(KXCALC_BENCH_BUILD_BASE)
-    for (const std::size_t size : counts_) {
-      add(size, "kxcalc", Role::kxcalc, "", [=](benchmark::State& state) { measure(state, make(size), kernel); });
+    for (const std::size_t count : counts_) {
+      announce({job_, variant_, count, "", Role::kxcalc, sameBits(), [=](const Functions& functions) {
+                  return repeated([=] { return make(count); },
+                                  [&functions, kernel](Workload& w) { kernel(functions, w); });
+                }});
     }
 #endif
   }
 
-  /// The loop that a user would write, and what it does not promise of what the kernel does.
+  /// The loop that a user would write.
   template <class Run>
-  void plain([[maybe_unused]] const std::string& waives, [[maybe_unused]] Run run,
-             [[maybe_unused]] double tolerance = sumsInOtherOrder) {
+  void plain([[maybe_unused]] const Contract& contract, [[maybe_unused]] Run run) {
 #if defined(KXCALC_BENCH_BUILD_BASE)
-    addPeer("plain", Role::loop, waives, run, tolerance);
+    announcePeer("plain", Role::loop, contract, run);
 #elif defined(KXCALC_BENCH_BUILD_NATIVE)
-    addPeer("native", Role::loop, waives, run, tolerance);
+    announcePeer("native", Role::loop, contract, run);
 #endif
   }
 
   /// The same where operations may be reordered and fused.
   template <class Run>
-  void reordered([[maybe_unused]] const std::string& waives, [[maybe_unused]] Run run,
-                 [[maybe_unused]] double tolerance = otherRoundings) {
+  void reordered([[maybe_unused]] const Contract& contract, [[maybe_unused]] Run run) {
 #if defined(KXCALC_BENCH_BUILD_REORDERED)
-    addPeer("reordered", Role::loop, waives, run, tolerance);
+    announcePeer("reordered", Role::loop, contract, run);
 #endif
   }
 
   /// A library's code for the same job.
   template <class Run>
-  void library(const std::string& who, const std::string& waives, Run run, double tolerance = sumsInOtherOrder) {
-    addPeer(who, Role::library, waives, run, tolerance);
+  void library(const std::string& who, const Contract& contract, Run run) {
+    announcePeer(who, Role::library, contract, run);
   }
 
   /// The memory accesses alone. streams: Streams(Workload&).
   template <Traffic traffic, class GetStreams>
   void limitedByTraffic([[maybe_unused]] GetStreams streams) {
 #if !defined(KXCALC_BENCH_BUILD_REORDERED)
-    for (const std::size_t size : counts_) {
-      add(size, sizeof(Access) == 16 ? "16-byte" : "widest", Role::traffic, "",
-          [=, make = make_](benchmark::State& state) {
-            Workload workload = make(size);
-            const Streams buffers = streams(workload);
-            const TrafficPass<traffic> pass{static_cast<const char*>(buffers.first),
-                                            static_cast<const char*>(buffers.second),
-                                            static_cast<char*>(buffers.output), size};
-            measure(state, pass, [](TrafficPass<traffic> each) { benchmark::DoNotOptimize(each.run()); });
-          });
-    }
+    struct Pass {
+      Workload workload;
+      Streams streams;
+      std::size_t count;
+
+      void run() const {
+        const TrafficPass<traffic> pass{static_cast<const char*>(streams.first),
+                                        static_cast<const char*>(streams.second), static_cast<char*>(streams.output),
+                                        count};
+        benchmark::DoNotOptimize(pass.run());
+      }
+    };
+    announceEach(sizeof(Access) == 16 ? "16-byte" : "widest", Role::traffic, sameBits(),
+                 [streams, make = make_](std::size_t count) {
+                   const auto makePass = [=] {
+                     Pass pass{make(count), {}, count};
+                     pass.streams = streams(pass.workload);
+                     return pass;
+                   };
+                   return repeated(makePass, [](const Pass& pass) { pass.run(); });
+                 });
 #endif
   }
 
@@ -111,65 +152,39 @@ public:
       double operand;
       std::size_t steps;
     };
-    for (const std::size_t size : counts_) {
-      const auto steps = static_cast<std::size_t>(stepsPerElement * static_cast<double>(size));
-      add(size, "chain", Role::chain, "", [=](benchmark::State& state) {
-        measure(state, Chain{1, steps}, [step](const Chain& chain) {
-          double value = 0;
-          for (std::size_t i = 0; i < chain.steps; ++i) {
-            value = step(value, chain.operand);
-          }
-          benchmark::DoNotOptimize(value);
-        });
-      });
-    }
+    announceEach("chain", Role::chain, sameBits(), [=](std::size_t count) {
+      const auto steps = static_cast<std::size_t>(stepsPerElement * static_cast<double>(count));
+      return repeated(
+          [=] {
+            return Chain{1, steps};
+          },
+          [step](const Chain& chain) {
+            double value = 0;
+            for (std::size_t i = 0; i < chain.steps; ++i) {
+              value = step(value, chain.operand);
+            }
+            benchmark::DoNotOptimize(value);
+          });
+    });
 #endif
   }
 
 private:
   std::string job_, variant_;
   Make make_;
-  Kernel kernel_;
   std::vector<std::size_t> counts_;
 
-  template <class Body>
-  void add(std::size_t count, const std::string& who, Role role, const std::string& waives, Body body) const {
-    benchmark::RegisterBenchmark(announce({job_, variant_, count, who, role, waives}).c_str(), body);
-  }
-
-  /// A peer is measured if it agrees with the kernel.
   template <class Run>
-  void addPeer(const std::string& who, Role role, const std::string& waives, Run run, double tolerance) {
-    for (const std::size_t size : counts_) {
-      add(size, who, role, waives,
-          [=, make = make_, kernel = kernel_, agrees = false](benchmark::State& state) mutable {
-            if (!agrees) {
-              const auto expected = resultsOf(make(size), kernel);
-              const std::string difference = disagreement(expected, resultsOf(make(size), run), tolerance);
-              if (!difference.empty()) {
-                state.SkipWithError(difference.c_str());
-                return;
-              }
-              agrees = true;
-            }
-            measure(state, make(size), run);
-          });
-    }
+  void announcePeer(const std::string& who, Role role, const Contract& contract, Run run) {
+    announceEach(who, role, contract,
+                 [run, make = make_](std::size_t count) { return repeated([=] { return make(count); }, run); });
   }
 
-  template <class Run>
-  static std::vector<Quantity> resultsOf(Workload workload, Run run) {
-    run(workload);
-    return workload.results();
-  }
-
-  /// The compiler has to take the subject as changed before each run, and all that is written as read after it.
-  template <class Subject, class Run>
-  static void measure(benchmark::State& state, Subject subject, Run run) {
-    for ([[maybe_unused]] auto iteration : state) {
-      benchmark::DoNotOptimize(subject);
-      run(subject);
-      benchmark::DoNotOptimize(subject);
+  /// prepare: what Entry::prepare returns, of a block size.
+  template <class Prepare>
+  void announceEach(const std::string& who, Role role, const Contract& contract, Prepare prepare) {
+    for (const std::size_t count : counts_) {
+      announce({job_, variant_, count, who, role, contract, [=](const Functions&) { return prepare(count); }});
     }
   }
 };

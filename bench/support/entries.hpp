@@ -1,10 +1,15 @@
-// What is known of each benchmark beside its time.
+// What is measured: each job's kernel, its peers and its limits, on each kind of data and each block size. Bench files
+// announce it; the programs choose what they run of it, and with which libraries.
 #pragma once
 
-#include <cmath>
 #include <cstddef>
+#include <functional>
+#include <memory>
 #include <string>
 #include <vector>
+
+#include "functions/functions.hpp"
+#include "support/quantities.hpp"
 
 namespace kxcalc::bench {
 
@@ -17,39 +22,60 @@ enum class Role {
   latency,  // of one operation, for orientation
 };
 
+/// What a peer keeps of what an export promises.
+struct Contract {
+  bool sameBits;  // the export's order and rounding of all operations: the same bits of ordinary numbers
+  std::string
+      notPromised;   // what the export promises beyond that and the peer does not, or what the peer does otherwise
+  double tolerance;  // how far its results may be off
+};
+
+/// The export's operations in its order, each rounded as its contract says.
+inline Contract sameBits(std::string notPromised = "") {
+  return {true, std::move(notPromised), 0};
+}
+
+/// How far a peer may be off: by the roundings of sums in another order; of a few operations in single; of sums in
+/// single.
+inline constexpr double sumsInOtherOrder = 1e-9;
+inline constexpr double otherRoundings = 1e-5;
+inline constexpr double sumsInSingle = 1e-3;
+
+/// Anything else that does the job.
+inline Contract otherBits(std::string notPromised, double tolerance) {
+  return {false, std::move(notPromised), tolerance};
+}
+
+/// A workload, and what runs on it.
+class Prepared {
+public:
+  virtual ~Prepared() = default;
+  virtual void run(std::size_t times) = 0;
+  /// The quantities that were computed.
+  virtual std::vector<Quantity> results() const = 0;
+};
+
 struct Entry {
   std::string job;      // the export's name
   std::string variant;  // which data or arguments, if there are several
   std::size_t count;    // elements
-  std::string who;
+  std::string who;      // empty: the kernel, of whichever library
   Role role;
-  std::string waives;  // what a peer does not promise and the export does
+  Contract contract;
+  /// With fresh data. Only kernels take their functions from the table. Results of a run stand where the next
+  /// preparation puts its own.
+  std::function<std::unique_ptr<Prepared>(const Functions&)> prepare;
 
-  /// The benchmark's: <job>[/<variant>]/<count>/<who>.
-  std::string name() const;
+  /// <job>[/<variant>]/<count>: what is compared with each other.
+  std::string row() const;
 };
 
-/// Adds a benchmark to the entries, and returns its name.
-std::string announce(const Entry& entry);
+void announce(Entry entry);
 
 /// All that were announced, in that order.
 const std::vector<Entry>& entries();
 
-/// A number that a job computed. Two of them agree if they differ by a tolerance times `scale` at most.
-struct Quantity {
-  template <class Number>
-  Quantity(Number number) : Quantity(number, std::abs(static_cast<double>(number))) {}
-  template <class Number>
-  Quantity(Number number, double scaleOfNumber) : value(static_cast<double>(number)), scale(scaleOfNumber) {}
-
-  double value, scale;
-};
-
-/// Up to some hundred elements of an output, spread evenly over it, with the first and the last.
-template <class T>
-std::vector<Quantity> elementsOf(const T* output, std::size_t count);
-
-/// Empty if all quantities agree, else what differs.
-std::string disagreement(const std::vector<Quantity>& expected, const std::vector<Quantity>& actual, double tolerance);
+/// The kernel that an entry is compared with.
+const Entry& kernelOf(const Entry& entry);
 
 }  // namespace kxcalc::bench

@@ -1,4 +1,4 @@
-// The report of a run: one row for each job, kind of data and block size, with the kernel, its peers and its limits.
+// What a run of the benchmarks finds out, gathered while it goes on and written at its end.
 #pragma once
 
 #include <benchmark/benchmark.h>
@@ -6,25 +6,32 @@
 #include <iosfwd>
 #include <map>
 #include <string>
-#include <utility>
+#include <vector>
+
+#include "support/figures.hpp"
+#include "support/subjects.hpp"
 
 namespace kxcalc::bench {
 
 class Report : public benchmark::BenchmarkReporter {
 public:
-  explicit Report(std::string library) : library_(std::move(library)) {}
-
-  bool ReportContext(const Context& context) override;
+  bool ReportContext(const Context&) override { return true; }
   void ReportRuns(const std::vector<Run>& runs) override;
-  void Finalize() override;
+  void Finalize() override {}
 
   bool empty() const { return nanoseconds_.empty(); }
-  void writeCsv(std::ostream& out) const;
+
+  /// Machine and compiler, a table for each size, and what was left out.
+  void writeMarkdown(std::ostream& out, const std::vector<Subject>& subjects,
+                     const std::vector<std::string>& variants) const;
+
+  void writeCsv(std::ostream& out, const std::vector<Subject>& subjects) const;
 
 private:
-  std::string library_;
-  std::map<std::string, double> nanoseconds_;   // of a call, the lower quartile of the repetitions, by benchmark name
+  std::map<std::string, double> nanoseconds_;   // of a run, the lower quartile of the repetitions, by benchmark name
   std::map<std::string, std::string> leftOut_;  // why, by benchmark name
+
+  std::vector<Row> rowsOf(const std::vector<Subject>& subjects) const;
 };
 
 }  // namespace kxcalc::bench

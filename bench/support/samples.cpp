@@ -14,7 +14,7 @@ namespace kxcalc::bench {
 namespace {
 
 constexpr std::align_val_t alignment{64};
-constexpr size_t largest = blockSizes.back();
+size_t largest = blockSizes.back();
 
 struct Release {
   void operator()(void* memory) const { operator delete(memory, alignment); }
@@ -67,6 +67,13 @@ Buffer<T> fill(Signal signal) {
 }
 
 }  // namespace
+
+/// Some jobs take two blocks side by side or every fourth sample, where that is less than the largest block, and
+/// tables.
+void expectBlocksUpTo(size_t count) {
+  constexpr size_t tables = 8'192;
+  largest = std::min(blockSizes.back(), std::max(tables, 4 * count));
+}
 
 template <class T>
 const T* samples(Signal signal) {

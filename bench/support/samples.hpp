@@ -1,4 +1,4 @@
-// The data of the benchmarks: filled once, long enough for the largest block, aligned to 64 bytes.
+// The data of the benchmarks: filled once, long enough for the largest block that is measured, aligned to 64 bytes.
 #pragma once
 
 #include <array>
@@ -8,10 +8,13 @@
 namespace kxcalc::bench {
 
 /// Blocks that fit the first-level cache, the second-level cache, and neither.
-inline constexpr std::array<std::size_t, 3> blockSizes{1'000, 100'000, 10'000'000};
+inline constexpr std::array<std::size_t, 3> blockSizes{1'000, 32'000, 10'000'000};
 
 /// The widest distance between samples of one channel.
 inline constexpr std::size_t largestStride = 32;
+
+/// Makes all data no longer than blocks of up to so many elements need; to be called before it is first asked for.
+void expectBlocksUpTo(std::size_t count);
 
 enum class Signal {
   noise,       // evenly distributed: singles and doubles in [-1, 1) about 0.25, integers in their whole range

@@ -61,28 +61,30 @@ void compare(const char* name, Export kernel) {
         std::copy_n(samples<T>(Signal::noise), count, w.data);
         return w;
       },
-      [kernel](Scale<T>& w) { kernel(w.data, static_cast<uint32_t>(w.count), w.factor); });
+      [kernel](const Functions& functions, Scale<T>& w) {
+        (functions.*kernel)(w.data, static_cast<uint32_t>(w.count), w.factor);
+      });
   comparison.template limitedByTraffic<Traffic{.first = sizeof(T), .output = sizeof(T), .inPlace = true}>(
       [](Scale<T>& w) {
         return Streams{w.data, nullptr, w.data};
       });
 
-  comparison.plain("", plain<T>);
+  comparison.plain(sameBits(), plain<T>);
 #if defined(KXCALC_BENCH_EIGEN)
-  comparison.library("Eigen", "", eigen<T>);
+  comparison.library("Eigen", sameBits(), eigen<T>);
 #endif
 #if defined(KXCALC_BENCH_HIGHWAY)
-  comparison.library("Highway", "", highway<T>);
+  comparison.library("Highway", sameBits(), highway<T>);
 #endif
 #if defined(KXCALC_BENCH_VOLK)
   if constexpr (std::is_same_v<T, float>) {
-    comparison.library("VOLK", "", [](Scale<T>& w) {
+    comparison.library("VOLK", sameBits(), [](Scale<T>& w) {
       volk_32f_s32f_multiply_32f(w.data, w.data, w.factor, static_cast<unsigned>(w.count));
     });
   }
 #endif
 #if defined(KXCALC_BENCH_OPENBLAS)
-  comparison.library("OpenBLAS", "what a factor of 0 makes of NaNs and infinities", [](Scale<T>& w) {
+  comparison.library("OpenBLAS", sameBits("what a factor of 0 makes of NaNs and infinities"), [](Scale<T>& w) {
     if constexpr (std::is_same_v<T, float>) {
       cblas_sscal(static_cast<blasint>(w.count), w.factor, w.data, 1);
     } else {
@@ -93,8 +95,8 @@ void compare(const char* name, Export kernel) {
 }
 
 const bool registered = [] {
-  compare<float>("kxcalcMultiplyVectorByScalar_float", kxcalcMultiplyVectorByScalar_float);
-  compare<double>("kxcalcMultiplyVectorByScalar_double", kxcalcMultiplyVectorByScalar_double);
+  compare<float>("kxcalcMultiplyVectorByScalar_float", &Functions::kxcalcMultiplyVectorByScalar_float);
+  compare<double>("kxcalcMultiplyVectorByScalar_double", &Functions::kxcalcMultiplyVectorByScalar_double);
   return true;
 }();
 

@@ -27,9 +27,9 @@ struct Combine {
 struct Subtract {
   static constexpr const char* name = "kxcalcSubtractVectorsAndMultiplyByScalar_float";
 
-  static void kernel(Combine w) {
-    kxcalcSubtractVectorsAndMultiplyByScalar_float(w.output, w.first, w.second, static_cast<uint32_t>(w.count),
-                                                   w.factor);
+  static void kernel(const Functions& functions, Combine w) {
+    functions.kxcalcSubtractVectorsAndMultiplyByScalar_float(w.output, w.first, w.second,
+                                                             static_cast<uint32_t>(w.count), w.factor);
   }
   template <class V>
   static V rule(V first, V second, V factor, V) {
@@ -62,9 +62,9 @@ struct Subtract {
 struct Add {
   static constexpr const char* name = "kxcalcAddVectorsAndMultiplyByScalar_float";
 
-  static void kernel(Combine w) {
-    kxcalcAddVectorsAndMultiplyByScalar_float(w.output, w.first, w.second, static_cast<uint32_t>(w.count),
-                                              w.secondFactor, w.factor);
+  static void kernel(const Functions& functions, Combine w) {
+    functions.kxcalcAddVectorsAndMultiplyByScalar_float(w.output, w.first, w.second, static_cast<uint32_t>(w.count),
+                                                        w.secondFactor, w.factor);
   }
   template <class V>
   static V rule(V first, V second, V factor, V secondFactor) {
@@ -157,21 +157,21 @@ void compare() {
         return Streams{w.first, w.second, w.output};
       });
 
-  comparison.plain("", plain<Job>);
-  comparison.reordered("the rounding of each operation", plain<Job>);
+  comparison.plain(sameBits(), plain<Job>);
+  comparison.reordered(otherBits("the rounding of each operation", otherRoundings), plain<Job>);
 #if defined(KXCALC_BENCH_EIGEN)
-  comparison.library("Eigen", "", eigen<Job>);
+  comparison.library("Eigen", sameBits(), eigen<Job>);
 #endif
 #if defined(KXCALC_BENCH_HIGHWAY)
-  comparison.library("Highway", "", highway<Job>);
+  comparison.library("Highway", sameBits(), highway<Job>);
 #endif
 #if defined(KXCALC_BENCH_VOLK)
   if constexpr (std::is_same_v<Job, Subtract> || !inPlace) {
-    comparison.library("VOLK", "", Job::volk);
+    comparison.library("VOLK", sameBits(), Job::volk);
   }
 #endif
 #if defined(KXCALC_BENCH_OPENBLAS)
-  comparison.library("OpenBLAS", "the rounding of each operation", Job::openblas, otherRoundings);
+  comparison.library("OpenBLAS", otherBits("the rounding of each operation", otherRoundings), Job::openblas);
 #endif
 }
 

@@ -75,18 +75,18 @@ void compare(const char* name, const char* variant, Signal first, Signal second)
       [=](size_t count) {
         return Products{samples<float>(first), samples<float>(second), count, 0};
       },
-      [](Products& w) {
+      [](const Functions& functions, Products& w) {
         const auto count = static_cast<uint32_t>(w.count);
-        w.sum = squares ? kxcalcSumSquaredValues_float(w.first, count)
-                        : kxcalcMultiplyVectorsAndCalcSum_float(w.first, w.second, count);
+        w.sum = squares ? functions.kxcalcSumSquaredValues_float(w.first, count)
+                        : functions.kxcalcMultiplyVectorsAndCalcSum_float(w.first, w.second, count);
       });
   comparison.template limitedByTraffic<Traffic{.first = 4, .second = squares ? 0 : 4}>([](Products& w) {
     return Streams{w.first, w.second};
   });
   comparison.limitedByChain(1);
 
-  const char* const order = "the order of the sum";
-  comparison.plain("", plain<squares>);
+  const Contract order = otherBits("the order of the sum", sumsInOtherOrder);
+  comparison.plain(sameBits(), plain<squares>);
   comparison.reordered(order, plain<squares>);  // fused, but the products are exact
 #if defined(KXCALC_BENCH_EIGEN)
   comparison.library("Eigen", order, eigen<squares>);
@@ -95,22 +95,17 @@ void compare(const char* name, const char* variant, Signal first, Signal second)
   comparison.library("Highway", order, highway<squares>);
 #endif
 #if defined(KXCALC_BENCH_VOLK)
-  comparison.library(
-      "VOLK", "the order of the sum, a sum in double",
-      [](Products& w) {
-        float sum = 0;
-        volk_32f_x2_dot_prod_32f(&sum, w.first, squares ? w.first : w.second, static_cast<unsigned>(w.count));
-        w.sum = static_cast<double>(sum);
-      },
-      sumsInSingle);
+  comparison.library("VOLK", otherBits("the order of the sum, a sum in double", sumsInSingle), [](Products& w) {
+    float sum = 0;
+    volk_32f_x2_dot_prod_32f(&sum, w.first, squares ? w.first : w.second, static_cast<unsigned>(w.count));
+    w.sum = static_cast<double>(sum);
+  });
 #endif
 #if defined(KXCALC_BENCH_OPENBLAS)
-  comparison.library(
-      "OpenBLAS", "the order of the sum, a sum in double throughout",
-      [](Products& w) {
-        w.sum = cblas_dsdot(static_cast<blasint>(w.count), w.first, 1, squares ? w.first : w.second, 1);
-      },
-      sumsInSingle);
+  comparison.library("OpenBLAS", otherBits("the order of the sum, a sum in double throughout", sumsInSingle),
+                     [](Products& w) {
+                       w.sum = cblas_dsdot(static_cast<blasint>(w.count), w.first, 1, squares ? w.first : w.second, 1);
+                     });
 #endif
 }
 

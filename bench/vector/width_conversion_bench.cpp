@@ -66,23 +66,25 @@ void compare(const char* name, Export kernel) {
       [](size_t count) {
         return Workload{samples<From>(Signal::noise), scratch<To>(count), count};
       },
-      [kernel](Workload& w) { kernel(w.source, w.destination, static_cast<uint32_t>(w.count)); });
+      [kernel](const Functions& functions, Workload& w) {
+        (functions.*kernel)(w.source, w.destination, static_cast<uint32_t>(w.count));
+      });
   comparison.template limitedByTraffic<Traffic{.first = sizeof(From), .output = sizeof(To)}>([](Workload& w) {
     return Streams{w.source, nullptr, w.destination};
   });
 
-  comparison.plain("", plain<From, To>);
+  comparison.plain(sameBits(), plain<From, To>);
 #if defined(KXCALC_BENCH_EIGEN)
-  comparison.library("Eigen", "", eigen<From, To>);
+  comparison.library("Eigen", sameBits(), eigen<From, To>);
 #endif
 #if defined(KXCALC_BENCH_HIGHWAY)
-  comparison.library("Highway", "", highway<From, To>);
+  comparison.library("Highway", sameBits(), highway<From, To>);
 #endif
 }
 
 const bool registered = [] {
-  compare<int32_t, int16_t>("kxcalcConvertInt32ToInt16", kxcalcConvertInt32ToInt16);
-  compare<int16_t, int32_t>("kxcalcConvertInt16ToInt32", kxcalcConvertInt16ToInt32);
+  compare<int32_t, int16_t>("kxcalcConvertInt32ToInt16", &Functions::kxcalcConvertInt32ToInt16);
+  compare<int16_t, int32_t>("kxcalcConvertInt16ToInt32", &Functions::kxcalcConvertInt16ToInt32);
   return true;
 }();
 

@@ -63,7 +63,7 @@ SleefVector sleefArctangent(SleefVector x) {
 struct Sine {
   static constexpr const char* name = "kxcalcSin_float";
   static constexpr Signal signal = Signal::angles;
-  static constexpr auto kernel = kxcalcSin_float;
+  static constexpr auto kernel = &Functions::kxcalcSin_float;
 
   static float libm(float x) { return std::sin(x); }
 
@@ -108,7 +108,7 @@ struct Sine {
 struct Arctangent {
   static constexpr const char* name = "kxcalcATan_float";
   static constexpr Signal signal = Signal::angles;
-  static constexpr auto kernel = kxcalcATan_float;
+  static constexpr auto kernel = &Functions::kxcalcATan_float;
 
   static float libm(float x) { return std::atan(x); }
 
@@ -199,35 +199,35 @@ void compare() {
       [](size_t count) {
         return Map{samples<float>(Function::signal), scratch<float>(count), count};
       },
-      [](Map& w) { Function::kernel(w.input, w.output, static_cast<uint32_t>(w.count)); });
+      [](const Functions& functions, Map& w) {
+        (functions.*Function::kernel)(w.input, w.output, static_cast<uint32_t>(w.count));
+      });
   comparison.template limitedByTraffic<Traffic{.first = 4, .output = 4}>([](Map& w) {
     return Streams{w.input, nullptr, w.output};
   });
 
-  const char* const other = "the same approximation";
-  comparison.plain(other, plain<Function>, otherRoundings);
+  const Contract other = otherBits("the same approximation", otherRoundings);
+  comparison.plain(other, plain<Function>);
   comparison.reordered(other, plain<Function>);
   // The scalar loop of the kernel's approximation, as the compiler makes vectors of it.
 #if defined(KXCALC_BENCH_BUILD_BASE)
-  comparison.library("same", "", sameApproximation<Function>);
+  comparison.library("formula", sameBits(), sameApproximation<Function>);
 #elif defined(KXCALC_BENCH_BUILD_NATIVE)
-  comparison.library("same-wide", "", sameApproximation<Function>);
+  comparison.library("formula-native", sameBits(), sameApproximation<Function>);
 #endif
 #if defined(KXCALC_BENCH_EIGEN)
-  comparison.library(
-      "Eigen", other, [](Map w) { eigenArray(w.output, w.count) = Function::eigen(eigenArray(w.input, w.count)); },
-      otherRoundings);
+  comparison.library("Eigen", other,
+                     [](Map w) { eigenArray(w.output, w.count) = Function::eigen(eigenArray(w.input, w.count)); });
 #endif
 #if defined(KXCALC_BENCH_HIGHWAY)
-  comparison.library("Highway", other, highway<Function>, otherRoundings);
+  comparison.library("Highway", other, highway<Function>);
 #endif
 #if defined(KXCALC_BENCH_SLEEF)
-  comparison.library("SLEEF", other, sleef<Function>, otherRoundings);
+  comparison.library("SLEEF", other, sleef<Function>);
 #endif
 #if defined(KXCALC_BENCH_VOLK)
-  comparison.library(
-      "VOLK", other, [](Map w) { Function::volk(w.output, w.input, static_cast<unsigned>(w.count)); },
-      coarseApproximation);
+  comparison.library("VOLK", otherBits("the same approximation", coarseApproximation),
+                     [](Map w) { Function::volk(w.output, w.input, static_cast<unsigned>(w.count)); });
 #endif
 }
 

@@ -37,6 +37,7 @@ ROOMS = [
     ("tests/frame", SHARED_BY_TESTS | KERNEL_KITS),
     ("tests/vmath", SHARED_BY_TESTS | KERNEL_KITS | {"src/power"}),  # the flicker's classes come from a logarithm of the kit
     ("tests/analysis", SHARED_BY_TESTS | {ANALYSIS}),
+    ("tests/bench", {HEADER, FUNCTIONS, "bench"}),
     ("tests/recordings", SHARED_BY_TESTS | {RECORDINGS}),
     ("tests/host", SHARED_BY_TESTS | BELOW_FRONT_ENDS | {"host", "host/reports", "host/pictures", "host/commands"}),
     ("tests/package", BELOW_FRONT_ENDS),  # as others include what is installed
@@ -63,7 +64,7 @@ LIBRARIES = [
     (r"kiss_?fft.*", {"analysis"}),
     (r"nanobind/.*|Python\.h", {"python"}),
     (r"emscripten.*", {"web"}),
-    (r"benchmark/.*", {"bench"}),
+    (r"benchmark/.*|valgrind/.*", {"bench"}),
     (r"fuzzer/.*", {"fuzz"}),
     (r"gtest/.*|gmock/.*", {"fuzz", "tests/*"}),
 ]
