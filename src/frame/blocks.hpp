@@ -121,8 +121,12 @@ KXCALC_INLINE void walkElements(const T* buffer, size_t count, Rule rule) {
     i = detail::walkPacks<width, 4>(i, count, rule);
   }
   i = detail::walkPacks<width, 1>(i, count, rule);
-  for (; i < count; ++i) {
-    rule(One{i});
+  const size_t tail = count - i;
+  if (tail >= width) {
+    __builtin_unreachable();  // otherwise compilers ask whether so few make a vector
+  }
+  for (size_t k = 0; k < tail; ++k) {
+    rule(One{i + k});
   }
 }
 
@@ -135,11 +139,11 @@ KXCALC_INLINE void prefetchAhead(const T* at) {
 }
 
 /// The block walk from element 0 on, wherever the buffers stand: rule(Pack) for each whole block of `width` elements,
-/// several as one where the build has wider vectors. Asks for what `buffers` hold further on. Returns where less than a
-/// block is left.
-template <size_t width, class Rule, class... T>
+/// several as one where the build has wider vectors and the rule gains by them. Asks for what `buffers` hold further on.
+/// Returns where less than a block is left.
+template <size_t width, size_t wide = widening* width, class Rule, class... T>
 KXCALC_INLINE size_t walkBlocks(size_t count, Rule rule, const T*... buffers) {
-  constexpr size_t wide = widening * width, line = 4 * wide;
+  constexpr size_t line = 4 * wide;
   const auto prefetch = [](const auto* from) KXCALC_INLINE_LAMBDA {
     constexpr size_t step = std::max(size_t{1}, 64 / sizeof *from);
     for (size_t k = 0; k < line; k += step) {

@@ -178,6 +178,11 @@ KXCALC_INLINE u64x2 loadLow(const Raw* from) {
     return u64x2{word, 0};
   }
 }
+
+/// The lower bytes of both vectors by turns.
+KXCALC_INLINE i8x16 interleavedLow(i8x16 a, i8x16 b) {
+  return __builtin_shufflevector(a, b, 0, 16, 1, 17, 2, 18, 3, 19, 4, 20, 5, 21, 6, 22, 7, 23);
+}
 }  // namespace detail
 
 /// Neighbouring samples of 8 or 16 bits with their value, four by four. Without an instruction for it each is placed at the
@@ -193,16 +198,17 @@ KXCALC_INLINE i32x4 loadAsInt32(const int8_t* from) {
 #if defined(__SSE4_1__)
   return bitsAs<i32x4>(_mm_cvtepi8_epi32(bitsAs<__m128i>(detail::loadLow<4>(from))));
 #else
-  const i8x16 v = bitsAs<i8x16>(detail::loadLow<4>(from));
-  return bitsAs<i32x4>(__builtin_shufflevector(v, v, 0, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3, 3)) >> 24;
+  const auto v = bitsAs<i8x16>(detail::loadLow<4>(from));
+  const auto twice = bitsAs<i16x8>(detail::interleavedLow(v, v));
+  return bitsAs<i32x4>(__builtin_shufflevector(twice, twice, 0, 0, 1, 1, 2, 2, 3, 3)) >> 24;
 #endif
 }
 KXCALC_INLINE i32x4 loadAsInt32(const uint8_t* from) {
 #if defined(__SSE4_1__)
   return bitsAs<i32x4>(_mm_cvtepu8_epi32(bitsAs<__m128i>(detail::loadLow<4>(from))));
 #else
-  return bitsAs<i32x4>(__builtin_shufflevector(bitsAs<i8x16>(detail::loadLow<4>(from)), i8x16{}, 0, 16, 17, 18, 1, 19,
-                                               20, 21, 2, 22, 23, 24, 3, 25, 26, 27));
+  const auto v = bitsAs<i16x8>(detail::interleavedLow(bitsAs<i8x16>(detail::loadLow<4>(from)), i8x16{}));
+  return bitsAs<i32x4>(__builtin_shufflevector(v, i16x8{}, 0, 8, 1, 9, 2, 10, 3, 11));
 #endif
 }
 namespace detail {
@@ -260,11 +266,18 @@ KXCALC_INLINE f64x2 loadAsDoubles(const int16_t* from) {
   return widenLow(widenLow(bitsAs<i16x8>(detail::loadLow<4>(from))));
 }
 
-/// The same of any number of samples from four on, of 8 bits and without a sign too.
+/// The same of any number of samples from four on, of 8 bits and without a sign too. What fills several vectors is loaded
+/// for each of them: the converting instructions take what they widen from memory, but not from the upper half of a
+/// register.
 template <size_t count, class Raw>
 KXCALC_INLINE PackOf<double, count> loadPackAsDoubles(const Raw* from) {
+  constexpr bool inParts = detail::isTwin<PackOf<double, count>> && (sizeof(Raw) == 4 || count > 4);
   if constexpr (std::is_same_v<Raw, double>) {
     return loadPack<count>(from);
+  } else if constexpr (count == 2) {
+    return loadAsDoubles(from);
+  } else if constexpr (inParts) {
+    return twin(loadPackAsDoubles<count / 2>(from), loadPackAsDoubles<count / 2>(from + count / 2));
   } else if constexpr (std::is_same_v<Raw, float>) {
     return toDoubles(loadPack<count>(from));
   } else {

@@ -116,15 +116,20 @@ KXCALC_INLINE Lanes<Element<V>, sizeof(V) / 2> highHalf(V v) {
     return bitsAs<Lanes<Element<V>, 16>>(__builtin_shufflevector(words, words, 2, 3));
   }
 }
+#if defined(__AVX2__)  // GCC permutes whole vectors for the expression.
 template <class V>
 KXCALC_INLINE Lanes<Element<V>, 2 * sizeof(V)> joined(V low, V high) {
-  const auto lower = bitsAs<SameSize<int64_t, V>>(low), upper = bitsAs<SameSize<int64_t, V>>(high);
+#if defined(__AVX512F__)
   if constexpr (sizeof(V) == 32) {
-    return bitsAs<Lanes<Element<V>, 64>>(__builtin_shufflevector(lower, upper, 0, 1, 2, 3, 4, 5, 6, 7));
-  } else {
-    return bitsAs<Lanes<Element<V>, 32>>(__builtin_shufflevector(lower, upper, 0, 1, 2, 3));
+    const __m512i below = _mm512_castsi256_si512(bitsAs<__m256i>(low));
+    return bitsAs<Lanes<Element<V>, 64>>(_mm512_maskz_inserti64x4(0xFF, below, bitsAs<__m256i>(high), 1));
+  }
+#endif
+  if constexpr (sizeof(V) == 16) {
+    return bitsAs<Lanes<Element<V>, 32>>(_mm256_set_m128i(bitsAs<__m128i>(high), bitsAs<__m128i>(low)));
   }
 }
+#endif
 
 /// Lanes 0, 0, 2, 2, ... or 1, 1, 3, 3, ... or 1, 0, 3, 2, ... of 32 bits.
 template <class V>
@@ -158,6 +163,52 @@ KXCALC_INLINE V swappedPairs(V v) {
   }
 }
 
+/// Of lanes of 32 bits those at even places, or those at odd ones: of each 16 bytes those of a, then those of b.
+template <class V>
+KXCALC_INLINE V evenLanes(V a, V b) {
+  if constexpr (sizeof(V) == 64) {
+    return __builtin_shufflevector(a, b, 0, 2, 16, 18, 4, 6, 20, 22, 8, 10, 24, 26, 12, 14, 28, 30);
+  } else if constexpr (sizeof(V) == 32) {
+    return __builtin_shufflevector(a, b, 0, 2, 8, 10, 4, 6, 12, 14);
+  } else {
+    return __builtin_shufflevector(a, b, 0, 2, 4, 6);
+  }
+}
+template <class V>
+KXCALC_INLINE V oddLanes(V a, V b) {
+  if constexpr (sizeof(V) == 64) {
+    return __builtin_shufflevector(a, b, 1, 3, 17, 19, 5, 7, 21, 23, 9, 11, 25, 27, 13, 15, 29, 31);
+  } else if constexpr (sizeof(V) == 32) {
+    return __builtin_shufflevector(a, b, 1, 3, 9, 11, 5, 7, 13, 15);
+  } else {
+    return __builtin_shufflevector(a, b, 1, 3, 5, 7);
+  }
+}
+
+/// a - b at even places, a + b at odd ones.
+template <class V>
+KXCALC_INLINE V subtractedAndAdded(V a, V b) {
+  static_assert(std::is_same_v<Element<V>, float>);
+#if defined(__SSE4_1__)
+  if constexpr (sizeof(V) == 16) {
+    return bitsAs<V>(_mm_addsub_ps(bitsAs<__m128>(a), bitsAs<__m128>(b)));
+  }
+#endif
+#if defined(__AVX2__)
+  if constexpr (sizeof(V) == 32) {
+    return bitsAs<V>(_mm256_addsub_ps(bitsAs<__m256>(a), bitsAs<__m256>(b)));
+  }
+#endif
+#if defined(__AVX512F__)
+  if constexpr (sizeof(V) == 64) {  // by a mask: of 64 bytes there is a fused operation only
+    return bitsAs<V>(_mm512_mask_sub_ps(bitsAs<__m512>(a + b), 0x5555, bitsAs<__m512>(a), bitsAs<__m512>(b)));
+  }
+#endif
+#if !defined(__SSE4_1__)
+  return a + bitsAs<V>(bitsAs<SameSize<uint64_t, V>>(b) ^ 0x80000000U);  // a - b is a + -b, to the bit
+#endif
+}
+
 /// a where a < b, else b. The second operand wins ties (of +0 and -0 too) and wins where either operand is a NaN, so a
 /// NaN in a disappears and a NaN in b comes out with its bits. Not std::min, which takes the first operand on ties.
 /// An object: handed to another function it is still inlined. 32-bit x86 returns a scalar of a call on the x87 stack, where
@@ -179,33 +230,62 @@ struct Greater {
 };
 inline constexpr Greater greater;
 
+/// The same over and over, up to so many bytes.
+template <size_t bytes, class V>
+KXCALC_INLINE auto repeatedTo(V v) {
+  if constexpr (sizeof(V) < bytes) {
+    return repeatedTo<bytes>(joined(v, v));
+  } else {
+    return v;
+  }
+}
+
+/// The halves of a vector combined with each other, down to so many bytes; the lower half is the first operand.
+template <size_t bytes, class V, class Combine>
+KXCALC_INLINE auto foldedTo(V lanes, Combine combine) {
+  if constexpr (sizeof(V) > bytes) {
+    return foldedTo<bytes>(combine(lowHalf(lanes), highHalf(lanes)), combine);
+  } else {
+    return lanes;
+  }
+}
+
 /// Combines lanes pairwise by halves, the lower lane as first operand: for four lanes
 /// combine(combine(lane 0, lane 2), combine(lane 1, lane 3)).
 template <class T, class V, class Combine>
 KXCALC_INLINE T reduceByHalves(V lanes, Combine combine) {
-  if constexpr (sizeof(V) > 16) {
-    return reduceByHalves<T>(combine(lowHalf(lanes), highHalf(lanes)), combine);
-  } else {
-    T lane[laneCount<T>];
-    std::memcpy(lane, &lanes, sizeof lane);
-    for (size_t half = laneCount<T> / 2; half > 0; half /= 2) {
-      for (size_t j = 0; j < half; ++j) {
-        lane[j] = combine(lane[j], lane[j + half]);
-      }
+  T lane[laneCount<T>];
+  store(lane, foldedTo<16>(lanes, combine));
+  for (size_t half = laneCount<T> / 2; half > 0; half /= 2) {
+    for (size_t j = 0; j < half; ++j) {
+      lane[j] = combine(lane[j], lane[j + half]);
     }
-    return lane[0];
   }
+  return lane[0];
 }
 
 /// Whether any bit of any lane is set.
 template <class V>
 KXCALC_INLINE bool anyBitSet(V lanes) {
-  if constexpr (sizeof(V) > 16) {
-    return anyBitSet(lowHalf(lanes) | highHalf(lanes));
-  } else {
-    const auto halves = bitsAs<u64x2>(lanes);
-    return (halves[0] | halves[1]) != 0;
+#if defined(__SSE4_1__)
+  if constexpr (sizeof(V) == 16) {
+    return _mm_testz_si128(bitsAs<__m128i>(lanes), bitsAs<__m128i>(lanes)) == 0;
   }
+#endif
+#if defined(__AVX2__)
+  if constexpr (sizeof(V) == 32) {
+    return _mm256_testz_si256(bitsAs<__m256i>(lanes), bitsAs<__m256i>(lanes)) == 0;
+  }
+#endif
+#if defined(__AVX512F__)
+  if constexpr (sizeof(V) == 64) {
+    return _mm512_test_epi32_mask(bitsAs<__m512i>(lanes), bitsAs<__m512i>(lanes)) != 0;
+  }
+#endif
+#if !defined(__SSE4_1__)
+  const auto halves = bitsAs<u64x2>(lanes);
+  return (halves[0] | halves[1]) != 0;
+#endif
 }
 
 /// All bits set in the lanes where a or b is a NaN. An intrinsic because GCC makes two comparisons of the expression.

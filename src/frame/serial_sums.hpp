@@ -169,13 +169,13 @@ KXCALC_INLINE Number addInOrder(Number sum, const Terms& terms, size_t begin, si
   return sum;
 }
 
-/// The sum of `count` terms from 0 on.
+/// The sum of `count` terms from 0 on; or of those from `begin` on, added to what those before it come to.
 template <class Format, class Terms>
-KXCALC_INLINE typename Format::Number serialSum(const Terms& terms, size_t count) {
+KXCALC_INLINE typename Format::Number serialSum(const Terms& terms, size_t count, size_t begin = 0,
+                                                typename Format::Number sum = {}) {
   // At first the sum doubles too often; with fewer terms there is nothing to be gained.
   constexpr size_t block = runsSideBySide * Terms::length, firstPause = 128, shortest = 512;
-  typename Format::Number sum{};
-  size_t i = 0;
+  size_t i = begin;
   for (size_t pause = firstPause; has64BitRegisters && count >= shortest && count - i >= pause + block;) {
     sum = addInOrder(sum, terms, i, i + pause);
     i += pause;
@@ -185,7 +185,7 @@ KXCALC_INLINE typename Format::Number serialSum(const Terms& terms, size_t count
     }
     // A loop for each binade: its lower end is a constant that nothing waits for.
     const uint64_t lowerEnd = lowerEndOf<Format>(bits);
-    const size_t begin = i;
+    const size_t beginOfBinade = i;
     size_t added = runsSideBySide;
     while (added == runsSideBySide && count - i >= block) {
       unrolled<block / termsOfPrefetch>([&](size_t k)
@@ -197,7 +197,7 @@ KXCALC_INLINE typename Format::Number serialSum(const Terms& terms, size_t count
     }
     sum = Format::number(bits);
     // What takes the sum out of its binade at once is likely to be followed by more of its kind.
-    pause = i == begin ? std::min(2 * pause, 8 * block) : Terms::length;
+    pause = i == beginOfBinade ? std::min(2 * pause, 8 * block) : Terms::length;
   }
   return addInOrder(sum, terms, i, count);
 }

@@ -6,18 +6,18 @@
 namespace kxcalc {
 namespace {
 
-/// The sign bits of a bin, the real part in the lower half.
-constexpr uint64_t signsOfRealParts = 0x80000000U, signsOfImaginaryParts = uint64_t{0x80000000U} << 32;
+/// The sign bit of a bin's imaginary part, the real part in the lower half.
+constexpr uint64_t signOfImaginaryPart = uint64_t{0x80000000U} << 32;
 
 template <class V>
-KXCALC_INLINE V flipSigns(V bins, uint64_t signs) {
-  return bitsAs<V>(bitsAs<SameSize<uint64_t, V>>(bins) ^ signs);
+KXCALC_INLINE V conjugates(V bins) {
+  return bitsAs<V>(bitsAs<SameSize<uint64_t, V>>(bins) ^ signOfImaginaryPart);
 }
 
-/// Bins times as many others: a c - b d and a d + b c, each product and sum rounded. (x - y is x + -y, to the bit.)
+/// Bins times as many others: a c - b d and a d + b c, each product and sum rounded.
 template <class V>
 KXCALC_INLINE V complexProduct(V bins, V factors) {
-  return bins * evenLanesTwice(factors) + flipSigns(swappedPairs(bins) * oddLanesTwice(factors), signsOfRealParts);
+  return subtractedAndAdded(bins * evenLanesTwice(factors), swappedPairs(bins) * oddLanesTwice(factors));
 }
 
 /// In a vector as well: of scalars that are multiplied, added and subtracted side by side GCC makes fused operations,
@@ -45,9 +45,7 @@ KXCALC_INLINE void correct(float* spectrum, const float* correction, size_t elem
 
 /// The sign bit, of zeros and NaNs too: as integers.
 KXCALC_INLINE void conjugate(float* spectrum, size_t elements) {
-  const auto flipBlock = [=](auto at) KXCALC_INLINE_LAMBDA {
-    at.store(spectrum, flipSigns(at.load(spectrum), signsOfImaginaryParts));
-  };
+  const auto flipBlock = [=](auto at) KXCALC_INLINE_LAMBDA { at.store(spectrum, conjugates(at.load(spectrum))); };
   size_t i = walkBlocks<4>(elements, flipBlock, spectrum);
   for (++i; i < elements; i += 2) {
     uint32_t bits;
@@ -61,40 +59,89 @@ KXCALC_INLINE float squaredMagnitude(const float* bin) {
   return bin[0] * bin[0] + bin[1] * bin[1];
 }
 
-KXCALC_INLINE f32x4 squaredMagnitudesOfFour(const float* bins) {
-  const f32x4 low = load(bins), high = load(bins + 4);
-  const f32x4 reals = __builtin_shufflevector(low, high, 0, 2, 4, 6);
-  const f32x4 imags = __builtin_shufflevector(low, high, 1, 3, 5, 7);
+/// Of as many bins as a vector has lanes, in some order; of four bins in theirs.
+template <size_t bytes = 16>
+KXCALC_INLINE auto squaredMagnitudes(const float* bins) {
+  const auto low = load<bytes>(bins), high = load<bytes>(bins + laneCount<float, bytes>);
+  const auto reals = evenLanes(low, high), imags = oddLanes(low, high);
   return reals * reals + imags * imags;
 }
 
-/// The first of the largest above 0. Sixteen bins that hold nothing larger than the best so far are passed over; others
-/// are looked at one by one, in ascending order.
-KXCALC_INLINE size_t strongestBin(const float* spectrum, size_t bins) {
+constexpr size_t chunk = 64;
+
+/// The largest of a chunk, or 0, in any order. As first operand a NaN is none.
+KXCALC_INLINE auto largestOfChunk(const float* bins) {
+  constexpr size_t width = laneCount<float, widestBytes>;
+  Lanes<float, widestBytes> even{}, odd{};
+  const auto line = [&](const float* at) KXCALC_INLINE_LAMBDA {
+    even = greater(squaredMagnitudes<widestBytes>(at), even);
+    odd = greater(squaredMagnitudes<widestBytes>(at + 2 * width), odd);
+  };
+  static_assert(2 * chunk % (4 * width) == 0, "a chunk is whole lines");
+  walkBody<widestBytes>(bins, 0, 2 * chunk, line, [](const float*) {});
+  return greater(even, odd);
+}
+
+/// The first bin from `begin` on with a magnitude that there is.
+KXCALC_INLINE size_t firstOf(float magnitude, const float* spectrum, size_t begin, size_t bins) {
+  size_t k = begin;
+  while (bins - k >= 4 && !anyBitSet(squaredMagnitudes(spectrum + 2 * k) == magnitude)) {
+    k += 4;
+  }
+  while (squaredMagnitude(spectrum + 2 * k) != magnitude) {
+    ++k;
+  }
+  return k;
+}
+
+/// More than a chunk of bins: the first of the largest lies in the last chunk that holds something larger than all before
+/// it. What the last chunk has in common with the one before is not larger.
+KXCALC_INLINE size_t strongestOfMany(const float* spectrum, size_t bins) {
   float best = 0;
-  size_t index = 0;
-  const auto look = [&](size_t begin, size_t end) {
-    for (size_t k = begin; k < end; ++k) {
-      const float magnitude = squaredMagnitude(spectrum + 2 * k);
-      if (magnitude > best) {
-        best = magnitude;
-        index = k;
-      }
+  size_t begin = 0;
+  const auto look = [&](size_t k) KXCALC_INLINE_LAMBDA {
+    const auto largest = largestOfChunk(spectrum + 2 * k);
+    if (anyBitSet(largest > best)) {
+      best = reduceByHalves<float>(largest, greater);
+      begin = k;
     }
   };
-  size_t k = 1;
-  for (; bins - k >= 16; k += 16) {
-    const float* const at = spectrum + 2 * k;
-    prefetchAhead(at);
-    prefetchAhead(at + 16);
-    i32x4 larger{};
-    unrolled<4>([&](size_t four) { larger |= squaredMagnitudesOfFour(at + 8 * four) > best; });
-    if (anyBitSet(larger)) {
-      look(k, k + 16);
+  for (size_t k = 1; k < bins - chunk; k += chunk) {
+    look(k);
+  }
+  look(bins - chunk);
+  return best > 0 ? firstOf(best, spectrum, begin, bins) : 0;
+}
+
+/// Up to a chunk: four by four, the last four wherever they lie.
+KXCALC_INLINE size_t strongestOfSome(const float* spectrum, size_t bins) {
+  f32x4 largest{};
+  for (size_t k = 1; k < bins - 4; k += 4) {
+    largest = greater(squaredMagnitudes(spectrum + 2 * k), largest);
+  }
+  const auto best = reduceByHalves<float>(greater(squaredMagnitudes(spectrum + 2 * (bins - 4)), largest), greater);
+  return best > 0 ? firstOf(best, spectrum, 1, bins) : 0;
+}
+
+KXCALC_INLINE size_t strongestOfFew(const float* spectrum, size_t bins) {
+  float best = 0;
+  size_t strongest = 0;
+  for (size_t k = 1; k < bins; ++k) {
+    const float magnitude = squaredMagnitude(spectrum + 2 * k);
+    if (magnitude > best) {
+      best = magnitude;
+      strongest = k;
     }
   }
-  look(k, bins);
-  return index;
+  return strongest;
+}
+
+/// The first of the largest above 0.
+KXCALC_INLINE size_t strongestBin(const float* spectrum, size_t bins) {
+  constexpr size_t few = 8;
+  return bins > chunk ? strongestOfMany(spectrum, bins)
+         : bins > few ? strongestOfSome(spectrum, bins)
+                      : strongestOfFew(spectrum, bins);
 }
 
 /// The energy of a bin: squares of singles are exact in double, their sum is rounded.
@@ -145,7 +192,7 @@ extern "C" void kxcalcPowerNegateImag_float(float* spectrum, uint32_t elementCou
 }
 
 extern "C" uint32_t kxcalcPowerFindIndexOfMaxAmplitude(const float* spectrum, uint32_t binCount) {
-  return binCount < 2 ? 0 : static_cast<uint32_t>(kxcalc::strongestBin(spectrum, binCount));
+  return static_cast<uint32_t>(kxcalc::strongestBin(spectrum, binCount));
 }
 
 extern "C" double kxcalcPowerHarmonicZero(const float* spectrum, uint32_t binCount) {

@@ -1,5 +1,6 @@
 // Vector reductions of the power analysis: a filter of 16 taps over a ring, scaling to single with a sum of magnitudes,
 // and the sum of squares of scaled values.
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 
@@ -69,6 +70,14 @@ struct ScaledMagnitudes {
     prefetchAhead(output + i);
   }
 
+  /// A pack of terms.
+  template <size_t width>
+  KXCALC_INLINE auto magnitudesAt(Pack<width> at) const {
+    const auto singles = toSingles(scale * at.load(input));
+    at.store(output, singles);
+    return magnitudes(singles);
+  }
+
 private:
   template <class V>
   KXCALC_INLINE static V magnitudes(V singles) {
@@ -78,6 +87,43 @@ private:
     return eachVector(withoutSign, singles);
   }
 };
+
+struct PartialSum {
+  double sum;
+  size_t count;
+};
+
+/// The sum of the first terms, in any order: of as many chunks of whole vectors as it takes without a rounding.
+///
+/// Magnitudes of singles are whole numbers of the last place of the smallest of them, and as long as the sum is less than
+/// 2^53 of those, no addition rounds. (A sum that is rounded on its way does not come out below; one that is infinite or a
+/// NaN is not less than anything.)
+KXCALC_INLINE PartialSum sumWithoutRounding(const ScaledMagnitudes& terms, size_t count) {
+  constexpr size_t chunk = 64, width = laneCount<float, widestBytes>;
+  PartialSum exact{0, 0};
+  PackOf<double, width> sums{};
+  auto smallest = splat<Lanes<uint32_t, widestBytes>>(UINT32_MAX);  // less 1, so that zeros are the largest
+  while (count - exact.count >= width) {
+    const size_t end = exact.count + std::min(chunk, (count - exact.count) / width * width);
+    for (size_t i = exact.count; i < end; i += termsOfPrefetch) {
+      terms.prefetch(i);
+    }
+    for (size_t i = exact.count; i < end; i += width) {
+      const auto magnitudes = terms.magnitudesAt(Pack<width>{i});
+      sums = sums + toDoubles(magnitudes);
+      smallest = lesser(bitsAs<decltype(smallest)>(magnitudes) - 1, smallest);
+    }
+    const uint64_t exponent = std::max((reduceByHalves<uint32_t>(smallest, lesser) + 1) >> 23, 1U);
+    const auto limit = bitsAs<double>((exponent + (1023 - 127) + 53 - 23) << 52);
+    const auto sum =
+        reduceByHalves<double>(sums.low + sums.high, [](auto a, auto b) KXCALC_INLINE_LAMBDA { return a + b; });
+    if (!(sum < limit)) {
+      break;
+    }
+    exact = {sum, end};
+  }
+  return exact;
+}
 
 /// The squares of scaled values: scaled in single, squared in double.
 struct ScaledSquares {
@@ -124,7 +170,9 @@ extern "C" void kxcalcPowerSumVectorMultipliedWithScalar_double(PowerScaleArgs* 
   if (args->accumulate == 0) {
     scaleAll(args->input, args->output, count, scale);
   } else {
-    args->sum = serialSum<Doubles>(ScaledMagnitudes{args->input, args->output, scale}, count) + args->sum;
+    const ScaledMagnitudes terms{args->input, args->output, scale};
+    const auto [sum, summed] = sumWithoutRounding(terms, count);
+    args->sum = serialSum<Doubles>(terms, count, summed, sum) + args->sum;
   }
 }
 

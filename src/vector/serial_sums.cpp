@@ -31,14 +31,12 @@ struct Squares {
 /// Its terms have either sign: the sum may leave its binade and come back, and telling that costs what the chain costs.
 KXCALC_INLINE double dotProduct(const float* first, const float* second, size_t count) {
   double sum = 0;
-  const auto add = [&](size_t i) { sum += static_cast<double>(first[i]) * static_cast<double>(second[i]); };
-  size_t i = 0;
-  for (; count - i >= 16; i += 16) {
-    prefetchAhead(first + i);
-    prefetchAhead(second + i);
-    unrolled<16>([&](size_t k) { add(i + k); });
-  }
-  for (; i < count; ++i) {
+  const auto add = [&](size_t i)
+                       KXCALC_INLINE_LAMBDA { sum += static_cast<double>(first[i]) * static_cast<double>(second[i]); };
+  const auto addFour = [&](Pack<4> at) KXCALC_INLINE_LAMBDA {
+    unrolled<4>([&](size_t k) KXCALC_INLINE_LAMBDA { add(at.index + k); });
+  };
+  for (size_t i = walkBlocks<4, 4>(count, addFour, first, second); i < count; ++i) {
     add(i);
   }
   return sum;

@@ -361,6 +361,120 @@ TEST(CAOverallPressure, NewCyclesThatCancelTheOldOnesEqualTheModel) {
   }
 }
 
+/// Numbers of cycles that go into sums over many elements: divisors next to powers of two and far from them.
+constexpr uint64_t cyclesOfManyElements[] = {1,
+                                             2,
+                                             3,
+                                             7,
+                                             98,
+                                             99,
+                                             126,
+                                             127,
+                                             128,
+                                             129,
+                                             130,
+                                             199,
+                                             255,
+                                             256,
+                                             719,
+                                             999,
+                                             1000,
+                                             4095,
+                                             4096,
+                                             4097,
+                                             999999,
+                                             1 << 22,
+                                             (1 << 24) + 1,
+                                             (one << 32) - 1,
+                                             (one << 40) + 6,
+                                             (one << 53) + 2};
+
+/// A single is so many units of its last place above another one.
+float above(float value, double units) {
+  return static_cast<float>(static_cast<double>(value) +
+                            units * static_cast<double>(std::nextafter(value, infinity) - value));
+}
+
+TEST(CAOverallPressure, QuotientsHalfwayBetweenTwoSinglesAndNextToThemAreRoundedAsTheyAreDivided) {
+  support::TestRandom random;
+  Subject subject;
+  for (const uint64_t cycles : cyclesOfManyElements) {
+    const double halfOfTheDivisor = 0.5 * (static_cast<double>(cycles) + 1);
+    for (const std::size_t count : std::initializer_list<std::size_t>{63, 64, 203}) {
+      for (int repetition = 0; repetition < 40; ++repetition) {
+        std::vector<float> average(count);
+        std::vector<float> newCycle(count);
+        for (std::size_t i = 0; i < count; ++i) {
+          average[i] = static_cast<float>((random.oneIn(2) ? 1 : -1) * (1 + random.unit()));
+          const double units = halfOfTheDivisor + (random.oneIn(2) ? 0 : random.between(-3, 3));
+          newCycle[i] = above(average[i], random.oneIn(8) ? 0 : units);
+        }
+        ASSERT_TRUE(subject.equalsModel(newCycle, average, cycles, support::pastBoundary(random.below(4)),
+                                        support::endsAtFence));
+      }
+    }
+  }
+}
+
+TEST(CAOverallPressure, QuotientsNextToAMidpointWhoseSumsAreRoundedAreRoundedAsTheyAreDivided) {
+  support::TestRandom random;
+  Subject subject;
+  for (int repetition = 0; repetition < 3000; ++repetition) {
+    // From 29 bits on the products of averages lose their last bits, and the sums lie a few of them off the midpoint.
+    const uint64_t cycles = (one << random.between(24, 60)) + (random.bits() >> random.between(4, 40)) % (one << 24);
+    const double halfOfTheDivisor = 0.5 * (static_cast<double>(cycles) + 1);
+    std::vector<float> average(96);
+    std::vector<float> newCycle(96);
+    for (std::size_t i = 0; i < average.size(); ++i) {
+      average[i] = static_cast<float>(1 + random.unit());
+      newCycle[i] = above(average[i], halfOfTheDivisor);
+    }
+    ASSERT_TRUE(subject.equalsModel(newCycle, average, cycles, support::endsAtFence, support::beginsAtFence));
+  }
+}
+
+TEST(CAOverallPressure, AveragesBelowTheNormalSinglesAndZerosOfManyElements) {
+  support::TestRandom random;
+  Subject subject;
+  for (const uint64_t cycles : cyclesOfManyElements) {
+    for (const int highest : {1, 3, 300, 1 << 23, 1 << 24}) {
+      std::vector<float> average(256);
+      std::vector<float> newCycle(256);
+      for (std::size_t i = 0; i < average.size(); ++i) {
+        average[i] = static_cast<float>(random.between(-highest, highest)) * 0x1p-149F;
+        newCycle[i] = random.oneIn(2) ? static_cast<float>(random.between(-highest, highest)) * 0x1p-149F
+                                      : -average[i] * static_cast<float>(cycles % 1000);
+        if (random.oneIn(4)) {
+          average[i] = random.oneIn(2) ? -0.0F : 0.0F;
+          newCycle[i] = random.oneIn(2) ? average[i] : -average[i];
+        }
+      }
+      ASSERT_TRUE(subject.equalsModel(newCycle, average, cycles, support::endsAtFence, support::endsAtFence));
+    }
+  }
+}
+
+TEST(CAOverallPressure, NaNsAndInfinitiesOfManyElementsAndThePeakThatTheyLeave) {
+  support::TestRandom random;
+  Subject subject;
+  for (const uint64_t cycles : cyclesOfManyElements) {
+    for (int repetition = 0; repetition < 60; ++repetition) {
+      const auto count = static_cast<std::size_t>(random.between(60, 150));
+      std::vector<float> average(count);
+      std::vector<float> newCycle(count);
+      for (std::size_t i = 0; i < count; ++i) {
+        average[i] = static_cast<float>(random.unit());
+        newCycle[i] = static_cast<float>(random.unit() - 0.5);
+      }
+      for (int special = random.between(1, 6); special > 0; --special) {
+        constexpr float specials[] = {nan, nan, infinity, -infinity, std::numeric_limits<float>::max()};
+        (random.oneIn(2) ? average : newCycle)[random.below(count)] = random.oneOf(specials);
+      }
+      ASSERT_TRUE(subject.equalsModel(newCycle, average, cycles, support::endsAtFence, support::endsAtFence));
+    }
+  }
+}
+
 TEST(CAOverallPressure, APeakBeginningAtAFenceIsAllThatIsWritten) {
   support::FencedBuffer<float> memory(1);
   float& peak = memory.place(1, support::beginsAtFence)[0];

@@ -319,6 +319,40 @@ TEST(CACopyRawDataToChannels, EqualsTheModelForMaximaThatOccurOften) {
   }
 }
 
+TEST(CACopyRawDataToChannels, TheLowestLaneWinsWithItsFirstSampleHoweverFarApartEqualMaximaLie) {
+  constexpr std::size_t count = 523;
+  for (const std::size_t first : std::initializer_list<std::size_t>{3, 7, 63, 66, 123, 127, 130, 259, 514}) {
+    for (std::size_t second = first; second < 520; second += 13) {
+      const bool secondIsLower = second % 4 < first % 4;
+      EXPECT_EQ(peakIndexOf(onesWith(count, {first, second})), secondIsLower ? second : first)
+          << first << ", " << second;
+    }
+    EXPECT_EQ(peakIndexOf(onesWith(count, {first, 522})), first);
+    EXPECT_EQ(peakIndexOf(onesWith(count, {first, first + 4, first + 8})), first);
+  }
+  EXPECT_EQ(peakIndexOf(onesWith(count, {522})), 522U);
+  EXPECT_EQ(peakIndexOf(std::vector<float>(count, 1)), 0U);
+}
+
+TEST(CACopyRawDataToChannels, EqualsTheModelForMaximaThatOccurOftenInLongStretches) {
+  support::TestRandom random;
+  Subject subject;
+  for (int repetition = 0; repetition < 3000; ++repetition) {
+    std::vector<float> samples(random.below(600));
+    const int highest = random.between(-1, 300);
+    for (float& sample : samples) {
+      sample = random.oneIn(50) ? nan : static_cast<float>(random.between(-1, highest));
+    }
+    // A lane that begins with a NaN has no peak.
+    for (std::size_t lane = 0; lane < std::min<std::size_t>(4, samples.size()); ++lane) {
+      samples[lane] = random.oneIn(3) ? nan : samples[lane];
+    }
+    const uint32_t start = random.oneIn(2) ? 0 : 16777216 - static_cast<uint32_t>(random.below(700));
+    ASSERT_TRUE(subject.equalsModel(samples, start, random.oneIn(2) ? 0 : 0.5F, support::pastBoundary(random.below(4)),
+                                    support::pastBoundary(random.below(4))));
+  }
+}
+
 TEST(CACopyRawDataToChannels, EqualsTheModelAtAnyStart) {
   support::TestRandom random;
   Subject subject;

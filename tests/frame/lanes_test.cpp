@@ -172,6 +172,63 @@ TEST(Lanes, PairsOfLanesAreDoubledAndSwapped) {
   });
 }
 
+TEST(Lanes, LanesAtEvenAndAtOddPlacesAreTakenFromTwoVectors) {
+  atEachWidth([](auto bytes) {
+    std::vector<float> first(bytes / sizeof(float)), second(first.size());
+    std::iota(first.begin(), first.end(), 1.0F);
+    std::iota(second.begin(), second.end(), 101.0F);
+    const auto a = load<bytes>(first.data()), b = load<bytes>(second.data());
+    for (size_t k = 0; k < first.size(); k += 4) {
+      EXPECT_EQ(valuesOf(evenLanes(a, b))[k], first[k]);
+      EXPECT_EQ(valuesOf(evenLanes(a, b))[k + 1], first[k + 2]);
+      EXPECT_EQ(valuesOf(evenLanes(a, b))[k + 2], second[k]);
+      EXPECT_EQ(valuesOf(evenLanes(a, b))[k + 3], second[k + 2]);
+      EXPECT_EQ(valuesOf(oddLanes(a, b))[k], first[k + 1]);
+      EXPECT_EQ(valuesOf(oddLanes(a, b))[k + 1], first[k + 3]);
+      EXPECT_EQ(valuesOf(oddLanes(a, b))[k + 2], second[k + 1]);
+      EXPECT_EQ(valuesOf(oddLanes(a, b))[k + 3], second[k + 3]);
+    }
+  });
+}
+
+TEST(Lanes, SubtractionAtEvenAndAdditionAtOddPlaces) {
+  const std::vector<float> numbers{1, 0, -0.0F, 3.5F, kInfinity, 0x1p24F, 0x1p-149F, -2.25F, 0x1.fffffep127F};
+  for (const float x : numbers) {
+    for (const float y : numbers) {
+      atEachWidth([=](auto bytes) {
+        using V = Lanes<float, bytes>;
+        const auto lanes = valuesOf(subtractedAndAdded(splat<V>(x), splat<V>(y)));
+        for (size_t k = 0; k < lanes.size(); ++k) {
+          const float expected = k % 2 == 0 ? x - y : x + y;
+          if (std::isnan(expected)) {
+            EXPECT_TRUE(std::isnan(lanes[k])) << x << ", " << y;
+          } else {
+            EXPECT_EQ(bitsOf(lanes[k]), bitsOf(expected)) << x << ", " << y << ", lane " << k;
+          }
+        }
+      });
+    }
+  }
+}
+
+TEST(Lanes, VectorsAreRepeatedUpToAWidthAndFoldedDownToOne) {
+  const auto tell = [](auto a, auto b) { return 10.0F * a + b; };
+  const f32x4 v{1, 2, 3, 4};
+  atEachWidth([&](auto bytes) {
+    EXPECT_EQ(valuesOf(repeatedTo<bytes>(v)), repeated<float>({1, 2, 3, 4}, bytes / 4));
+    std::vector<float> lanes(bytes / 4);
+    std::iota(lanes.begin(), lanes.end(), 1.0F);
+    const auto folded = foldedTo<16>(load<bytes>(lanes.data()), tell);
+    for (size_t half = lanes.size() / 2; half >= 4; half /= 2) {
+      for (size_t k = 0; k < half; ++k) {
+        lanes[k] = 10 * lanes[k] + lanes[k + half];
+      }
+    }
+    lanes.resize(4);
+    EXPECT_EQ(valuesOf(folded), lanes);
+  });
+}
+
 TEST(Lanes, LoadAndStoreTakeAnyElementAlignment) {
   atEachWidth([](auto bytes) {
     constexpr size_t count = laneCount<int16_t, bytes>;
@@ -546,6 +603,11 @@ TEST(Blocks, TheBlockWalkTakesWholeBlocksFromElement0On) {
     for (const size_t size : steps.sizes) {
       EXPECT_TRUE(size == 4 || size == widening * 4);
     }
+    Steps narrowSteps;
+    EXPECT_EQ((walkBlocks<4, 4>(
+                  count, [&](auto at) { narrowSteps(at); }, buffer.data())),
+              rest);
+    EXPECT_EQ(narrowSteps.sizes, std::vector<size_t>(count / 4, 4));
   }
 }
 

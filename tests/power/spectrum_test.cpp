@@ -353,9 +353,31 @@ TEST(PowerFindIndexOfMaxAmplitude, TheFirstOfEqualBinsWinsAtEachPair) {
   }
 }
 
+TEST(PowerFindIndexOfMaxAmplitude, TheFirstOfEqualBinsWinsHoweverFarApartTheyLie) {
+  Search search;
+  for (const std::size_t binCount : std::initializer_list<std::size_t>{64, 65, 66, 67, 128, 129, 130, 193, 200, 300}) {
+    std::vector<Bin> bins(binCount, {1, 1});
+    EXPECT_EQ(search(elementsOf(bins)), 1U) << binCount;
+    for (std::size_t first = 1; first < binCount; ++first) {
+      bins[first] = {3, 4};
+      ASSERT_EQ(search(elementsOf(bins)), first) << "of " << binCount << " bins";
+      for (std::size_t second = first; second < binCount; second += 1 + second % 7) {
+        bins[second] = {-5, 0};
+        ASSERT_EQ(search(elementsOf(bins)), first) << second << " of " << binCount << " bins";
+        bins[second] = {nan, 7};
+        ASSERT_EQ(search(elementsOf(bins)), second != first ? first : (first == 1 ? 2U : 1U))
+            << second << " of " << binCount << " bins";
+        bins[second] = {1, 1};
+        bins[first] = {3, 4};
+      }
+      bins[first] = {1, 1};
+    }
+  }
+}
+
 TEST(PowerFindIndexOfMaxAmplitude, RisingAndFallingSpectra) {
   Search search;
-  for (std::size_t binCount = 2; binCount <= 80; ++binCount) {
+  for (std::size_t binCount = 2; binCount <= 280; ++binCount) {
     std::vector<Bin> bins(binCount);
     for (std::size_t k = 0; k < binCount; ++k) {
       bins[k] = {static_cast<float>(k), 1};
@@ -369,7 +391,7 @@ TEST(PowerFindIndexOfMaxAmplitude, RisingAndFallingSpectra) {
 TEST(PowerFindIndexOfMaxAmplitude, BinZeroNeverWins) {
   Search search;
   for (const Bin& direct : {Bin{1000, 0}, Bin{infinity, infinity}, Bin{nan, nan}}) {
-    for (std::size_t binCount = 1; binCount <= 20; ++binCount) {
+    for (std::size_t binCount = 1; binCount <= 140; ++binCount) {
       std::vector<Bin> bins(binCount, {0, 0});
       bins.front() = direct;
       EXPECT_EQ(search(elementsOf(bins)), 0U);
@@ -414,7 +436,7 @@ TEST(PowerFindIndexOfMaxAmplitude, FewLevelsGiveManyTies) {
   Search search;
   constexpr Bin levels[] = {{0, 0}, {1, 0}, {0, -1}, {2, 1}, {1, -2}, {nan, 1}, {0, -0.0F}, {3, 4}, {-5, 0}, {4, 3}};
   for (int repetition = 0; repetition < 5000; ++repetition) {
-    std::vector<Bin> bins(random.below(100));
+    std::vector<Bin> bins(random.below(random.oneIn(2) ? 100 : 300));
     const std::size_t levelCount = 1 + random.below(std::size(levels));
     for (Bin& bin : bins) {
       bin = levels[random.below(levelCount)];

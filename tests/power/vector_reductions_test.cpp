@@ -590,6 +590,39 @@ TEST(PowerSumVectorMultipliedWithScalar_double, SumsOfEverySizeOfTermRoundInAsce
   }
 }
 
+TEST(PowerSumVectorMultipliedWithScalar_double, SumsWithinAndBeyond53BitsAboveTheSmallestTermsLastBit) {
+  support::TestRandom random;
+  Scaler scaler;
+  for (int repetition = 0; repetition < 4000; ++repetition) {
+    const auto count = static_cast<std::size_t>(random.between(1, 700));
+    // Terms of 24 bits: from a spread of 20 binades on few of them, from 29 on one of them makes roundings of the others.
+    const int lowest = random.oneIn(8) ? -149 : random.between(-140, 60), spread = random.between(0, 34);
+    std::vector<double> values(count);
+    for (double& value : values) {
+      const int exponent = random.oneIn(20) ? lowest : lowest + spread;
+      value = random.oneIn(10) ? 0 : std::ldexp(random.sign() * (1 + random.unit()), exponent);
+    }
+    if (random.oneIn(10)) {
+      values[random.below(count)] = random.oneIn(2) ? static_cast<double>(infinity) : static_cast<double>(nan);
+    }
+    ASSERT_TRUE(scaler.equalsModel(values, {1, 1, 0}, support::endsAtFence, support::endsAtFence)) << spread;
+  }
+}
+
+TEST(PowerSumVectorMultipliedWithScalar_double, OneTermAtEachPositionThatAllOthersRound) {
+  Scaler scaler;
+  for (const std::size_t count : {std::size_t{70}, std::size_t{300}}) {
+    for (std::size_t i = 0; i < count; ++i) {
+      std::vector<double> values(count, 0x1.fffffep-1);
+      // The last bits of sums from 64, 128 and 256 on are 2^-46, 2^-45 and 2^-44.
+      for (const double term : {0x1p-47, 0x1.8p-46, 0x1p-45, 0x1.8p-45, 0x1p-60, 0x1p29}) {
+        values[i] = term;
+        ASSERT_TRUE(scaler.equalsModel(values, {1, 1, 0}, support::endsAtFence, support::endsAtFence)) << term;
+      }
+    }
+  }
+}
+
 /// The values at a fence.
 class SquareSum {
 public:
