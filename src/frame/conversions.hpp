@@ -7,16 +7,13 @@
 
 namespace kxcalc {
 
-/// Lanes 0 to 3, or 4 to 7, with their sign.
+/// Lanes 0 to 3 with their sign.
 KXCALC_INLINE i32x4 widenLow(i16x8 v) {
 #if defined(__SSE4_1__)
   return bitsAs<i32x4>(_mm_cvtepi16_epi32(bitsAs<__m128i>(v)));
 #else  // doubled up in 32 bits and shifted down arithmetically
   return bitsAs<i32x4>(__builtin_shufflevector(v, v, 0, 0, 1, 1, 2, 2, 3, 3)) >> 16;
 #endif
-}
-KXCALC_INLINE i32x4 widenHigh(i16x8 v) {
-  return widenLow(__builtin_shufflevector(v, v, 4, 5, 6, 7, 4, 5, 6, 7));
 }
 
 /// Lanes 0 and 1, or 2 and 3, as doubles (exact; a signalling NaN comes out quiet).
@@ -57,9 +54,6 @@ KXCALC_INLINE i16x8 narrow(i32x4 low, i32x4 high) {
 /// The instructions of wider vectors that a vector of half their size is the operand, or the result, of. Those of 64
 /// bytes are written with a mask of all lanes: without one, GCC 12 warns of its own header.
 #if defined(__AVX2__)
-KXCALC_INLINE auto toInt32(i16x8 v) {
-  return bitsAs<Lanes<int32_t, 32>>(_mm256_cvtepi16_epi32(bitsAs<__m128i>(v)));
-}
 KXCALC_INLINE auto toDoubles(f32x4 v) {
   return bitsAs<Lanes<double, 32>>(_mm256_cvtps_pd(bitsAs<__m128>(v)));
 }
@@ -77,9 +71,6 @@ KXCALC_INLINE auto narrow(Lanes<int32_t, 32> low, Lanes<int32_t, 32> high) {
 }
 #endif
 #if defined(__AVX512BW__)
-KXCALC_INLINE auto toInt32(Lanes<int16_t, 32> v) {
-  return bitsAs<Lanes<int32_t, 64>>(_mm512_maskz_cvtepi16_epi32(0xFFFF, bitsAs<__m256i>(v)));
-}
 KXCALC_INLINE auto toDoubles(Lanes<float, 32> v) {
   return bitsAs<Lanes<double, 64>>(_mm512_maskz_cvtps_pd(0xFF, bitsAs<__m256>(v)));
 }
@@ -105,20 +96,6 @@ KXCALC_INLINE i16x8 narrow(Lanes<int32_t, 32> v) {
 #endif
 
 // What follows takes one element, or a pack that the functions above do not take whole.
-
-/// Integers of 16 bits with their sign.
-template <class X>
-KXCALC_INLINE auto toInt32(X x) {
-  if constexpr (std::is_arithmetic_v<X>) {
-    return int32_t{x};
-  } else if constexpr (detail::isTwin<X>) {
-    return twin(toInt32(x.low), toInt32(x.high));
-  } else if constexpr (sizeof(X) == 16) {
-    return twin(widenLow(x), widenHigh(x));
-  } else {
-    return twin(toInt32(lowHalf(x)), toInt32(highHalf(x)));
-  }
-}
 
 /// Singles, or integers of 32 bits, as doubles (exact; a signalling NaN comes out quiet).
 template <class X>
@@ -216,8 +193,8 @@ namespace detail {
 template <size_t count, class Raw>
 KXCALC_INLINE auto loadOneWide([[maybe_unused]] const Raw* from) {
 #if defined(__AVX2__)
-  if constexpr (std::is_same_v<Raw, int16_t>) {
-    return toInt32(load<count * sizeof(Raw)>(from));
+  if constexpr (count == 8 && std::is_same_v<Raw, int16_t>) {
+    return bitsAs<Lanes<int32_t, 32>>(_mm256_cvtepi16_epi32(bitsAs<__m128i>(load(from))));
   } else if constexpr (count == 8 && std::is_same_v<Raw, uint16_t>) {
     return bitsAs<Lanes<int32_t, 32>>(_mm256_cvtepu16_epi32(bitsAs<__m128i>(load(from))));
   } else if constexpr (count == 8 && std::is_same_v<Raw, int8_t>) {
@@ -227,7 +204,9 @@ KXCALC_INLINE auto loadOneWide([[maybe_unused]] const Raw* from) {
   }
 #endif
 #if defined(__AVX512F__)
-  if constexpr (count == 16 && std::is_same_v<Raw, uint16_t>) {
+  if constexpr (count == 16 && std::is_same_v<Raw, int16_t>) {
+    return bitsAs<Lanes<int32_t, 64>>(_mm512_maskz_cvtepi16_epi32(0xFFFF, bitsAs<__m256i>(load<32>(from))));
+  } else if constexpr (count == 16 && std::is_same_v<Raw, uint16_t>) {
     return bitsAs<Lanes<int32_t, 64>>(_mm512_maskz_cvtepu16_epi32(0xFFFF, bitsAs<__m256i>(load<32>(from))));
   } else if constexpr (count == 16 && std::is_same_v<Raw, int8_t>) {
     return bitsAs<Lanes<int32_t, 64>>(_mm512_maskz_cvtepi8_epi32(0xFFFF, bitsAs<__m128i>(load(from))));

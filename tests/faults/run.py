@@ -1,12 +1,14 @@
 """Plants small faults in the sources, one at a time, and requires that the tests that they concern fail.
 
 usage: run.py [-j jobs] [--drawn number] [--seed seed] <build directory> [<list>...]
+       run.py --check
 
-The build directory holds kxcalc-sse41, its tests and those of the rooms, built from the sources as they stand. The faults
+The build directory holds the libraries, their tests and those of the rooms, built from the sources as they stand. The faults
 stand beside this file, a list for each family of kernels and one for each room, which is a folder whose tests are one
 program (none named: all):
 
     file <source, from the root of the project on; it holds for the faults that follow>
+    library <the build that judges the faults that follow in this file: code that sse41, the usual one, does not have>
 
     fault <what is wrong now>
     exports <names without their prefix, * and ? allowed>
@@ -17,7 +19,9 @@ program (none named: all):
 
 A fault is caught if, for each of its exports, a test fails, crashes or does not come to an end. The lists of all families
 together have three observable faults or more for every export. Faults of a room name no exports; without a filter all of
-its tests judge them.
+its tests judge them. Faults of a library that the processor does not run are not judged, and said to be so.
+
+--check only tells whether the lists are well written, fit the sources and have faults enough.
 
 In the rooms faults are drawn by rule, too (drawn.py), another selection with every seed. One that survives is to be caught by
 a new test, or, where it changes nothing that can be seen, to be written into the room's list as an unobservable one.
@@ -47,6 +51,7 @@ from drawn import drawn  # noqa: E402
 from room import DoesNotCompile, Room  # noqa: E402
 
 ROOMS = {"analysis": "tests/analysis/kxanalysis-tests-sse41", "recordings": "tests/recordings/kxrecordings-tests"}
+USUAL_LIBRARY = "sse41"
 USUALLY_DRAWN = 150
 FAULTS_OF_AN_EXPORT = 3
 TIME_LIMIT = 60  # seconds; the tests of an export take a few
@@ -60,6 +65,7 @@ class Mistake(Exception):
 class Fault:
     place: str
     file: str
+    library: str
     title: str
     exports: list = field(default_factory=list)
     tests: str = ""
@@ -79,18 +85,32 @@ def registered_exports():
     return [name[len("kxcalc"):] for name in registry.names()]
 
 
+def libraries():
+    """The names of all builds."""
+    return re.findall(r"^([a-z]\w*)", (ROOT / "cmake/variants.txt").read_text(), re.MULTILINE)
+
+
+def runnable_libraries(build):
+    """Those that the processor runs: configuring asked it."""
+    return re.search(r"KXCALC_PROCESSOR_RUNS:INTERNAL=(.*)", (build / "CMakeCache.txt").read_text())[1].split()
+
+
 def faults_of(path, exports):
     """The faults of a list, each of which fits its source."""
-    faults, file = [], None
+    faults, file, library = [], None, None
     for number, line in enumerate(path.read_text().splitlines(), 1):
         place = f"{path.name}:{number}"
         word, _, rest = line.partition(" ")
         if not line or word == "#":
             continue
         if word == "file":
-            file = rest
+            file, library = rest, USUAL_LIBRARY
+        elif word == "library":
+            if rest not in libraries() or path.stem in ROOMS:
+                raise Mistake(f"{place}: there is no such library, or it is not asked for: {rest}")
+            library = rest
         elif word == "fault":
-            faults.append(Fault(place, file, rest))
+            faults.append(Fault(place, file, library, rest))
         elif not faults:
             raise Mistake(f"{place}: stands before the first fault")
         elif word == "exports":
@@ -119,20 +139,20 @@ def faults_of(path, exports):
 class Laboratory:
     """Builds the library with a fault, from the objects and by the commands of a finished build, and tests it."""
 
-    def __init__(self, build, scratch, exports):
+    def __init__(self, build, scratch, library, exports):
+        objects = f"CMakeFiles/kxcalc-{library}.dir"
         self.scratch = scratch
         self.sources = scratch / "src"
-        self.objects = scratch / "CMakeFiles/kxcalc-sse41.dir"
-        self.executable = scratch / "kxcalc-tests-sse41"
+        self.executable = scratch / f"kxcalc-tests-{library}"
         shutil.copytree(ROOT / "src", self.sources)
-        shutil.copytree(build / "CMakeFiles/kxcalc-sse41.dir", self.objects)
-        shutil.copy2(build / "tests/kxcalc-tests-sse41", self.executable)
+        shutil.copytree(build / objects, scratch / objects)
+        shutil.copy2(build / "tests" / self.executable.name, self.executable)
 
         self.compiling = {}  # by source
         for command in json.loads((build / "compile_commands.json").read_text()):
-            if "CMakeFiles/kxcalc-sse41.dir/" in command["command"]:
+            if f"{objects}/" in command["command"]:
                 self.compiling[str(Path(command["file"]).relative_to(ROOT))] = shlex.split(command["command"])
-        target = Path(os.path.realpath(build / "libkxcalc-sse41.so")).name
+        target = Path(os.path.realpath(build / f"libkxcalc-{library}.so")).name
         commands = subprocess.run(["ninja", "-C", build, "-t", "commands", target], check=True, capture_output=True, text=True)
         self.linking = shlex.split(commands.stdout.splitlines()[-1].split("&&")[1])
 
@@ -206,37 +226,54 @@ def enough_faults(families, exports):
     return enough
 
 
-def all_caught(laboratory, families, jobs):
-    """Those that are observable, and no other. Prints the survivors, and a line for each family and for all."""
-    tests = {what: test for faults in families.values() for fault in faults for what, test in laboratory.tests_of(fault).items()}
-    for what, test in tests.items():
-        if laboratory.fails(laboratory.unmodified, test):
-            raise Mistake(f"tests fail without a fault: {what}")
-    wrong = all_of_caught = all_of_planted = 0
+@dataclass
+class Sums:
+    """Of observable faults; `well` unless one survives, or one that is said to be unobservable is caught."""
+    caught: int = 0
+    planted: int = 0
+    not_run: dict = field(default_factory=dict)  # their number, by library
+    well: bool = True
+
+    def add(self, other):
+        self.caught += other.caught
+        self.planted += other.planted
+        self.well &= other.well
+        for library, number in other.not_run.items():
+            self.not_run[library] = self.not_run.get(library, 0) + number
+
+    def __str__(self):
+        left_out = f", {sum(self.not_run.values())} not run here: {' '.join(sorted(self.not_run))}" if self.not_run else ""
+        return f"{self.caught}/{self.planted} faults caught{left_out}"
+
+
+def judge(judges, name, faults, jobs):
+    """Plants those that there is a judge of, by library, and prints the survivors and a line."""
+    sums = Sums()
+    for fault in faults:
+        if fault.library not in judges:
+            sums.add(Sums(not_run={fault.library: 1}))
+    faults = [fault for fault in faults if fault.library in judges]
+    tests = {(fault.library, test) for fault in faults for test in judges[fault.library].tests_of(fault).values()}
+    for library, test in sorted(tests):
+        if judges[library].fails(judges[library].unmodified, test):
+            raise Mistake(f"tests fail without a fault: {test}")
     with ThreadPoolExecutor(jobs) as pool:
-        for family, faults in families.items():
-            caught = planted = 0
-            for fault, survived in zip(faults, pool.map(laboratory.survived, faults)):
-                if not fault.proof:
-                    planted += 1
-                    caught += not survived
-                    if survived:
-                        print(f"{fault.place}: survives {', '.join(survived)}: {fault.title}", flush=True)
-                elif len(survived) != len(laboratory.tests_of(fault)):
-                    print(f"{fault.place}: is caught, and said to be unobservable: {fault.title}", flush=True)
-                    wrong += 1
-            print(f"{family:<10} {caught}/{planted}", flush=True)
-            all_of_caught += caught
-            all_of_planted += planted
-    if len(families) > 1:
-        print(f"{'all':<10} {all_of_caught}/{all_of_planted} faults caught", flush=True)
-    return wrong == 0 and all_of_caught == all_of_planted
+        for fault, survived in zip(faults, pool.map(lambda fault: judges[fault.library].survived(fault), faults)):
+            if not fault.proof:
+                sums.add(Sums(caught=not survived, planted=1, well=not survived))
+                if survived:
+                    print(f"{fault.place}: survives {', '.join(survived)}: {fault.title}", flush=True)
+            elif len(survived) != len(judges[fault.library].tests_of(fault)):
+                print(f"{fault.place}: is caught, and said to be unobservable: {fault.title}", flush=True)
+                sums.well = False
+    print(f"{name:<10} {sums}", flush=True)
+    return sums
 
 
-def all_drawn_caught(room, listed, number, seed, jobs):
-    """Apart from those that the room's list calls unobservable. Prints the survivors and a line for all."""
+def judge_drawn(room, listed, number, seed, jobs):
+    """Those that the room's list does not call unobservable. Prints the survivors and a line."""
     explained = {(fault.file, fault.planted(room.texts[fault.file])) for fault in listed if fault.proof}
-    said = unseen = caught = 0
+    sums, said = Sums(), 0
     if room.fails(room.unmodified, "*"):
         raise Mistake(f"tests of {room.room} fail without a fault")
 
@@ -250,27 +287,30 @@ def all_drawn_caught(room, listed, number, seed, jobs):
             return fault, None
 
     with ThreadPoolExecutor(jobs) as pool:
-        faults, found = iter(drawn(room.texts, seed)), 0
-        while found < number and (batch := list(islice(faults, number - found))):
+        faults = iter(drawn(room.texts, seed))
+        while sums.planted + said < number and (batch := list(islice(faults, number - sums.planted - said))):
             for fault, verdict in pool.map(judged, batch):
-                found += verdict is not None
-                caught += verdict == "caught"
                 said += verdict == "explained"
                 if verdict == "survives":
-                    unseen += 1
                     print(f"{fault.place}: survives: {fault.title}", flush=True)
-    print(f"{room.room:<10} {caught}/{found - said} drawn with seed {seed}, {said} more are unobservable", flush=True)
-    return unseen == 0
+                if verdict in ("survives", "caught"):
+                    sums.add(Sums(caught=verdict == "caught", planted=1, well=verdict == "caught"))
+    print(f"{room.room:<10} {sums}, drawn with seed {seed}; {said} more are unobservable", flush=True)
+    return sums
 
 
 def main():
-    parser = argparse.ArgumentParser(usage=re.search("usage: (.*)", __doc__)[1])
+    parser = argparse.ArgumentParser(usage=re.search("usage: (.*\n.*)", __doc__)[1])
     parser.add_argument("-j", type=int, default=os.cpu_count())
     parser.add_argument("--drawn", type=int, default=USUALLY_DRAWN)
     parser.add_argument("--seed", type=int, default=1)
-    parser.add_argument("build", type=Path)
+    parser.add_argument("--check", action="store_true")
+    parser.add_argument("build", type=Path, nargs="?")
     parser.add_argument("families", nargs="*")
     options = parser.parse_args()
+    if options.check == bool(options.build):
+        parser.print_usage()
+        return 2
     resource.setrlimit(resource.RLIMIT_CORE, (0, 0))  # crashes are expected
     try:
         exports = registered_exports()
@@ -280,16 +320,22 @@ def main():
                 raise Mistake(f"there is no list of faults of {family}")
         families = {family: faults_of(lists[family], exports) for family in options.families or lists}
         rooms = {room: families.pop(room) for room in ROOMS if room in families}
-        good = True if options.families else enough_faults(families, exports)
+        sums = Sums(well=bool(options.families) or enough_faults(families, exports))
+        if options.check:
+            return 0 if sums.well else 1
         build = options.build.resolve()
+        needed = {fault.library for faults in families.values() for fault in faults}
         with tempfile.TemporaryDirectory(prefix="kxcalc-faults-") as scratch:
-            if families:
-                good &= all_caught(Laboratory(build, Path(scratch), exports), families, options.j)
+            laboratories = {library: Laboratory(build, Path(scratch) / library, library, exports)
+                            for library in runnable_libraries(build) if library in needed}
+            for name, faults in families.items():
+                sums.add(judge(laboratories, name, faults, options.j))
             for name, faults in rooms.items():
                 room = Room(ROOT, build, scratch, name, ROOMS[name])
-                good &= all_caught(room, {name: faults}, options.j)
-                good &= all_drawn_caught(room, faults, options.drawn // len(rooms), options.seed, options.j)
-        return 0 if good else 1
+                sums.add(judge({USUAL_LIBRARY: room}, name, faults, options.j))
+                sums.add(judge_drawn(room, faults, options.drawn // len(rooms), options.seed, options.j))
+        print(f"{'all':<10} {sums}", flush=True)
+        return 0 if sums.well else 1
     except Mistake as mistake:
         print(mistake)
         return 1

@@ -56,6 +56,19 @@ TEST_F(FlickermeterTest, TheLengthOfBlocksDoesNotMatter) {
   }
 }
 
+TEST_F(FlickermeterTest, HalfCyclesEndAtTheNearestSample) {
+  const auto setting = kxanalysis::nominalSetting(kxanalysis::Lamp::volts120);
+  auto meter = kxanalysis::Flickermeter::create(linkedFunctions, setting, 4000);  // 33 1/3 samples each
+  ASSERT_TRUE(meter);
+  std::vector<size_t> ends;
+  for (size_t samples = 1; samples <= 200; ++samples) {
+    if (!meter->feed(std::array{1.0F})->empty()) {
+      ends.push_back(samples);
+    }
+  }
+  EXPECT_EQ(ends, (std::vector<size_t>{33, 67, 100, 133, 167, 200}));
+}
+
 TEST_F(FlickermeterTest, TheAdaptorFollowsAStepAsSlowlyAsTheStandardAsks) {
   auto made = kxanalysis::VoltageAdaptor::create(linkedFunctions, setting_);
   ASSERT_TRUE(made);
