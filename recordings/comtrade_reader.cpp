@@ -153,15 +153,15 @@ void ComtradeReader::describe(bool withStatus) {
   format_.start = configuration_->start;
   format_.trigger = configuration_->trigger;
   double before = 0;
-  for (size_t i = 0; i < configuration_->segments.size() && configuration_->segments[i].end <= first_; ++i) {
-    const Segment& segment = configuration_->segments[i];
-    before += static_cast<double>(segment.end - beginOf(configuration_->segments, i)) / segment.rate;
+  const auto& segments = configuration_->segments;
+  for (size_t i = 0; first_ > 0 && segments[i].end <= first_; ++i) {
+    before += static_cast<double>(segments[i].end - beginOf(segments, i)) / segments[i].rate;
   }
   constexpr double longest = 1e9;
-  if (format_.start && before > longest) {
-    format_.start.reset();
-  } else if (format_.start) {
+  if (format_.start && before <= longest) {
     format_.start = format_.start->later(before);
+  } else {
+    format_.start.reset();
   }
 }
 
@@ -176,7 +176,8 @@ Result<> ComtradeReader::findRate() {
 Result<> ComtradeReader::findRateByStamps() {
   std::vector<double> frame(format_.channels.size());
   EvenStamps stamps;
-  while (true) {
+  uint64_t frames = 0;
+  for (;; ++frames) {
     const auto next = records_->next(frame);
     if (!next) {
       return Problem{next.problem()};
@@ -185,12 +186,11 @@ Result<> ComtradeReader::findRateByStamps() {
       break;
     }
     stamps.add(records_->mark().stamp);
-    ++recordsPosition_;
   }
   if (const auto rate = stamps.rate(configuration_->stampSeconds)) {
     format_.rate = rate;
     notes_.push_back("the sample rate, " + numberText(*rate) + " Hz, comes from the time stamps");
-  } else if (recordsPosition_ > 0) {
+  } else if (frames > 0) {
     notes_.push_back("the time stamps are not even and tell no sample rate");
   }
   return Done{};
@@ -203,11 +203,17 @@ std::vector<std::string> ComtradeReader::notes() const {
 }
 
 Result<size_t> ComtradeReader::read(std::span<double> samples) {
-  if (recordsPosition_ != position_ || position_ == 0) {
+  auto count = readOn(samples);
+  isInPlace_ = isInPlace_ && count;
+  return count;
+}
+
+Result<size_t> ComtradeReader::readOn(std::span<double> samples) {
+  if (!isInPlace_) {
     if (const auto there = records_->goTo(first_ + position_); !there) {
       return Problem{there.problem()};
     }
-    recordsPosition_ = position_;
+    isInPlace_ = true;
     lastNumber_.reset();
   }
   const size_t channels = format_.channels.size(), wanted = samples.size() / channels;
@@ -223,11 +229,16 @@ Result<size_t> ComtradeReader::read(std::span<double> samples) {
     if (!*next) {
       return frame;
     }
-    recordsPosition_ = ++position_;
+    ++position_;
     noteJump();
     markMissing(values);
   }
   return wanted;
+}
+
+void ComtradeReader::rewind() {
+  position_ = 0;
+  isInPlace_ = false;
 }
 
 void ComtradeReader::noteJump() {

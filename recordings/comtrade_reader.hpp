@@ -33,11 +33,12 @@ public:
   /// What is odd about the recording as far as it has been read, a sentence each.
   std::vector<std::string> notes() const;
 
-  /// Reads the next interleaved frames, as many as there is room for; returns how many, fewer only at the end.
+  /// Reads the next interleaved frames, as many as there is room for; returns how many, fewer only at the end. After a
+  /// problem, the frames before it are lost.
   Result<size_t> read(std::span<double> samples);
 
   /// Back to the first frame.
-  void rewind() { position_ = 0; }
+  void rewind();
 
   /// Share that has been read, 0 to 1.
   double position() const;
@@ -56,6 +57,7 @@ private:
 
   Result<> chooseSegment(const std::optional<int>& wanted);
   void describe(bool withStatus);
+  Result<size_t> readOn(std::span<double> samples);
   Result<> findRate();
   Result<> findRateByStamps();
   void noteJump();
@@ -70,8 +72,7 @@ private:
   uint64_t first_ = 0, end_ = 0;  // samples of the file that are read
   bool isToTheEnd_ = true;        // of the file, wherever that is
   uint64_t position_ = 0;         // of the next frame
-  uint64_t recordsPosition_ = 0;  // of the records' next frame
-  bool isRead_ = false;           // to its end
+  bool isInPlace_ = false;        // whether the records are there
   std::optional<double> lastNumber_;
   bool isJumpNoted_ = false, isMissingNoted_ = false;
 };

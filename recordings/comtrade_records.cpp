@@ -38,7 +38,8 @@ public:
         lines_(linesFromStart()) {}
 
   Result<> goTo(uint64_t record) override {
-    if (record < record_) {
+    if (record < record_ || isAstray_) {
+      isAstray_ = false;
       lines_ = linesFromStart();
       record_ = 0;
     }
@@ -55,6 +56,7 @@ public:
     if (record_ > announced) {
       return false;
     }
+    isAstray_ = true;
     const auto line = nextLine();
     if (!line) {
       return Problem{line.problem()};
@@ -159,6 +161,7 @@ private:
       values[i] = state.value_or(missing);
     }
     ++record_;
+    isAstray_ = false;
     return true;
   }
 
@@ -175,7 +178,8 @@ private:
   size_t fieldCount_;
   LineReader lines_;
   uint64_t lineNumber_ = 0;
-  uint64_t record_ = 0;  // the next one
+  uint64_t record_ = 0;    // the next one
+  bool isAstray_ = false;  // whether the lines have gone beyond it
   std::vector<std::string_view> fields_;
 };
 

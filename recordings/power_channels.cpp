@@ -29,34 +29,38 @@ std::vector<size_t> numbered(const std::string& file, const Format& format, cons
   return channels;
 }
 
+struct Selection {
+  PowerGroup group;
+  bool isProposed = false;
+};
+
 /// The one group that units, names and phases tell, where the numbers of channels alone do not.
-PowerGroup onlyGroup(const std::string& file, const Format& format, const std::string& what) {
+Selection onlyGroup(const std::string& file, const Format& format, const std::string& what) {
   auto groups = powerGroups(format);
   if (groups.size() != 1) {
     throw UnclearChannels(file, what + ": --voltage and --current must tell which ones to take", std::move(groups));
   }
-  return groups[0];
+  return {groups[0], true};
 }
 
-PowerGroup groupByName(const std::string& file, const Format& format) {
-  const size_t channels = format.channels.size() - format.statusChannels;
-  if (std::any_of(format.channels.begin(), format.channels.end(),
-                  [](const std::string& name) { return electricUnitOf(name).has_value(); })) {
-    PowerGroup all{voltagesOf(format), currentsOf(format)};
+Selection selectionByName(const std::string& file, const Format& format) {
+  if (hasElectricUnits(format)) {
+    const PowerGroup all{voltagesOf(format), currentsOf(format)};
     const size_t voltages = all.voltages.size(), currents = all.currents.size();
-    return voltages == currents && voltages <= mostPhases
-               ? all
-               : onlyGroup(
-                     file, format,
+    if (voltages == currents && voltages <= mostPhases) {
+      return {all};
+    }
+    return onlyGroup(file, format,
                      "has " + std::to_string(voltages) + " channels in V and " + std::to_string(currents) + " in A");
   }
+  const size_t channels = format.channels.size() - format.statusChannels;
   if (channels % 2 != 0 || channels > 2 * mostPhases) {
     return onlyGroup(file, format, "has " + std::to_string(channels) + " channels that name no units");
   }
-  PowerGroup halves;
+  Selection halves;
   for (size_t i = 0; i < channels / 2; ++i) {
-    halves.voltages.push_back(i);
-    halves.currents.push_back(channels / 2 + i);
+    halves.group.voltages.push_back(i);
+    halves.group.currents.push_back(channels / 2 + i);
   }
   return halves;
 }
@@ -83,20 +87,21 @@ std::vector<double> factorsFor(const std::string& file, size_t phases, const std
 }  // namespace
 
 PowerChannels powerChannels(const std::string& file, const Format& format, const PowerChannelOptions& options) {
-  const PowerGroup selection = options.voltages.empty()
-                                   ? groupByName(file, format)
-                                   : PowerGroup{numbered(file, format, options.voltages, Quantity::voltage),
-                                                numbered(file, format, options.currents, Quantity::current)};
-  const size_t phases = selection.voltages.size();
+  const auto [group, isProposed] = options.voltages.empty()
+                                       ? selectionByName(file, format)
+                                       : Selection{{numbered(file, format, options.voltages, Quantity::voltage),
+                                                    numbered(file, format, options.currents, Quantity::current)}};
+  const size_t phases = group.voltages.size();
   const std::vector<double> factors = factorsFor(file, phases, options.scales);
   const auto physical = [&](size_t channel, double factor) {
     const auto unit = electricUnitOf(format.channels[channel]);
     return PhysicalChannel{channel, factor * (unit ? unit->factor : 1) / format.fullScale};
   };
   PowerChannels channels;
+  channels.isProposed = isProposed;
   for (size_t i = 0; i < phases; ++i) {
-    channels.voltages.push_back(physical(selection.voltages[i], factors[i]));
-    channels.currents.push_back(physical(selection.currents[i], factors[phases + i]));
+    channels.voltages.push_back(physical(group.voltages[i], factors[i]));
+    channels.currents.push_back(physical(group.currents[i], factors[phases + i]));
   }
   return channels;
 }

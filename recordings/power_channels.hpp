@@ -19,6 +19,7 @@ struct PhysicalChannel {
 struct PowerChannels {
   std::vector<PhysicalChannel> voltages;
   std::vector<PhysicalChannel> currents;
+  bool isProposed = false;  ///< whether they are the one group that belongs together among more channels
 };
 
 /// What the user says of the channels.

@@ -50,15 +50,6 @@ std::optional<size_t> phaseIn(std::string_view text) {
   return anotherPhase;
 }
 
-size_t measuredCount(const Format& format) {
-  return format.channels.size() - format.statusChannels;
-}
-
-bool hasElectricUnits(const Format& format) {
-  return std::any_of(format.channels.begin(), format.channels.end(),
-                     [](const std::string& name) { return electricUnitOf(name).has_value(); });
-}
-
 /// By the first word of a name: one letter for the quantity and two more characters at most.
 std::optional<Quantity> quantityByName(std::string_view name) {
   constexpr std::string_view ends = " _-.:";
@@ -75,7 +66,7 @@ std::optional<Quantity> quantityByName(std::string_view name) {
 std::vector<size_t> channelsOf(const Format& format, Quantity quantity) {
   const bool byUnit = hasElectricUnits(format);
   std::vector<size_t> channels;
-  for (size_t i = 0; i < measuredCount(format); ++i) {
+  for (size_t i = 0; i < format.channels.size() - format.statusChannels; ++i) {
     const auto unit = electricUnitOf(format.channels[i]);
     const auto found = !byUnit ? quantityByName(format.channels[i])
                        : unit  ? std::optional(unit->quantity)
@@ -281,6 +272,12 @@ std::vector<PowerGroup> joined(const std::vector<PowerGroup>& pairs) {
 }
 
 }  // namespace
+
+bool hasElectricUnits(const Format& format) {
+  return std::any_of(format.channels.begin(),
+                     format.channels.end() - static_cast<std::ptrdiff_t>(format.statusChannels),
+                     [](const std::string& name) { return electricUnitOf(name).has_value(); });
+}
 
 std::vector<size_t> voltagesOf(const Format& format) {
   return channelsOf(format, Quantity::voltage);

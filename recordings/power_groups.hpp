@@ -15,6 +15,9 @@ struct PowerGroup {
   bool operator==(const PowerGroup&) const = default;
 };
 
+/// Whether a channel names a unit of voltages or currents.
+bool hasElectricUnits(const Format& format);
+
 /// Channels in V and in A; if no channel has such a unit, those whose names begin with a word as "U1", "VB" or "IL3".
 std::vector<size_t> voltagesOf(const Format& format);
 std::vector<size_t> currentsOf(const Format& format);

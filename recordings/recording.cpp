@@ -67,6 +67,10 @@ std::unique_ptr<Recording> openRecording(const std::string& file, const InputOpt
   if (isComtrade) {
     return openComtrade(file, options);
   }
+  if (!options.raw && extension == ".dat" &&
+      std::filesystem::exists(std::filesystem::path(file).replace_extension(".cfg"))) {
+    throw FileError(file, "is opened by the .cfg file beside it, or with --raw");
+  }
   return options.raw ? openRaw(file, options) : openAudio(file, options);
 }
 

@@ -209,6 +209,9 @@ TEST_F(ComtradeDamageTest, AFarAwaySegmentHasNoTime) {
   ComtradeTake take;
   take.rates = {{"1e-12", 1}, {"1000", 3}};
   EXPECT_FALSE(openRecording(writeTwo(take), {})->format().start);
+  ComtradeTake none = takeOf(0);
+  none.rates[0].first = "0";
+  EXPECT_TRUE(openRecording(writeTwo(none), {})->format().start);
 }
 
 TEST_F(ComtradeDamageTest, TheFactorOfTimeStampsMattersOnlyWhereTheyTellTheRate) {
@@ -290,6 +293,22 @@ TEST_F(ComtradeDamageTest, DataThatCannotBeAreNamed) {
   EXPECT_EQ(withStatus(",1"), "");
   options.status = false;
   EXPECT_EQ(withStatus("2,x"), "");
+}
+
+TEST_F(ComtradeDamageTest, AProblemStaysHoweverOftenItIsReadOver) {
+  const ComtradeTake take;
+  const std::string configuration = take.configuration();
+  for (const char* const bad : {",10,", ",30,", ",-50,"}) {
+    const std::string data = with(take.data(), bad, ",x,");
+    auto reader = ComtradeReader::open(std::make_unique<MemoryBytes>("cfg", configuration),
+                                       std::make_unique<MemoryBytes>("dat", data), {});
+    Doubles values(6);
+    const std::string problem = reader->read(values).problem();
+    EXPECT_TRUE(problem.ends_with("channel UA [kV]: not a number: x")) << problem;
+    EXPECT_EQ(reader->read(values).problem(), problem);
+    reader->rewind();
+    EXPECT_EQ(reader->read(values).problem(), problem);
+  }
 }
 
 TEST_F(ComtradeDamageTest, ConfigurationsThatCannotBeAreNamed) {
