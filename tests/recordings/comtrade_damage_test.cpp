@@ -151,6 +151,9 @@ TEST_F(ComtradeDamageTest, SampleNumbersThatJumpAreNoted) {
   EXPECT_EQ(readingOf(write("a.cff", take.single())).notes, note("line 22"));
   take.type = "BINARY";
   EXPECT_EQ(readingOf(writeTwo(take)).notes, note("record 3"));
+  take.numbers = {3, 2, 3, 4};
+  EXPECT_EQ(readingOf(writeTwo(take)).notes,
+            Names{"the sample numbers jump, first in record 2 from 3 to 2; the samples are taken one after the other"});
   take.numbers = {0, 1, 2, 3};
   EXPECT_EQ(readingOf(writeTwo(take)).notes, Names{});
   take.type = "ASCII";
