@@ -51,14 +51,25 @@ std::unique_ptr<Recording> openRecording(const std::string& file, const InputOpt
     throw FileError(file, "the sample rate must be above 0");
   }
   const std::string extension = lowerCaseExtension(file);
+  const bool isComtrade = !options.raw && (extension == ".cfg" || extension == ".cff");
+  if (options.segment && !isComtrade) {
+    throw FileError(file, "has no segments: --segment is for COMTRADE recordings");
+  }
+  if (options.status && !isComtrade) {
+    throw FileError(file, "has no status channels: --status is for COMTRADE recordings");
+  }
   if (!options.raw && (extension == ".csv" || extension == ".tsv")) {
     return openCsv(file, options);
   }
   if (!options.columns.empty()) {
     throw FileError(file, "has no named columns: --column is for CSV files");
   }
-  if (!options.raw && extension == ".cfg") {
+  if (isComtrade) {
     return openComtrade(file, options);
+  }
+  if (!options.raw && extension == ".dat" &&
+      std::filesystem::exists(std::filesystem::path(file).replace_extension(".cfg"))) {
+    throw FileError(file, "is opened by the .cfg file beside it, or with --raw");
   }
   return options.raw ? openRaw(file, options) : openAudio(file, options);
 }

@@ -10,12 +10,17 @@
 #include <string>
 #include <vector>
 
+#include "recordings/time_stamp.hpp"
+
 namespace kxrecordings {
 
 /// What is wrong with a file.
 class FileError : public std::runtime_error {
 public:
   FileError(const std::string& file, const std::string& what) : std::runtime_error(file + ": " + what) {}
+
+  /// @param sentence  begins with the file's name.
+  explicit FileError(const std::string& sentence) : std::runtime_error(sentence) {}
 };
 
 /// Frames (one sample of every channel) that are read at a time: few enough for a block to stay in the processor's
@@ -25,6 +30,12 @@ constexpr size_t blockFrames = 4096;
 /// The type that samples have in memory: the one of the four kernel families that holds the file's samples exactly.
 enum class SampleType { int16, int32, float32, float64 };
 
+/// Where a channel measures, as far as the file tells.
+struct ChannelPlace {
+  std::string phase;    ///< "A", "L1", "AB", "N", ...
+  std::string circuit;  ///< "Feeder 3", ...
+};
+
 struct Format {
   std::string container;              ///< "wav", "flac", "csv", "raw", ...
   std::string samples;                ///< as stored: "int16", "int24", "vorbis", ...
@@ -33,6 +44,12 @@ struct Format {
   double fullScale = 1;               ///< the magnitude that stands for 1 in other sample formats
   std::vector<std::string> channels;  ///< names; numbers from 1 where the file names none
   std::optional<double> rate;         ///< frames a second
+
+  std::vector<ChannelPlace> places;     ///< of the channels; empty in files that tell none
+  size_t statusChannels = 0;            ///< of the channels, the last ones: 0 and 1 instead of measured values
+  std::optional<double> lineFrequency;  ///< in Hz, the nominal one of the mains
+  std::optional<TimeStamp> start;       ///< when the first frame was taken
+  std::optional<TimeStamp> trigger;     ///< when what the recorder waited for happened
 };
 
 /// How to take the input files, from the command line.
@@ -41,6 +58,8 @@ struct InputOptions {
   int channels = 0;                  ///< of raw files
   std::optional<double> rate;        ///< instead of the file's own
   std::vector<std::string> columns;  ///< of CSV files; all numeric ones if empty
+  std::optional<int> segment;        ///< of COMTRADE recordings, numbered from 1; the longest unless all have one rate
+  bool status = false;               ///< take the status channels of COMTRADE recordings, too
 };
 
 class Recording {

@@ -17,4 +17,13 @@ std::optional<double> numberIn(std::string_view field);
 /// The trimmed fields of a line, which must live on.
 std::vector<std::string_view> fieldsOf(std::string_view line, char separator);
 
+/// The same in a vector that is there already.
+void splitFields(std::string_view line, char separator, std::vector<std::string_view>& fields);
+
+/// How a sentence quotes what a file holds, whatever that is: the first characters, without those that are not printed.
+std::string quoteOf(std::string_view text);
+
+/// ASCII letters in upper case, the rest as it is.
+std::string upperCase(std::string_view text);
+
 }  // namespace kxrecordings

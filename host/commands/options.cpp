@@ -30,7 +30,9 @@ CLI::Validator endingIn(const std::vector<std::string>& endings) {
 
 CLI::Option& addRecordingOption(CLI::App& command, std::string& file) {
   return *command
-              .add_option("FILE", file, "Recording: an audio file, a CSV file with a header row, raw samples (--raw)")
+              .add_option("FILE", file,
+                          "Recording: an audio file, a CSV file with a header row, a COMTRADE file (.cfg or .cff), "
+                          "raw\nsamples (--raw)")
               ->type_name("");
 }
 
@@ -49,6 +51,12 @@ void addInputOptions(CLI::App& command, InputOptions& options, const std::string
       .add_option("--column", options.columns, "Take this column of CSV files (may be repeated; default: all numeric)")
       ->type_name("NAME")
       ->allow_extra_args(false);
+  command
+      .add_option("--segment", options.segment,
+                  "Take this segment of COMTRADE recordings that change their rate, from 1 (default: the longest)")
+      ->type_name("NUMBER");
+  command.add_flag("--status", options.status,
+                   "Also take the status channels of COMTRADE recordings, 0 and 1, behind the others");
 }
 
 void addChannelOption(CLI::App& command, int& channel) {

@@ -1,5 +1,5 @@
 // kxhost power: power, harmonics and unbalance of recorded voltages and currents.
-#include <fmt/format.h>
+#include <fmt/ostream.h>
 
 #include <array>
 #include <iostream>
@@ -10,6 +10,7 @@
 #include "host/commands/options.hpp"
 #include "host/pictures/picture_file.hpp"
 #include "host/pictures/power_pictures.hpp"
+#include "host/reports/channel_list.hpp"
 #include "host/reports/floors.hpp"
 #include "host/reports/notes.hpp"
 #include "host/reports/power_report.hpp"
@@ -24,7 +25,7 @@ struct PowerOptions {
   std::string file;
   InputOptions input;
   PowerChannelOptions channels;
-  double frequency = 50;
+  std::optional<double> frequency;
   std::optional<int> cycles;
   std::string correction;
   bool json = false;
@@ -32,6 +33,13 @@ struct PowerOptions {
   bool windows = false;
   std::string picture;
 };
+
+/// What the user says, else what the recording announces, if that can be.
+double frequencyFor(const PowerOptions& options, const Format& format) {
+  constexpr double usual = 50, lowest = 10, highest = 1000;
+  const double announced = format.lineFrequency.value_or(usual);
+  return options.frequency.value_or(announced >= lowest && announced <= highest ? announced : usual);
+}
 
 /// 10 cycles of 50 Hz or 12 of 60 Hz, which are 0.2 s (IEC 61000-4-7, 4.4.1).
 int usualCycles(double frequency) {
@@ -57,8 +65,8 @@ CorrectionCurve readCorrection(const std::string& file) {
 PowerSettings settingsFor(const PowerOptions& options, const Format& format) {
   PowerSettings settings;
   settings.rate = rateOf(options.file, format);
-  settings.frequency = options.frequency;
-  settings.cycles = options.cycles.value_or(usualCycles(options.frequency));
+  settings.frequency = frequencyFor(options, format);
+  settings.cycles = options.cycles.value_or(usualCycles(settings.frequency));
   if (!options.correction.empty()) {
     settings.correction = readCorrection(options.correction);
   }
@@ -118,10 +126,34 @@ PowerReport emptyReport(const PowerOptions& options, const Format& format, const
   return report;
 }
 
+PowerGroup groupOf(const PowerChannels& channels) {
+  PowerGroup group;
+  for (size_t i = 0; i < channels.voltages.size(); ++i) {
+    group.voltages.push_back(channels.voltages[i].index);
+    group.currents.push_back(channels.currents[i].index);
+  }
+  return group;
+}
+
+/// Where the user has to choose, tells between what; nothing then.
+std::optional<PowerChannels> chosenChannels(const PowerOptions& options, const Format& format) {
+  try {
+    return powerChannels(options.file, format, options.channels);
+  } catch (const UnclearChannels& error) {
+    fmt::print(std::cerr, "kxhost: {}\n\n", error.what());
+    printChannels(std::cerr, format, error.groups());
+    return std::nullopt;
+  }
+}
+
 int runPower(const Functions& functions, const PowerOptions& options) {
   const auto recording = openRecording(options.file, options.input);
   const Format& format = recording->format();
-  const PowerChannels channels = powerChannels(options.file, format, options.channels);
+  const auto chosen = chosenChannels(options, format);
+  if (!chosen) {
+    return 1;
+  }
+  const PowerChannels& channels = *chosen;
   const PowerSettings settings = settingsFor(options, format);
   PowerAnalyzer analyzer = required(PowerAnalyzer::create(functions, settings), options.file);
   PowerReport report = emptyReport(options, format, channels, settings, analyzer);
@@ -139,6 +171,9 @@ int runPower(const Functions& functions, const PowerOptions& options) {
     drawTrends(*pictures[2], report);
   }
   std::vector<std::string> notes = recording->notes();
+  if (channels.isProposed) {
+    notes.push_back("of its channels those are taken that belong together: " + optionsFor(groupOf(channels)));
+  }
   if (const std::string note = frequencyNote(report); !note.empty()) {
     notes.push_back(note);
   }
@@ -173,9 +208,15 @@ constexpr const char* footer =
     "Channels whose names end in a unit, as \"Ua [kV]\", \"Ia (mA)\", \"Ib/A\" or \"Ib in A\", are found by it and "
     "taken in V\n"
     "and A; otherwise the first half of two, four or six channels are the voltages, and --voltage and --current tell\n"
-    "where that is wrong. A unit is what the file counts in: of audio files of integers, the full scale. COMTRADE\n"
-    "recordings are opened by their .cfg file, with the .dat file (ASCII or BINARY) beside it; their values are taken\n"
-    "as the channels' factors give them, whether primary or secondary, which --scale can change.\n"
+    "where that is wrong. Of more channels, those of one set of phases are taken if there is one, by units, names, "
+    "phases\n"
+    "and circuits (UA UB UC, IL1 IL2 IL3); if there are several, they are listed. A unit is what the file counts in: "
+    "of\n"
+    "audio files of integers, the full scale. COMTRADE recordings are opened by their .cfg file, with the .dat file "
+    "beside\n"
+    "it, or by their .cff file; their values are taken as the channels' factors give them, whether primary or "
+    "secondary,\n"
+    "which --scale can change.\n"
     "\n"
     "Each window holds a whole number of cycles, rounded to whole samples. Its spectrum gives rms values U and I of "
     "all\n"
@@ -203,16 +244,18 @@ void addPowerCommand(CLI::App& program, Action& chosen) {
       *program.add_subcommand("power", "Power, harmonics and unbalance of recorded voltages and currents");
   command
       .add_option("FILE", options->file,
-                  "Recording: an audio file, a CSV file with a header row, a COMTRADE .cfg file, raw samples (--raw)")
+                  "Recording: an audio file, a CSV file with a header row, a COMTRADE file (.cfg or .cff), raw "
+                  "samples\n(--raw)")
       ->required()
       ->type_name("");
   addInputOptions(command, options->input);
   addChannelOptions(command, options->channels);
   constexpr double lowest = 0.1, highest = 1e6, mostCycles = 10000;
-  command.add_option("--frequency", options->frequency, "Frequency of the mains in Hz")
+  command
+      .add_option("--frequency", options->frequency,
+                  "Frequency of the mains in Hz (default: what a COMTRADE recording announces, else 50)")
       ->type_name("HZ")
-      ->check(between(lowest, highest))
-      ->capture_default_str();
+      ->check(between(lowest, highest));
   command.add_option("--cycles", options->cycles, "Cycles in a window (default: 10, above 55 Hz 12)")
       ->type_name("NUMBER")
       ->check(between(1, mostCycles));

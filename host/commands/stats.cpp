@@ -13,6 +13,7 @@
 #include "host/reports/notes.hpp"
 #include "host/reports/print.hpp"
 #include "host/reports/progress.hpp"
+#include "host/reports/recording_times.hpp"
 #include "host/reports/table.hpp"
 #include "recordings/recording.hpp"
 
@@ -192,16 +193,26 @@ Json jsonOf(const std::vector<FileResult>& results) {
                           {"crest_factor", jsonNumber(line.crestFactor)},
                           {"nan_samples", line.nanSamples}});
     }
-    files.push_back({{"file", result.file},
-                     {"container", result.format.container},
-                     {"sample_format", result.format.samples},
-                     {"unit", result.format.unit},
-                     {"sample_rate", jsonNumber(result.format.rate)},
-                     {"samples", result.samples},
-                     {"duration", jsonNumber(result.duration())},
-                     {"channels", std::move(channels)}});
+    Json file{{"file", result.file},
+              {"container", result.format.container},
+              {"sample_format", result.format.samples},
+              {"unit", result.format.unit},
+              {"sample_rate", jsonNumber(result.format.rate)},
+              {"samples", result.samples},
+              {"duration", jsonNumber(result.duration())}};
+    addTimes(file, result.format);
+    file["channels"] = std::move(channels);
+    files.push_back(std::move(file));
   }
   return {{"files", std::move(files)}};
+}
+
+void printTimes(const std::vector<FileResult>& results) {
+  for (const FileResult& result : results) {
+    if (const std::string times = timesText(result.format); !times.empty()) {
+      fmt::print(std::cout, "{}: {}\n", result.file, times);
+    }
+  }
 }
 
 void print(const std::vector<FileResult>& results, const StatsOptions& options) {
@@ -212,6 +223,7 @@ void print(const std::vector<FileResult>& results, const StatsOptions& options) 
   } else {
     constexpr int digits = 7;
     tableOf(results, digits, "-").print(std::cout);
+    printTimes(results);
   }
 }
 
@@ -238,7 +250,9 @@ void addStatsCommand(CLI::App& program, Action& chosen) {
   CLI::App& command =
       *program.add_subcommand("stats", "Minimum, maximum, average, RMS and crest factor of every channel");
   command
-      .add_option("FILE", options->files, "Recordings: audio files, CSV files with a header row, raw samples (--raw)")
+      .add_option(
+          "FILE", options->files,
+          "Recordings: audio files, CSV files with a header row, COMTRADE files (.cfg or .cff), raw samples\n(--raw)")
       ->required()
       ->type_name("");
   addInputOptions(command, options->input);

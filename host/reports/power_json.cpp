@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "host/reports/power_report.hpp"
+#include "host/reports/recording_times.hpp"
 
 namespace kxhost {
 namespace {
@@ -58,17 +59,19 @@ Json jsonOf(const PowerReport& report) {
     window.update(jsonWindow(report, report.windows[i]));
     windows.push_back(std::move(window));
   }
-  return {{"file", report.file},
-          {"container", report.format.container},
-          {"sample_format", report.format.samples},
-          {"sample_rate_hz", report.settings.rate},
-          {"frequency_hz", report.settings.frequency},
-          {"cycles", report.settings.cycles},
-          {"window_samples", report.windowLength},
-          {"window_s", report.windowSeconds()},
-          {"samples_left_over", report.leftOver},
-          {"mean", jsonWindow(report, meanOf(report.windows))},
-          {"windows", std::move(windows)}};
+  Json json{{"file", report.file},
+            {"container", report.format.container},
+            {"sample_format", report.format.samples},
+            {"sample_rate_hz", report.settings.rate},
+            {"frequency_hz", report.settings.frequency},
+            {"cycles", report.settings.cycles},
+            {"window_samples", report.windowLength},
+            {"window_s", report.windowSeconds()},
+            {"samples_left_over", report.leftOver}};
+  addTimes(json, report.format);
+  json["mean"] = jsonWindow(report, meanOf(report.windows));
+  json["windows"] = std::move(windows);
+  return json;
 }
 
 }  // namespace kxhost

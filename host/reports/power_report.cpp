@@ -6,6 +6,7 @@
 #include "analysis/number_text.hpp"
 #include "host/reports/floors.hpp"
 #include "host/reports/print.hpp"
+#include "host/reports/recording_times.hpp"
 #include "host/reports/table.hpp"
 
 namespace kxhost {
@@ -68,7 +69,11 @@ void printSummary(std::ostream& out, const PowerReport& report) {
   if (report.leftOver > 0) {
     printTo(out, "; {} samples at the end are left over", report.leftOver);
   }
-  out << "\n\n";
+  out << '\n';
+  if (const std::string times = timesText(report.format); !times.empty()) {
+    out << times << '\n';
+  }
+  out << '\n';
   Table table({Table::text("Phase"), Table::text("Voltage"), "U/V", "Angle/deg", "THD/%", Table::text("Current"), "I/A",
                "Angle/deg", "THD/%", "P/W", "Q/var", "S/VA", "PF"});
   const PowerWindow mean = meanOf(report.windows);

@@ -104,9 +104,18 @@ TEST_F(PowerInputTest, ChannelsThatCannotBeAreRefused) {
     options.insert(options.end(), {"--rate", "1000"});
     expectPowerRefused(name, reason, options);
   };
-  refuse(odd, "has 3 channels that name no units: --voltage and --current must tell", {});
-  refuse(eight, "has 8 channels that name no units", {});
-  refuse(units, "has 2 channels in V and 1 in A", {});
+  const auto expectList = [&](const std::string& name, const std::string& reason, const std::string& firstRow) {
+    const Outcome outcome = run({"power", name, "--rate", "1000"});
+    EXPECT_EQ(outcome.code, 1);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_TRUE(outcome.err.starts_with("kxhost: " + name + ": " + reason +
+                                        ": --voltage and --current must tell which ones to take\n\nChannel"))
+        << outcome.err;
+    EXPECT_NE(outcome.err.find(firstRow), std::string::npos) << outcome.err;
+  };
+  expectList(odd, "has 3 channels that name no units", "\n      1  a\n      2  b\n      3  c\n");
+  expectList(eight, "has 8 channels that name no units", "\n      8  h\n");
+  expectList(units, "has 2 channels in V and 1 in A", "\n      3  c     A\n");
   refuse(units, "channel 3 is not a voltage: c [A]", {"--voltage", "3", "--current", "3"});
   refuse(units, "channel 2 is not a current: b [V]", {"--voltage", "1", "--current", "2"});
   for (const char* number : {"0", "7", "-1"}) {
@@ -283,9 +292,13 @@ TEST_F(ComtradeTest, UpperCaseNamesAndThe2013RevisionAreRead) {
 
 TEST_F(ComtradeTest, TheRateMayHaveToBeTold) {
   const std::string text = with(configuration("ASCII"), "\r\n1\r\n1000,400", "\r\n0\r\n0,400");
-  const std::string file = write("a", text, ascii());
+  const std::string file = write("a", text, with(ascii(), ",1000,", ",1100,"));
   expectPowerRefused(file, "carries no sample rate: --rate is needed");
   EXPECT_EQ(power({file, "--rate", "1000"}).at("sample_rate_hz"), 1000);
+  const std::string even = write("even", text, ascii());
+  const Outcome outcome = run({"power", "--json", even});
+  EXPECT_EQ(outcome.err, "kxhost: " + even + ": the sample rate, 1000 Hz, comes from the time stamps\n");
+  EXPECT_EQ(nlohmann::json::parse(outcome.out).at("sample_rate_hz"), 1000);
   EXPECT_EQ(
       power({write("b", configuration("ASCII"), ascii()), "--rate", "500", "--frequency", "25"}).at("sample_rate_hz"),
       500);
@@ -294,15 +307,18 @@ TEST_F(ComtradeTest, TheRateMayHaveToBeTold) {
 TEST_F(ComtradeTest, MissingSamplesAreNansAndNoted) {
   std::string bytes = binary();
   bytes.replace(8 + 2 * 5, 2, std::string("\x00\x80", 2));
-  for (const std::string& file :
-       {write("a", configuration("BINARY"), bytes),
-        write("b", configuration("ASCII"),
-              with(ascii(), ',' + std::to_string(step(5, 0)) + ",0,1,0\r\n", ",99999,0,1,0\r\n")),
-        write("c", configuration("ASCII"),
-              with(ascii(), ',' + std::to_string(step(5, 0)) + ",0,1,0\r\n", ",,0,1,0\r\n"))}) {
+  for (const auto& [file, where] :
+       {std::pair(write("a", configuration("BINARY"), bytes), "record 1"),
+        std::pair(write("b", configuration("ASCII"),
+                        with(ascii(), ',' + std::to_string(step(5, 0)) + ",0,1,0\r\n", ",99999,0,1,0\r\n")),
+                  "line 1"),
+        std::pair(write("c", configuration("ASCII"),
+                        with(ascii(), ',' + std::to_string(step(5, 0)) + ",0,1,0\r\n", ",,0,1,0\r\n")),
+                  "line 1")}) {
     const Outcome outcome = run({"power", "--json", file});
     EXPECT_EQ(outcome.code, 0);
-    EXPECT_EQ(outcome.err, "kxhost: " + file + ": samples that are marked as missing are taken as NaN\n");
+    EXPECT_EQ(outcome.err, "kxhost: " + file + ": samples that are missing are taken as NaN, the first one in " +
+                               where + ", channel IC [A]\n");
     const nlohmann::json windows = nlohmann::json::parse(outcome.out).at("windows");
     EXPECT_TRUE(windows.at(0).at("phases").at(2).at("current_a").at("rms").is_null());
     EXPECT_TRUE(windows.at(0).at("phases").at(1).at("current_a").at("rms").is_number());
@@ -315,17 +331,15 @@ TEST_F(ComtradeTest, DataThatDoNotFitAreRefused) {
   const auto refuse = [&](const std::string& cfg, const std::string& data, const std::string& reason) {
     expectRefused({"power", write("a", cfg, data)}, path("a.dat"), reason);
   };
-  refuse(binaryText, binary().substr(0, 399 * 22),
-         "is truncated or of another shape: its .cfg file announces 400 samples of 22 bytes, there are 8778 bytes");
+  refuse(binaryText, binary().substr(0, 398 * 22),
+         "is truncated or of another shape: 400 samples of 22 bytes are announced, there are 8756 bytes");
   refuse(binaryText, binary().substr(0, 400 * 22 - 1), "is truncated or of another shape");
   refuse(binaryText, binary() + "x", "is truncated or of another shape");
-  refuse(text, ascii().substr(0, ascii().find("\r\n400,") + 2),
-         "is truncated: reading stopped after 399 of 400 samples");
-  refuse(text, ascii().substr(0, ascii().find("\r\n400,") + 2) + '\x1A',
-         "is truncated: reading stopped after 399 of 400");
+  refuse(text, ascii().substr(0, ascii().find("\r\n399,") + 2),
+         "is truncated: reading stopped after 398 of 400 samples");
   refuse(text, "", "is truncated: reading stopped after 0 of 400");
-  refuse(text, with(ascii(), ",0,1,0\r\n7,", ",0,1\r\n7,"), "line 6 has 10 fields, the .cfg file announces 11");
-  refuse(text, with(ascii(), "\r\n3,2000,", "\r\n3,2000,x"), "sample 3, channel UA [kV]: not a number: x");
+  refuse(text, with(ascii(), ",0,1,0\r\n7,", ",0,1\r\n7,"), "line 6 has 10 fields, 11 are announced");
+  refuse(text, with(ascii(), "\r\n3,2000,", "\r\n3,2000,x"), "line 3, channel UA [kV]: not a number: x");
   refuse(text, with(ascii(), "\r\n3,2000,", "\r\n3,2000,inf,"), "line 3 has 12 fields");
   expectRefused({"power", writeText("lonely.cfg", text)}, path("lonely.cfg"), "its data file lonely.dat is missing");
 }
@@ -339,22 +353,118 @@ TEST_F(ComtradeTest, ConfigurationsThatCannotBeAreRefused) {
   refuse("9,6A,3D", "10,6A,3D", "line 2: 10 channels are not 6A and 3D");
   refuse("9,6A,3D", "9,6D,3A", "number of channels of kind A is missing: 6D");
   refuse("9,6A,3D", "9,xA,3D", "number of channels of kind A is not a number: x");
-  refuse("9,6A,3D", "9,6.5A,3D", "is not a whole number up to 999999: 6.5");
+  refuse("9,6A,3D", "9,6.5A,3D", "is not a whole number up to 10000: 6.5");
   refuse("9,6A,3D", "3,0A,3D", "line 2: there is no analog channel");
   refuse("9,6A,3D", "10,7A,3D", "line 9: analog channel 7: 10 fields are needed, there are 5");
-  refuse("9,6A,3D", "8,5A,3D", "line 8: status channel 1 is expected, not 6");
+  refuse("9,6A,3D", "8,5A,3D", "line 9: status channel 7 is expected, not 1");
   refuse("\n3,UC", "\n4,UC", "line 5: analog channel 3 is expected, not 4");
   refuse("\n2,S2", "\n3,S2", "line 10: status channel 2 is expected, not 3");
   refuse("kV,", "kV,x", "line 3: channel factor a is not a number: x");
-  refuse("\r\n1\r\n1000", "\r\n2\r\n1000", "there are 2 sample rates, and only recordings of one are read");
-  refuse("1000,400", "0,400", "the sample rate must be above 0");
+  refuse("\r\n1\r\n1000", "\r\n2\r\n1000", "line 15: number of the last sample is not a number: 10:00:00.000000");
+  refuse("1000,400", "-1,400", "the sample rate must be above 0");
   refuse("1000,400", "fast,400", "sample rate is not a number: fast");
   refuse("1000,400", "1000,-400", "number of the last sample is not a whole number");
   refuse("1000,400", "1000", "sample rate and last sample: 2 fields are needed, there are 1");
-  refuse("ASCII", "FLOAT32", "data files of type FLOAT32 are not read, only ASCII and BINARY");
+  refuse("ASCII", "FLOAT64", "data files of type FLOAT64 are not read, only ASCII, BINARY, BINARY32 and FLOAT32");
   expectPowerRefused(write("a", text.substr(0, text.find("ASCII")), ascii()),
                      "ends after line 16: data file type is missing");
   expectPowerRefused(write("a", "", ascii()), "ends after line 0: station name and device is missing");
+}
+
+TEST_F(ComtradeTest, OneSampleFewerIsNoted) {
+  for (const auto& [type, data] : {std::pair("BINARY", binary().substr(0, 399 * 22)),
+                                   std::pair("ASCII", ascii().substr(0, ascii().find("\r\n400,") + 2))}) {
+    const std::string file = write("a", configuration(type), data);
+    const Outcome outcome = run({"power", "--json", file});
+    EXPECT_EQ(outcome.err, "kxhost: " + file + ": holds one sample fewer than the 400 announced\n");
+    EXPECT_EQ(nlohmann::json::parse(outcome.out).at("samples_left_over"), 199);
+  }
+}
+
+TEST_F(ComtradeTest, TimesAreShown) {
+  const std::string file = write("a", configuration("BINARY"), binary());
+  const std::string line = "first sample 2020-02-01 10:00:00.000000, trigger 2020-02-01 10:00:00.100000, 0.1 s later\n";
+  EXPECT_NE(run({"power", file}).out.find("0.2 s each\n" + line + "\n"), std::string::npos);
+  EXPECT_TRUE(run({"stats", file}).out.ends_with("\n" + file + ": " + line));
+  for (const nlohmann::json& result : {power({file}), stats({file}).at(0)}) {
+    EXPECT_EQ(result.at("first_sample_time"), "2020-02-01 10:00:00.000000");
+    EXPECT_EQ(result.at("trigger_time"), "2020-02-01 10:00:00.100000");
+  }
+  const auto outOf = [&](const std::string& from, const std::string& to) {
+    return run({"stats", write("b", with(configuration("BINARY"), from, to), binary())}).out;
+  };
+  EXPECT_TRUE(outOf("10:00:00.1", "09:59:59.5").ends_with("trigger 2020-02-01 09:59:59.500000, 0.5 s earlier\n"));
+  EXPECT_TRUE(outOf("01/02/2020,10:00:00.1", "x").ends_with(": first sample 2020-02-01 10:00:00.000000\n"));
+  EXPECT_TRUE(outOf("01/02/2020,10:00:00.0", "x").ends_with("b.cfg: trigger 2020-02-01 10:00:00.100000\n"));
+  const std::string csv = writeCsv("a.csv", {"a [V]", "b [A]"}, {{1, 2}, {1, 2}});
+  EXPECT_TRUE(stats({csv}).at(0).at("trigger_time").is_null());
+  EXPECT_TRUE(run({"stats", csv}).out.ends_with(" 0\n"));
+}
+
+TEST_F(ComtradeTest, TheAnnouncedFrequencyIsTakenUnlessItCannotBeOrAnotherIsTold) {
+  const auto frequency = [&](const std::string& announced, const std::vector<std::string>& options) {
+    const std::string text = with(configuration("BINARY"), "\r\n50\r\n", "\r\n" + announced + "\r\n");
+    std::vector<std::string> arguments{write("a", text, binary())};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    const nlohmann::json result = power(arguments);
+    return std::pair(result.at("frequency_hz").get<double>(), result.at("cycles").get<int>());
+  };
+  using Setting = std::pair<double, int>;
+  EXPECT_EQ(frequency("60", {}), Setting(60, 12));
+  EXPECT_EQ(frequency("60", {"--frequency", "50"}), Setting(50, 10));
+  EXPECT_EQ(frequency("", {}), Setting(50, 10));
+  EXPECT_EQ(frequency("9", {}), Setting(50, 10));
+  EXPECT_EQ(frequency("10", {"--cycles", "2"}), Setting(10, 2));
+  EXPECT_EQ(frequency("1001", {}), Setting(50, 10));
+}
+
+TEST_F(ComtradeTest, SegmentsAndStatusChannelsAreChosenByOptions) {
+  const std::string text = with(configuration("BINARY"), "\r\n1\r\n1000,400", "\r\n2\r\n500,100\r\n1000,400");
+  const std::string file = write("a", text, binary());
+  EXPECT_EQ(stats({file}).at(0).at("samples"), 300);
+  const nlohmann::json first = stats({file, "--segment", "1", "--status"}).at(0);
+  EXPECT_EQ(first.at("samples"), 100);
+  EXPECT_EQ(first.at("sample_rate"), 500);
+  EXPECT_EQ(first.at("channels").size(), 9U);
+  EXPECT_EQ(first.at("channels").at(7).at("name"), "S2");
+  EXPECT_EQ(first.at("channels").at(7).at("minimum"), 1);
+  EXPECT_EQ(first.at("channels").at(8).at("maximum"), 0);
+  expectRefused({"stats", file, "--segment", "3"}, file, "has no segment 3, they are numbered 1 to 2");
+  EXPECT_EQ(power({file, "--status"}).at("mean").at("phases").size(), 3U);
+  expectRefused({"stats", path("a.dat")}, path("a.dat"), "is opened by the .cfg file beside it, or with --raw");
+}
+
+TEST_F(ComtradeTest, OfManyChannelsTheOneGroupIsTakenAndSeveralAreListed) {
+  std::string text = configuration("BINARY");
+  text = with(text, "\n6,IC,A,Feeder,A,", "\n6,Frequency,,,Hz,");
+  text = with(text, "\n3,UC,A,Feeder,kV,", "\n3,IN,N,Feeder,A,");
+  const std::string one = write("one", text, binary());
+  const Outcome outcome = run({"power", "--json", one});
+  EXPECT_EQ(outcome.err,
+            "kxhost: " + one + ": of its channels those are taken that belong together: --voltage 1,2 --current 4,5\n");
+  EXPECT_EQ(nlohmann::json::parse(outcome.out).at("mean").at("phases").at(1).at("voltage_v").at("channel"), "UB [kV]");
+
+  text = configuration("BINARY");
+  text = with(text, "\n2,UB,A,Feeder,kV,", "\n2,IX,,,A,");
+  text = with(text, "\n3,UC,A,Feeder,kV,", "\n3,Frequency,,,,");
+  const std::string several = write("several", text, binary());
+  const Outcome listed = run({"power", several});
+  EXPECT_EQ(listed.code, 1);
+  EXPECT_EQ(listed.out, "");
+  EXPECT_EQ(listed.err, "kxhost: " + several +
+                            ": has 1 channels in V and 4 in A: --voltage and --current must tell which ones to take\n\n"
+                            "Channel  Name       Unit  Phase  Circuit\n"
+                            "      1  UA         kV    A      Feeder\n"
+                            "      2  IX         A\n"
+                            "      3  Frequency\n"
+                            "      4  IA         A     A      Feeder\n"
+                            "      5  IB         A     A      Feeder\n"
+                            "      6  IC         A     A      Feeder\n\n"
+                            "What may belong together  Voltages  Currents\n"
+                            "--voltage 1 --current 2   UA        IX\n"
+                            "--voltage 1 --current 4   UA        IA\n"
+                            "--voltage 1 --current 5   UA        IB\n"
+                            "--voltage 1 --current 6   UA        IC\n");
 }
 
 }  // namespace

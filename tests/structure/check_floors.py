@@ -31,7 +31,7 @@ ROOMS = [
     ("web", BELOW_FRONT_ENDS),
     ("verify", {HEADER, FUNCTIONS}),
     ("bench", {HEADER, FUNCTIONS, "verify"}),
-    ("fuzz", SHARED_BY_TESTS),
+    ("fuzz", SHARED_BY_TESTS | {RECORDINGS}),
     ("tests/reference", {HEADER, FUNCTIONS}),  # a model shares nothing with what it is the model of
     ("tests/support", SHARED_BY_TESTS),
     ("tests/frame", SHARED_BY_TESTS | KERNEL_KITS),
