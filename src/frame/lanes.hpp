@@ -158,13 +158,40 @@ KXCALC_INLINE V swappedPairs(V v) {
   }
 }
 
+/// Four lanes of 32 bits out of each 16 bytes of two vectors: 0 to 3 are a's, 4 to 7 are b's.
+template <int... chosen, class V>
+KXCALC_INLINE V fromEach16Bytes(V a, V b) {
+  constexpr int count = sizeof(V) / 4, four[] = {chosen...};
+  constexpr auto lane = [=](int k) { return four[k % 4] % 4 + k / 4 * 4 + (four[k % 4] < 4 ? 0 : count); };
+  return [&]<int... k>(std::integer_sequence<int, k...>) KXCALC_INLINE_LAMBDA {
+    return __builtin_shufflevector(a, b, lane(k)...);
+  }
+  (std::make_integer_sequence<int, count>());
+}
+
 /// a where a < b, else b. The second operand wins ties (of +0 and -0 too) and wins where either operand is a NaN, so a
 /// NaN in a disappears and a NaN in b comes out with its bits. Not std::min, which takes the first operand on ties.
 /// An object: handed to another function it is still inlined. 32-bit x86 returns a scalar of a call on the x87 stack, where
-/// a signalling NaN becomes a quiet one.
+/// a signalling NaN becomes a quiet one. Of doubles it is an intrinsic: of the expression GCC makes a comparison and a choice
+/// where an operand is a constant.
 struct Lesser {
   template <class V>
   KXCALC_INLINE V operator()(V a, V b) const {
+#if defined(__SSE4_1__)
+    if constexpr (std::is_same_v<V, f64x2>) {
+      return bitsAs<V>(_mm_min_pd(bitsAs<__m128d>(a), bitsAs<__m128d>(b)));
+    }
+#endif
+#if defined(__AVX2__)
+    if constexpr (std::is_same_v<V, Lanes<double, 32>>) {
+      return bitsAs<V>(_mm256_min_pd(bitsAs<__m256d>(a), bitsAs<__m256d>(b)));
+    }
+#endif
+#if defined(__AVX512F__)
+    if constexpr (std::is_same_v<V, Lanes<double, 64>>) {
+      return bitsAs<V>(_mm512_maskz_min_pd(0xFF, bitsAs<__m512d>(a), bitsAs<__m512d>(b)));
+    }
+#endif
     return a < b ? a : b;
   }
 };
@@ -174,6 +201,21 @@ inline constexpr Lesser lesser;
 struct Greater {
   template <class V>
   KXCALC_INLINE V operator()(V a, V b) const {
+#if defined(__SSE4_1__)
+    if constexpr (std::is_same_v<V, f64x2>) {
+      return bitsAs<V>(_mm_max_pd(bitsAs<__m128d>(a), bitsAs<__m128d>(b)));
+    }
+#endif
+#if defined(__AVX2__)
+    if constexpr (std::is_same_v<V, Lanes<double, 32>>) {
+      return bitsAs<V>(_mm256_max_pd(bitsAs<__m256d>(a), bitsAs<__m256d>(b)));
+    }
+#endif
+#if defined(__AVX512F__)
+    if constexpr (std::is_same_v<V, Lanes<double, 64>>) {
+      return bitsAs<V>(_mm512_maskz_max_pd(0xFF, bitsAs<__m512d>(a), bitsAs<__m512d>(b)));
+    }
+#endif
     return a > b ? a : b;
   }
 };
@@ -200,6 +242,16 @@ KXCALC_INLINE T reduceByHalves(V lanes, Combine combine) {
 /// Whether any bit of any lane is set.
 template <class V>
 KXCALC_INLINE bool anyBitSet(V lanes) {
+#if defined(__SSE4_1__)
+  if constexpr (sizeof(V) == 16) {
+    return _mm_testz_si128(bitsAs<__m128i>(lanes), bitsAs<__m128i>(lanes)) == 0;
+  }
+#endif
+#if defined(__AVX2__)
+  if constexpr (sizeof(V) == 32) {
+    return _mm256_testz_si256(bitsAs<__m256i>(lanes), bitsAs<__m256i>(lanes)) == 0;
+  }
+#endif
   if constexpr (sizeof(V) > 16) {
     return anyBitSet(lowHalf(lanes) | highHalf(lanes));
   } else {
