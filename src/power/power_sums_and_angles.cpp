@@ -8,40 +8,40 @@
 namespace kxcalc {
 namespace {
 
-/// Active and reactive term of one bin: ur ir + ui ii, and ur ii - ui ir, each product and sum rounded in double.
-KXCALC_INLINE f64x2 terms(const float* voltage, const float* current) {
-  const f64x2 u = loadAsDoubles(voltage), i = loadAsDoubles(current);
-  const f64x2 straight = u * i;
-  const f64x2 crossed = u * __builtin_shufflevector(i, i, 1, 0);
-  return f64x2{straight[0] + straight[1], crossed[0] - crossed[1]};
+/// Active and reactive term of one bin or of two, in one vector: ur ir + ui ii, and ur ii - ui ir, each product and sum
+/// rounded in double. What is taken away is added with the other sign.
+template <class V>
+KXCALC_INLINE V termsOf(V u, V i) {
+  using Words = SameSize<int32_t, V>;
+  const auto swapped = bitsAs<V>(fromEach16Bytes<2, 3, 0, 1>(bitsAs<Words>(i), bitsAs<Words>(i)));
+  const auto straight = bitsAs<Words>(u * i), crossed = bitsAs<Words>(u * swapped);
+  const auto first = bitsAs<V>(fromEach16Bytes<0, 1, 4, 5>(straight, crossed));  // ur ir, ur ii
+  const Words second = fromEach16Bytes<2, 3, 6, 7>(straight, crossed);           // ui ii, ui ir
+  return first + bitsAs<V>(second ^ fromEach16Bytes<0, 1, 2, 7>(Words{}, Words{} + INT32_MIN));
+}
+KXCALC_INLINE f64x2 termsOf(const float* voltage, const float* current) {
+  return termsOf(loadAsDoubles(voltage), loadAsDoubles(current));
 }
 
-/// The real parts of two bins or of four, or the imaginary ones.
-template <size_t bins, int part>
-KXCALC_INLINE auto partsOf(const float* from) {
-  if constexpr (bins == 2) {
-    const f32x4 both = load(from);
-    return widenLow(__builtin_shufflevector(both, both, part, part + 2, part, part + 2));
-  } else {
-    return toDoubles(__builtin_shufflevector(load(from), load(from + 4), part, part + 2, part + 4, part + 6));
-  }
+/// The real parts of two bins, or the imaginary ones.
+template <int part>
+KXCALC_INLINE f64x2 partsOf(const float* from) {
+  const f32x4 both = load(from);
+  return widenLow(__builtin_shufflevector(both, both, part, part + 2, part, part + 2));
 }
 
-/// Adds the terms of two bins or of four, one after the other. The terms of all of them are formed at once.
-template <size_t bins>
-KXCALC_INLINE void addBins(f64x2& sums, const float* voltage, const float* current) {
-  const auto ur = partsOf<bins, 0>(voltage), ui = partsOf<bins, 1>(voltage);
-  const auto ir = partsOf<bins, 0>(current), ii = partsOf<bins, 1>(current);
-  const auto active = ur * ir + ui * ii, reactive = ur * ii - ui * ir;
-  const auto addTwo = [&](f64x2 p, f64x2 q) KXCALC_INLINE_LAMBDA {
-    sums += __builtin_shufflevector(p, q, 0, 2);
-    sums += __builtin_shufflevector(p, q, 1, 3);
-  };
-  if constexpr (bins == 2) {
-    addTwo(active, reactive);
+/// Adds the terms of two bins, one after the other. Vectors of 16 bytes hold the same part of both: that takes fewer
+/// rearrangements than a vector for each bin.
+KXCALC_INLINE void addTwoBins(f64x2& sums, const float* voltage, const float* current) {
+  if constexpr (widestBytes > 16) {
+    const auto terms = termsOf(loadPackAsDoubles<4>(voltage), loadPackAsDoubles<4>(current));
+    sums += lowPart(terms);
+    sums += highPart(terms);
   } else {
-    addTwo(lowPart(active), lowPart(reactive));
-    addTwo(highPart(active), highPart(reactive));
+    const f64x2 ur = partsOf<0>(voltage), ui = partsOf<1>(voltage), ir = partsOf<0>(current), ii = partsOf<1>(current);
+    const f64x2 active = ur * ir + ui * ii, reactive = ur * ii - ui * ir;
+    sums += __builtin_shufflevector(active, reactive, 0, 2);
+    sums += __builtin_shufflevector(active, reactive, 1, 3);
   }
 }
 
@@ -55,8 +55,8 @@ using OfBins = PackOf<float, binsAtOnce>;
 /// Angles in degrees, 0 to 360.
 ///
 /// The result is the correctly rounded arctangent in double, times the factor, rounded to single. Rounding keeps the order of
-/// numbers, so the quick arctangent is enough where both ends of what it may be off by, 2^-47 with the product's roundings,
-/// give the same single: all but one of some millions.
+/// numbers, so the quick arctangent is enough where both ends of what it may be off by, 2^-47 with the roundings of the
+/// product and of its factors, give the same single: all but one of some millions.
 KXCALC_INLINE OfBins anglesOf(OfBins y, OfBins x) {
   const auto arctangent = [](auto a, auto b) KXCALC_INLINE_LAMBDA { return quickArctangent2(a, b); };
   const auto quick = eachVector(arctangent, toDoubles(y), toDoubles(x));
@@ -123,24 +123,22 @@ extern "C" void kxcalcPowerPandQsum(const float* voltage, const float* current, 
   using namespace kxcalc;
   // First and last bin count half, those between in full. With two bins or less the last is bin 1, whatever the count.
   const size_t last = binCount > 2 ? static_cast<size_t>(binCount) - 1 : 1;
-  f64x2 sums = terms(voltage, current) * 0.5;
+  f64x2 sums = termsOf(voltage, current) * 0.5;
   size_t bin = 1;
-  constexpr size_t line = 8, atOnce = widestBytes > 16 ? 4 : 2;
+  const auto addTwo = [&](size_t at) KXCALC_INLINE_LAMBDA { addTwoBins(sums, voltage + 2 * at, current + 2 * at); };
+  constexpr size_t line = 8;
   for (; last - bin >= line; bin += line) {
     prefetchAhead(voltage + 2 * bin);
     prefetchAhead(current + 2 * bin);
-    unrolled<line / atOnce>([&](size_t k) KXCALC_INLINE_LAMBDA {
-      const size_t at = 2 * (bin + k * atOnce);
-      addBins<atOnce>(sums, voltage + at, current + at);
-    });
+    unrolled<line / 2>([&](size_t k) KXCALC_INLINE_LAMBDA { addTwo(bin + 2 * k); });
   }
   for (; last - bin >= 2; bin += 2) {
-    addBins<2>(sums, voltage + 2 * bin, current + 2 * bin);
+    addTwo(bin);
   }
   if (bin < last) {
-    sums += terms(voltage + 2 * bin, current + 2 * bin);
+    sums += termsOf(voltage + 2 * bin, current + 2 * bin);
   }
-  sums += terms(voltage + 2 * last, current + 2 * last) * 0.5;
+  sums += termsOf(voltage + 2 * last, current + 2 * last) * 0.5;
   *activePower = sums[0];
   *reactivePower = sums[1];
 }
