@@ -1,5 +1,4 @@
 // kxhost power: power, harmonics and unbalance of recorded voltages and currents.
-#include <fmt/ostream.h>
 
 #include <array>
 #include <iostream>
@@ -14,6 +13,7 @@
 #include "host/reports/floors.hpp"
 #include "host/reports/notes.hpp"
 #include "host/reports/power_report.hpp"
+#include "host/reports/print.hpp"
 #include "host/reports/progress.hpp"
 #include "host/reports/required.hpp"
 #include "recordings/power_channels.hpp"
@@ -140,7 +140,7 @@ std::optional<PowerChannels> chosenChannels(const PowerOptions& options, const F
   try {
     return powerChannels(options.file, format, options.channels);
   } catch (const UnclearChannels& error) {
-    fmt::print(std::cerr, "kxhost: {}\n\n", error.what());
+    printTo(std::cerr, "kxhost: {}\n\n", error.what());
     printChannels(std::cerr, format, error.groups());
     return std::nullopt;
   }

@@ -210,7 +210,7 @@ Json jsonOf(const std::vector<FileResult>& results) {
 void printTimes(const std::vector<FileResult>& results) {
   for (const FileResult& result : results) {
     if (const std::string times = timesText(result.format); !times.empty()) {
-      fmt::print(std::cout, "{}: {}\n", result.file, times);
+      printTo(std::cout, "{}: {}\n", result.file, times);
     }
   }
 }

@@ -1,9 +1,9 @@
 #include "host/reports/channel_list.hpp"
 
-#include <fmt/ostream.h>
 #include <fmt/ranges.h>
 
 #include "host/reports/floors.hpp"
+#include "host/reports/print.hpp"
 #include "host/reports/table.hpp"
 #include "recordings/channel_units.hpp"
 
@@ -51,7 +51,7 @@ void printChannels(std::ostream& out, const Format& format, const std::vector<Po
   out << '\n';
   options.print(out);
   if (groups.size() > mostGroups) {
-    fmt::print(out, "and {} more\n", groups.size() - mostGroups);
+    printTo(out, "and {} more\n", groups.size() - mostGroups);
   }
 }
 

@@ -3,7 +3,7 @@
 // Output k of the stream lies at input position k / ratio. Each call forms its positions as i / ratio + base from its
 // own first output on, in double, in this order; between samples the curve is 0.5 * (c0 + c1 f + c2 f^2 + c3 f^3) in
 // single, with coefficients that are weighted sums of the four samples around the segment. Terms of weight 0 stay in:
-// they carry infinities and NaNs.
+// they carry infinities and NaNs. Outputs are formed side by side, each in a lane.
 #include <algorithm>
 #include <cstdlib>
 
@@ -16,7 +16,7 @@ struct CHSInterpolator {
   float* ring;   // the most recent input samples: sample k of the stream in slot k & mask
   uint32_t length;
   uint32_t mask;
-  float* output;  // what each call delivers
+  float* output;  // what each call delivers: room for a last vector that begins within the capacity
   uint32_t capacity;
   bool stopped;
   uint64_t written;   // input samples since creation or the last reset
@@ -26,46 +26,98 @@ struct CHSInterpolator {
 namespace kxcalc {
 namespace {
 
-/// Coefficients c0 to c3 of the segment between slots `slot` and slot + 1. At the start of the stream the first sample
-/// stands in for its missing predecessor, until the ring has filled once.
-KXCALC_INLINE f32x4 segmentCoefficients(const CHSInterpolator& stream, uint32_t slot) {
-  const uint32_t before = slot == 0 && stream.written < stream.length ? 0 : (slot - 1) & stream.mask;
-  const float p0 = stream.ring[before];
-  const float p1 = stream.ring[slot];
-  const float p2 = stream.ring[(slot + 1) & stream.mask];
-  const float p3 = stream.ring[(slot + 2) & stream.mask];
-  return (p0 * f32x4{0, -1, 2, -1} + p1 * f32x4{2, 0, -5, 3}) + (p2 * f32x4{0, 1, 4, -3} + p3 * f32x4{0, 0, -1, 1});
-}
+constexpr size_t atOnce = laneCount<float, widestBytes>;
+using Singles = PackOf<float, atOnce>;
+using Doubles = PackOf<double, atOnce>;
+using Integers = PackOf<int32_t, atOnce>;
 
-/// Where an output lies: the low 32 bits of its position cut to an integer, and what is left of the position.
-struct Place {
-  uint32_t segment[4];
-  f32x4 fraction;
+/// Where outputs lie: the low 32 bits of their positions cut to integers, and what is left of the positions.
+struct Places {
+  Integers segments;
+  Singles fractions;
 };
 
 /// Of positions below 2^31.
-KXCALC_INLINE Place placesOf(f64x2 low, f64x2 high) {
-  const i32x4 whole = truncateBelow2To31(low, high);
-  Place place;
-  std::memcpy(place.segment, &whole, sizeof place.segment);
-  place.fraction = toSingles(low - __builtin_convertvector(__builtin_shufflevector(whole, whole, 0, 1), f64x2),
-                             high - __builtin_convertvector(__builtin_shufflevector(whole, whole, 2, 3), f64x2));
-  return place;
+KXCALC_INLINE Places placesOf(Doubles positions) {
+  const Integers whole = truncateBelow2To31(positions);
+  return {whole, toSingles(positions - toDoubles(whole))};
 }
 
 /// Of any positions. The fraction is what is left after cutting to a 32-bit integer: from 2^31 on that is -2147483648, and
 /// the fraction means nothing: part of the contract. What is no number lies in segment 0.
-KXCALC_INLINE Place farPlacesOf(f64x2 low, f64x2 high) {
-  Place place{};
-  for (size_t lane = 0; lane < 4; ++lane) {
-    const double position = lane < 2 ? low[lane] : high[lane - 2];
-    const bool hasSegment = position >= 0 && position < 9223372036854775808.0;
-    place.segment[lane] = hasSegment ? lowWord(position) : 0;
-    const bool cuts = position > -2147483649.0 && position < 2147483648.0;
-    place.fraction[lane] =
-        static_cast<float>(position - static_cast<double>(cuts ? static_cast<int32_t>(position) : INT32_MIN));
+KXCALC_INLINE Places farPlacesOf(Doubles positions) {
+  double position[atOnce];
+  int32_t segments[atOnce];
+  float fractions[atOnce];
+  store(position, positions);
+  for (size_t lane = 0; lane < atOnce; ++lane) {
+    const double at = position[lane];
+    const bool hasSegment = at >= 0 && at < 9223372036854775808.0;
+    segments[lane] = static_cast<int32_t>(hasSegment ? lowWord(at) : 0);
+    fractions[lane] = static_cast<float>(at - static_cast<double>(truncate(at)));
   }
-  return place;
+  return {loadPack<atOnce>(segments), loadPack<atOnce>(fractions)};
+}
+
+/// The samples around the segment that begins at a slot: before it, at both of its ends and behind it. At the start of the
+/// stream the first sample stands in for its missing predecessor, until the ring has filled once.
+KXCALC_INLINE f32x4 samplesAround(const CHSInterpolator& stream, uint32_t slot) {
+  const uint32_t before = slot == 0 && stream.written < stream.length ? 0 : (slot - 1) & stream.mask;
+  return f32x4{stream.ring[before], stream.ring[slot], stream.ring[(slot + 1) & stream.mask],
+               stream.ring[(slot + 2) & stream.mask]};
+}
+
+/// Rows `lane`, `lane` + 4 and so on, a row in each 16 bytes.
+template <size_t bytes>
+KXCALC_INLINE Lanes<float, bytes> everyFourth(const float* const* rows, size_t lane) {
+  if constexpr (bytes == 16) {
+    return load(rows[lane]);
+  } else {
+    return joined(everyFourth<bytes / 2>(rows, lane), everyFourth<bytes / 2>(rows, lane + bytes / 8));
+  }
+}
+
+/// The samples around each segment, in columns. They are neighbours, and read as such, unless a segment lies at an end of
+/// the ring.
+KXCALC_INLINE Columns<Singles> columnsAround(const CHSInterpolator& stream, Integers segments) {
+  const Integers slots = segments & static_cast<int32_t>(stream.mask);
+  uint32_t slot[atOnce];
+  store(slot, bitsAs<PackOf<uint32_t, atOnce>>(slots));
+  float gathered[atOnce][4];
+  const float* rows[atOnce];
+  const bool atEnds = anyBitSet((slots == 0) | (slots > static_cast<int32_t>(stream.length - 3)));
+  if (atEnds) [[unlikely]] {
+    for (size_t lane = 0; lane < atOnce; ++lane) {
+      if (lane > 0 && slot[lane] == slot[lane - 1]) {
+        rows[lane] = rows[lane - 1];
+        continue;
+      }
+      store(gathered[lane], samplesAround(stream, slot[lane]));
+      rows[lane] = gathered[lane];
+    }
+  } else {
+    for (size_t lane = 0; lane < atOnce; ++lane) {
+      rows[lane] = stream.ring + slot[lane] - 1;
+    }
+  }
+  const auto row = [&](size_t lane) KXCALC_INLINE_LAMBDA { return everyFourth<sizeof(Singles)>(rows, lane); };
+  return transposed(row(0), row(1), row(2), row(3));
+}
+
+struct Coefficients {
+  Singles c0, c1, c2, c3;
+};
+
+KXCALC_INLINE Coefficients coefficientsOf(const Columns<Singles>& p) {
+  const auto sum = [&](float w0, float w1, float w2, float w3)
+                       KXCALC_INLINE_LAMBDA { return (p.first * w0 + p.second * w1) + (p.third * w2 + p.fourth * w3); };
+  return {sum(0, 2, 0, 0), sum(-1, 0, 1, 0), sum(2, -5, 4, -1), sum(-1, 3, -3, 1)};
+}
+
+/// 0.5 * ((c0 + c1 f) + (c2 f^2 + c3 f^3)).
+KXCALC_INLINE Singles valuesAt(const Coefficients& c, Singles f) {
+  const Singles square = f * f;
+  return ((c.c0 + c.c1 * f) + (c.c2 * square + c.c3 * (square * f))) * 0.5F;
 }
 
 /// Number of outputs up to the last sample but one of the stream, less those already delivered.
@@ -81,39 +133,31 @@ KXCALC_INLINE uint32_t availableOutputs(const CHSInterpolator& stream) {
   return std::min(due, stream.capacity);  // a ring of one sample refuses no block: no more than the array holds
 }
 
-/// Four outputs, each in a lane: 0.5 * ((c0 + c1 f) + (c2 f^2 + c3 f^3)). The arguments hold the coefficients of one
-/// output each.
-KXCALC_INLINE f32x4 evaluate(const f32x4 (&coefficients)[4], f32x4 f) {
-  const f32x4 a = __builtin_shufflevector(coefficients[0], coefficients[1], 0, 4, 1, 5);
-  const f32x4 b = __builtin_shufflevector(coefficients[2], coefficients[3], 0, 4, 1, 5);
-  const f32x4 c = __builtin_shufflevector(coefficients[0], coefficients[1], 2, 6, 3, 7);
-  const f32x4 d = __builtin_shufflevector(coefficients[2], coefficients[3], 2, 6, 3, 7);
-  const f32x4 c0 = __builtin_shufflevector(a, b, 0, 1, 4, 5), c1 = __builtin_shufflevector(a, b, 2, 3, 6, 7);
-  const f32x4 c2 = __builtin_shufflevector(c, d, 0, 1, 4, 5), c3 = __builtin_shufflevector(c, d, 2, 3, 6, 7);
-  const f32x4 square = f * f;
-  return ((c0 + c1 * f) + (c2 * square + c3 * (square * f))) * 0.5F;
+/// `count` outputs from the next one on, whose positions are counted up in double: whole numbers below 2^53 are exact.
+KXCALC_INLINE void interpolate(const CHSInterpolator& stream, size_t count) {
+  static constexpr double first[] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
+  const double base = toDouble(stream.produced) / stream.ratio;
+  // Positions do not fall: none of this call lies beyond that of an output past its last lane.
+  const bool near = toDouble(uint64_t{count} + atOnce) / stream.ratio + base < 2147483648.0;
+  Doubles number = loadPack<atOnce>(first);
+  Integers segments{};
+  Coefficients coefficients{};
+  for (size_t i = 0; i < count; i += atOnce) {
+    const Doubles positions = number / stream.ratio + base;
+    number = number + static_cast<double>(atOnce);
+    const Places places = near ? placesOf(positions) : farPlacesOf(positions);
+    if (i == 0 || anyBitSet(segments ^ places.segments)) {
+      segments = places.segments;
+      coefficients = coefficientsOf(columnsAround(stream, segments));
+    }
+    store(stream.output + i, valuesAt(coefficients, places.fractions));
+  }
 }
 
 KXCALC_INLINE uint32_t deliver(CHSInterpolator& stream, const float** valuesOut, uint32_t* countOut) {
   const uint32_t count = availableOutputs(stream);
-  const double base = toDouble(stream.produced) / stream.ratio;
-  f32x4 coefficients[4]{};
-  uint32_t slot = 0;
-  for (uint32_t i = 0; i < count; i += 4) {
-    const f64x2 first{toDouble(uint64_t{i}), toDouble(uint64_t{i} + 1)};
-    const f64x2 low = first / stream.ratio + base;
-    const f64x2 high = (first + 2.0) / stream.ratio + base;
-    const Place place = low[0] >= 0 && high[1] < 2147483648.0 ? placesOf(low, high) : farPlacesOf(low, high);
-    const uint32_t lanes = std::min(count - i, uint32_t{4});
-    for (uint32_t lane = 0; lane < lanes; ++lane) {
-      const uint32_t next = place.segment[lane] & stream.mask;
-      const bool sameSegment = (i > 0 || lane > 0) && next == slot;
-      coefficients[lane] = sameSegment ? coefficients[(lane + 3) % 4] : segmentCoefficients(stream, next);
-      slot = next;
-    }
-    const f32x4 values = evaluate(coefficients, place.fraction);
-    std::memcpy(stream.output + i, &values, lanes * sizeof(float));
-  }
+  const CHSInterpolator before = stream;
+  interpolate(before, count);
   stream.produced += count;
   *valuesOut = stream.output;
   *countOut = count;
@@ -131,9 +175,11 @@ KXCALC_INLINE void append(CHSInterpolator& stream, const float* input, uint32_t 
   }
 }
 
+/// Null where a size does not hold the count, too.
 template <class T>
-KXCALC_INLINE T* allocate(size_t count) {
-  return static_cast<T*>(std::calloc(count, sizeof(T)));
+KXCALC_INLINE T* allocate(uint64_t count) {
+  const auto elements = static_cast<size_t>(count);
+  return elements == count ? static_cast<T*>(std::calloc(elements, sizeof(T))) : nullptr;
 }
 
 /// Of an object whose ring or output array may be missing.
@@ -172,7 +218,7 @@ extern "C" uint32_t kxcalcCHSInterpolator_Create(CHSInterpolator** handleOut, co
   stream->mask = length - 1;
   stream->capacity = finite ? static_cast<uint32_t>(outputs) : 1;
   stream->ring = kxcalc::allocate<float>(length);
-  stream->output = kxcalc::allocate<float>(stream->capacity);
+  stream->output = kxcalc::allocate<float>(uint64_t{stream->capacity} + kxcalc::atOnce - 1);
   if (stream->ring == nullptr || stream->output == nullptr) {
     kxcalc::release(stream);
     return KXCALC_INVALID_ARGUMENT;

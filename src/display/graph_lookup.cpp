@@ -1,53 +1,33 @@
 // Places a point of a channel on the pixel grid of a graph. In double, except the logarithms, which are quick and in
-// single.
+// single. x and y are formed side by side, as far as the axes allow it.
 #include <cstddef>
 
 #include "kxcalc.h"
 #include "vmath/fast_log.hpp"
 
 static_assert(offsetof(XYValGraph2DParams, xIndex) == 8 && offsetof(XYValGraph2DParams, yAxisMode) == 12);
-static_assert(offsetof(XYValGraph2DParams, left) == 16 && offsetof(XYValGraph2DParams, xScale) == 24);
+static_assert(offsetof(XYValGraph2DParams, left) == 16 && offsetof(XYValGraph2DParams, top) == 18);
+static_assert(offsetof(XYValGraph2DParams, right) == 20 && offsetof(XYValGraph2DParams, bottom) == 22);
+static_assert(offsetof(XYValGraph2DParams, xScale) == 24);
 static_assert(offsetof(XYValGraph2DParams, yValue) == 128);
 static_assert(offsetof(XYValGraph2DParams, valid) == 128 + 4 * sizeof(void*));
 
 namespace kxcalc {
 namespace {
 
-/// (value - minimum) / range. An axis without range gives the minimum itself, as if it were a fraction. A NaN
-/// range divides.
-KXCALC_INLINE double normalised(double value, double maximum, double minimum) {
-  const double range = maximum - minimum;
-  return range == 0 ? minimum : (value - minimum) / range;
+/// A value beside the ends of its axis.
+struct OnAxis {
+  double value, maximum, minimum;
+};
+
+/// What is its own fraction of the axis: from it 0 is taken, and it is divided by 1.
+KXCALC_INLINE OnAxis asFraction(double value) {
+  return {value, 1, 0};
 }
 
 /// The logarithm of a value on a logarithmic axis; what is not above 0 lies at the axis minimum.
 KXCALC_INLINE double logarithm(double value, double axisMinimum) {
   return value > 0 ? static_cast<double>(fastLog10(static_cast<float>(value))) : axisMinimum;
-}
-
-/// Limits to +-1000000; a NaN stays.
-KXCALC_INLINE double clamped(double value) {
-  if (value > 1000000.0) {
-    return 1000000.0;
-  }
-  return -1000000.0 > value ? -1000000.0 : value;
-}
-
-/// Rounds half up for positive products only, by adding 0.5 and cutting towards zero. -2147483648 where 32 bits do not
-/// hold it.
-KXCALC_INLINE uint32_t pixels(int32_t extent, double fraction) {
-  const double product = static_cast<double>(extent) * fraction + 0.5;
-  const bool holds = product > -2147483649.0 && product < 2147483648.0;
-  return static_cast<uint32_t>(holds ? static_cast<int32_t>(product) : INT32_MIN);
-}
-
-/// A pixel coordinate, whose sum may have wrapped, limited to 16 bits.
-KXCALC_INLINE int32_t coordinate(uint32_t wrapped) {
-  const auto value = static_cast<int32_t>(wrapped);
-  if (value > INT16_MAX) {
-    return INT16_MAX;
-  }
-  return value < INT16_MIN ? INT16_MIN : value;
 }
 
 KXCALC_INLINE double xOf(const XYValGraph2DParams& p) {
@@ -69,35 +49,66 @@ KXCALC_INLINE double yOf(const XYValGraph2DParams& p) {
   return sample * p.yScale + p.yOffset;
 }
 
-KXCALC_INLINE double xNormalised(const XYValGraph2DParams& p) {
+KXCALC_INLINE OnAxis xOnAxis(const XYValGraph2DParams& p) {
   const double x = xOf(p);
   switch (p.xAxisMode) {
     case 0:
-      return normalised(x, p.xMax, p.xMin);
+      return {x, p.xMax, p.xMin};
     case 1:
-      return normalised(logarithm(x, p.xLogMin), p.xLogMax, p.xLogMin);
+      return {logarithm(x, p.xLogMin), p.xLogMax, p.xLogMin};
     default:
-      return x;
+      return asFraction(x);
   }
 }
 
-KXCALC_INLINE double yNormalised(const XYValGraph2DParams& p) {
+KXCALC_INLINE OnAxis yOnAxis(const XYValGraph2DParams& p) {
   const double y = yOf(p);
   switch (p.yAxisMode) {
     case 0:
-      return normalised(y, p.yMax, p.yMin);
+      return {y, p.yMax, p.yMin};
     case 1:
-      return normalised(logarithm(y, p.yLogMin), p.yLogMax, p.yLogMin);
+      return {logarithm(y, p.yLogMin), p.yLogMax, p.yLogMin};
     default:
       break;
   }
   // Decibels. A NaN takes the logarithm too, unlike on a logarithmic axis; an axis without range gives 0, unlike the
   // others.
   if (p.yMax - p.yMin == 0) {
-    return 0;
+    return asFraction(0);
   }
   const double level = 0 >= y ? -400.0 : static_cast<double>(20.0F * fastLog10(static_cast<float>(y / p.dbReference)));
-  return normalised(level, p.yMax, p.yMin);
+  return {level, p.yMax, p.yMin};
+}
+
+/// Fractions of the axes: (value - minimum) / range. An axis without range gives the minimum itself, as if it were a
+/// fraction. A NaN range divides.
+KXCALC_INLINE f64x2 fractionsOf(OnAxis x, OnAxis y) {
+  const f64x2 value{x.value, y.value}, maximum{x.maximum, y.maximum}, minimum{x.minimum, y.minimum};
+  const f64x2 range = maximum - minimum;
+  return range == 0 ? minimum : (value - minimum) / range;
+}
+
+/// Left, top, right and bottom edge.
+KXCALC_INLINE i32x4 edgesOf(const XYValGraph2DParams& p) {
+  const auto* const record = reinterpret_cast<const unsigned char*>(&p);
+  return loadAsInt32(reinterpret_cast<const int16_t*>(record + offsetof(XYValGraph2DParams, left)));
+}
+
+/// Pixels from the left and from the bottom edge, of fractions limited to +-1000000; a NaN stays one until it is cut. Halves
+/// are rounded up for positive products only, by adding 0.5 and cutting towards zero. -2147483648 where 32 bits do not
+/// hold it.
+KXCALC_INLINE u32x4 pixelsOf(i32x4 edges, f64x2 fractions) {
+  const i32x4 extents = __builtin_shufflevector(edges, edges, 2, 3, 2, 3) - edges;  // right - left, bottom - top
+  const f64x2 limited = greater(splat<f64x2>(-1000000), lesser(splat<f64x2>(1000000), fractions));
+  return bitsAs<u32x4>(truncate(widenLow(extents) * limited + 0.5));
+}
+
+/// x and y, so many pixels rightwards and upwards. The sums may wrap; as they are, they are limited to 16 bits.
+KXCALC_INLINE i32x4 coordinatesOf(i32x4 edges, u32x4 pixels) {
+  const i32x4 leftAndBottom = __builtin_shufflevector(edges, edges, 0, 3, 0, 3);
+  const u32x4 upwards{0, UINT32_MAX};  // y is taken away: its complement is added, and 1
+  const auto sums = bitsAs<i32x4>(bitsAs<u32x4>(leftAndBottom) + ((pixels ^ upwards) - upwards));
+  return greater(splat<i32x4>(INT16_MIN), lesser(splat<i32x4>(INT16_MAX), sums));
 }
 
 }  // namespace
@@ -106,7 +117,9 @@ KXCALC_INLINE double yNormalised(const XYValGraph2DParams& p) {
 extern "C" void kxcalcGetXYValGraph2D(const XYValGraph2DParams* params) {
   using namespace kxcalc;
   const XYValGraph2DParams& p = *params;
-  *p.pixelX = coordinate(pixels(p.right - p.left, clamped(xNormalised(p))) + static_cast<uint32_t>(p.left));
-  *p.pixelY = coordinate(static_cast<uint32_t>(p.bottom) - pixels(p.bottom - p.top, clamped(yNormalised(p))));
+  const i32x4 edges = edgesOf(p);
+  const i32x4 coordinates = coordinatesOf(edges, pixelsOf(edges, fractionsOf(xOnAxis(p), yOnAxis(p))));
+  *p.pixelX = coordinates[0];
+  *p.pixelY = coordinates[1];
   *p.valid = 1;
 }

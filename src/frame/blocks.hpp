@@ -159,6 +159,23 @@ KXCALC_INLINE size_t walkBlocks(size_t count, Rule rule, const T*... buffers) {
   return detail::walkPacks<width, 1>(i, count, rule);
 }
 
+/// The same downwards, over whole blocks that begin at element 0: where several are one, they stand at a multiple of
+/// their size.
+template <size_t width, class Rule>
+KXCALC_INLINE void walkBlocksDown(size_t count, Rule rule) {
+  constexpr size_t wide = widening * width, line = 4 * wide;
+  size_t i = count;
+  while (i % wide != 0) {
+    rule(Pack<width>{i -= width});
+  }
+  while (i % line != 0) {
+    rule(Pack<wide>{i -= wide});
+  }
+  while (i != 0) {
+    unrolled<4>([&](size_t /*k*/) KXCALC_INLINE_LAMBDA { rule(Pack<wide>{i -= wide}); });
+  }
+}
+
 /// The body walk of reductions: line(p) for each four blocks of a vector, of 16 bytes or as many as are named, block(p) for
 /// each that is left over, from element `begin` on in ascending order. Returns the index at which the tail begins.
 template <size_t bytes = 16, class T, class Line, class Block>

@@ -290,15 +290,45 @@ KXCALC_INLINE SameSize<int32_t, V> truncate(V v) {
 #endif
 }
 
-/// Four doubles in [0, 2^31) cut to integers.
-KXCALC_INLINE i32x4 truncateBelow2To31(f64x2 low, f64x2 high) {
+/// The same of one double.
+KXCALC_INLINE int32_t truncate(double value) {
+  const bool inRange = value > -2147483649.0 && value < 2147483648.0;
+  return inRange ? static_cast<int32_t>(value) : INT32_MIN;
+}
+
+/// The same of two doubles, in lanes 0 and 1; the others are 0.
+KXCALC_INLINE i32x4 truncate(f64x2 v) {
 #if defined(__SSE4_1__)
-  return bitsAs<i32x4>(
-      _mm_unpacklo_epi64(_mm_cvttpd_epi32(bitsAs<__m128d>(low)), _mm_cvttpd_epi32(bitsAs<__m128d>(high))));
+  return bitsAs<i32x4>(_mm_cvttpd_epi32(bitsAs<__m128d>(v)));
 #else
-  return i32x4{static_cast<int32_t>(low[0]), static_cast<int32_t>(low[1]), static_cast<int32_t>(high[0]),
-               static_cast<int32_t>(high[1])};
+  return i32x4{truncate(v[0]), truncate(v[1]), 0, 0};
 #endif
+}
+
+/// Doubles in [0, 2^31) cut to integers.
+template <class X>
+KXCALC_INLINE PackOf<int32_t, elementsIn<X>> truncateBelow2To31(X x) {
+#if defined(__AVX512F__)
+  if constexpr (std::is_same_v<X, Lanes<double, 64>>) {
+    return bitsAs<Lanes<int32_t, 32>>(_mm512_maskz_cvttpd_epi32(0xFF, bitsAs<__m512d>(x)));
+  }
+#endif
+#if defined(__AVX2__)
+  if constexpr (std::is_same_v<X, Lanes<double, 32>>) {
+    return bitsAs<i32x4>(_mm256_cvttpd_epi32(bitsAs<__m256d>(x)));
+  }
+#endif
+  if constexpr (std::is_same_v<X, Twin<f64x2>>) {
+#if defined(__SSE4_1__)
+    return bitsAs<i32x4>(
+        _mm_unpacklo_epi64(_mm_cvttpd_epi32(bitsAs<__m128d>(x.low)), _mm_cvttpd_epi32(bitsAs<__m128d>(x.high))));
+#else
+    return i32x4{static_cast<int32_t>(x.low[0]), static_cast<int32_t>(x.low[1]), static_cast<int32_t>(x.high[0]),
+                 static_cast<int32_t>(x.high[1])};
+#endif
+  } else if constexpr (detail::isTwin<X>) {
+    return paired(truncateBelow2To31(x.low), truncateBelow2To31(x.high));
+  }
 }
 
 /// Each lane rounded to the nearest integer, halfway cases to the even one. Out of the range of 32 bits, infinite or

@@ -131,58 +131,39 @@ KXCALC_INLINE Lanes<Element<V>, 2 * sizeof(V)> joined(V low, V high) {
 }
 #endif
 
+/// Four lanes of 32 bits out of each 16 bytes of two vectors: 0 to 3 are a's, 4 to 7 are b's.
+template <int... chosen, class V>
+KXCALC_INLINE V fromEach16Bytes(V a, V b) {
+  constexpr int count = sizeof(V) / 4, four[] = {chosen...};
+  constexpr auto lane = [=](int k) { return four[k % 4] % 4 + k / 4 * 4 + (four[k % 4] < 4 ? 0 : count); };
+  return [&]<int... k>(std::integer_sequence<int, k...>) KXCALC_INLINE_LAMBDA {
+    return __builtin_shufflevector(a, b, lane(k)...);
+  }
+  (std::make_integer_sequence<int, count>());
+}
+
 /// Lanes 0, 0, 2, 2, ... or 1, 1, 3, 3, ... or 1, 0, 3, 2, ... of 32 bits.
 template <class V>
 KXCALC_INLINE V evenLanesTwice(V v) {
-  if constexpr (sizeof(V) == 64) {
-    return __builtin_shufflevector(v, v, 0, 0, 2, 2, 4, 4, 6, 6, 8, 8, 10, 10, 12, 12, 14, 14);
-  } else if constexpr (sizeof(V) == 32) {
-    return __builtin_shufflevector(v, v, 0, 0, 2, 2, 4, 4, 6, 6);
-  } else {
-    return __builtin_shufflevector(v, v, 0, 0, 2, 2);
-  }
+  return fromEach16Bytes<0, 0, 2, 2>(v, v);
 }
 template <class V>
 KXCALC_INLINE V oddLanesTwice(V v) {
-  if constexpr (sizeof(V) == 64) {
-    return __builtin_shufflevector(v, v, 1, 1, 3, 3, 5, 5, 7, 7, 9, 9, 11, 11, 13, 13, 15, 15);
-  } else if constexpr (sizeof(V) == 32) {
-    return __builtin_shufflevector(v, v, 1, 1, 3, 3, 5, 5, 7, 7);
-  } else {
-    return __builtin_shufflevector(v, v, 1, 1, 3, 3);
-  }
+  return fromEach16Bytes<1, 1, 3, 3>(v, v);
 }
 template <class V>
 KXCALC_INLINE V swappedPairs(V v) {
-  if constexpr (sizeof(V) == 64) {
-    return __builtin_shufflevector(v, v, 1, 0, 3, 2, 5, 4, 7, 6, 9, 8, 11, 10, 13, 12, 15, 14);
-  } else if constexpr (sizeof(V) == 32) {
-    return __builtin_shufflevector(v, v, 1, 0, 3, 2, 5, 4, 7, 6);
-  } else {
-    return __builtin_shufflevector(v, v, 1, 0, 3, 2);
-  }
+  return fromEach16Bytes<1, 0, 3, 2>(v, v);
 }
 
 /// Of lanes of 32 bits those at even places, or those at odd ones: of each 16 bytes those of a, then those of b.
 template <class V>
 KXCALC_INLINE V evenLanes(V a, V b) {
-  if constexpr (sizeof(V) == 64) {
-    return __builtin_shufflevector(a, b, 0, 2, 16, 18, 4, 6, 20, 22, 8, 10, 24, 26, 12, 14, 28, 30);
-  } else if constexpr (sizeof(V) == 32) {
-    return __builtin_shufflevector(a, b, 0, 2, 8, 10, 4, 6, 12, 14);
-  } else {
-    return __builtin_shufflevector(a, b, 0, 2, 4, 6);
-  }
+  return fromEach16Bytes<0, 2, 4, 6>(a, b);
 }
 template <class V>
 KXCALC_INLINE V oddLanes(V a, V b) {
-  if constexpr (sizeof(V) == 64) {
-    return __builtin_shufflevector(a, b, 1, 3, 17, 19, 5, 7, 21, 23, 9, 11, 25, 27, 13, 15, 29, 31);
-  } else if constexpr (sizeof(V) == 32) {
-    return __builtin_shufflevector(a, b, 1, 3, 9, 11, 5, 7, 13, 15);
-  } else {
-    return __builtin_shufflevector(a, b, 1, 3, 5, 7);
-  }
+  return fromEach16Bytes<1, 3, 5, 7>(a, b);
 }
 
 /// a - b at even places, a + b at odd ones.
@@ -212,10 +193,26 @@ KXCALC_INLINE V subtractedAndAdded(V a, V b) {
 /// a where a < b, else b. The second operand wins ties (of +0 and -0 too) and wins where either operand is a NaN, so a
 /// NaN in a disappears and a NaN in b comes out with its bits. Not std::min, which takes the first operand on ties.
 /// An object: handed to another function it is still inlined. 32-bit x86 returns a scalar of a call on the x87 stack, where
-/// a signalling NaN becomes a quiet one.
+/// a signalling NaN becomes a quiet one. Of doubles it is an intrinsic: of the expression GCC makes a comparison and a choice
+/// where an operand is a constant.
 struct Lesser {
   template <class V>
   KXCALC_INLINE V operator()(V a, V b) const {
+#if defined(__SSE4_1__)
+    if constexpr (std::is_same_v<V, f64x2>) {
+      return bitsAs<V>(_mm_min_pd(bitsAs<__m128d>(a), bitsAs<__m128d>(b)));
+    }
+#endif
+#if defined(__AVX2__)
+    if constexpr (std::is_same_v<V, Lanes<double, 32>>) {
+      return bitsAs<V>(_mm256_min_pd(bitsAs<__m256d>(a), bitsAs<__m256d>(b)));
+    }
+#endif
+#if defined(__AVX512F__)
+    if constexpr (std::is_same_v<V, Lanes<double, 64>>) {
+      return bitsAs<V>(_mm512_maskz_min_pd(0xFF, bitsAs<__m512d>(a), bitsAs<__m512d>(b)));
+    }
+#endif
     return a < b ? a : b;
   }
 };
@@ -225,6 +222,21 @@ inline constexpr Lesser lesser;
 struct Greater {
   template <class V>
   KXCALC_INLINE V operator()(V a, V b) const {
+#if defined(__SSE4_1__)
+    if constexpr (std::is_same_v<V, f64x2>) {
+      return bitsAs<V>(_mm_max_pd(bitsAs<__m128d>(a), bitsAs<__m128d>(b)));
+    }
+#endif
+#if defined(__AVX2__)
+    if constexpr (std::is_same_v<V, Lanes<double, 32>>) {
+      return bitsAs<V>(_mm256_max_pd(bitsAs<__m256d>(a), bitsAs<__m256d>(b)));
+    }
+#endif
+#if defined(__AVX512F__)
+    if constexpr (std::is_same_v<V, Lanes<double, 64>>) {
+      return bitsAs<V>(_mm512_maskz_max_pd(0xFF, bitsAs<__m512d>(a), bitsAs<__m512d>(b)));
+    }
+#endif
     return a > b ? a : b;
   }
 };

@@ -202,41 +202,6 @@ KXCALC_INLINE typename Format::Number serialSum(const Terms& terms, size_t count
   return addInOrder(sum, terms, i, count);
 }
 
-/// Within each 16 bytes: lanes 0 and 1, or 2 and 3, of both vectors by turns.
-template <class V>
-KXCALC_INLINE V interleaveLow(V a, V b) {
-  if constexpr (sizeof(V) == 16) {
-    return __builtin_shufflevector(a, b, 0, 4, 1, 5);
-  } else {
-    return __builtin_shufflevector(a, b, 0, 8, 1, 9, 4, 12, 5, 13);
-  }
-}
-template <class V>
-KXCALC_INLINE V interleaveHigh(V a, V b) {
-  if constexpr (sizeof(V) == 16) {
-    return __builtin_shufflevector(a, b, 2, 6, 3, 7);
-  } else {
-    return __builtin_shufflevector(a, b, 2, 10, 3, 11, 6, 14, 7, 15);
-  }
-}
-/// Within each 16 bytes: the lower, or the upper, halves of both vectors.
-template <class V>
-KXCALC_INLINE V lowPairs(V a, V b) {
-  if constexpr (sizeof(V) == 16) {
-    return __builtin_shufflevector(a, b, 0, 1, 4, 5);
-  } else {
-    return __builtin_shufflevector(a, b, 0, 1, 8, 9, 4, 5, 12, 13);
-  }
-}
-template <class V>
-KXCALC_INLINE V highPairs(V a, V b) {
-  if constexpr (sizeof(V) == 16) {
-    return __builtin_shufflevector(a, b, 2, 3, 6, 7);
-  } else {
-    return __builtin_shufflevector(a, b, 2, 3, 10, 11, 6, 7, 14, 15);
-  }
-}
-
 /// The elements at `from` and the three behind it, those `stride` elements later, and so on: eight runs, a run a lane.
 /// Calls take(first ones, second ones, third ones, fourth ones).
 template <class T, class Take>
@@ -247,14 +212,8 @@ KXCALC_INLINE void takeFourColumns(const T* from, size_t stride, Take take) {
     return paired(load(from + runOfLane[lane] * stride), load(from + runOfLane[lane + 4] * stride));
   };
   const Column a = runs(0), b = runs(1), c = runs(2), d = runs(3);
-  const auto low = [](auto x, auto y) KXCALC_INLINE_LAMBDA { return interleaveLow(x, y); };
-  const auto high = [](auto x, auto y) KXCALC_INLINE_LAMBDA { return interleaveHigh(x, y); };
-  const auto lowHalves = [](auto x, auto y) KXCALC_INLINE_LAMBDA { return lowPairs(x, y); };
-  const auto highHalves = [](auto x, auto y) KXCALC_INLINE_LAMBDA { return highPairs(x, y); };
-  const Column lowAB = eachVector(low, a, b), lowCD = eachVector(low, c, d);
-  const Column highAB = eachVector(high, a, b), highCD = eachVector(high, c, d);
-  take(eachVector(lowHalves, lowAB, lowCD), eachVector(highHalves, lowAB, lowCD), eachVector(lowHalves, highAB, highCD),
-       eachVector(highHalves, highAB, highCD));
+  const auto columns = transposed(a, b, c, d);
+  take(columns.first, columns.second, columns.third, columns.fourth);
 }
 
 }  // namespace kxcalc

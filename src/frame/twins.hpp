@@ -119,6 +119,25 @@ KXCALC_INLINE auto highPart(X x) {
   }
 }
 
+/// Rows of four elements of 32 bits, a row in each 16 bytes of four packs, as columns: the first elements of all rows, and
+/// so on. Those of a, b, c and d that lie at the same place are neighbours.
+template <class X>
+struct Columns {
+  X first, second, third, fourth;
+};
+template <class X>
+KXCALC_INLINE Columns<X> transposed(X a, X b, X c, X d) {
+  if constexpr (detail::isTwin<X>) {
+    const auto low = transposed(a.low, b.low, c.low, d.low), high = transposed(a.high, b.high, c.high, d.high);
+    return {{low.first, high.first}, {low.second, high.second}, {low.third, high.third}, {low.fourth, high.fourth}};
+  } else {
+    const X lowAB = fromEach16Bytes<0, 4, 1, 5>(a, b), highAB = fromEach16Bytes<2, 6, 3, 7>(a, b);
+    const X lowCD = fromEach16Bytes<0, 4, 1, 5>(c, d), highCD = fromEach16Bytes<2, 6, 3, 7>(c, d);
+    return {fromEach16Bytes<0, 1, 4, 5>(lowAB, lowCD), fromEach16Bytes<2, 3, 6, 7>(lowAB, lowCD),
+            fromEach16Bytes<0, 1, 4, 5>(highAB, highCD), fromEach16Bytes<2, 3, 6, 7>(highAB, highCD)};
+  }
+}
+
 /// A pack from, or to, any address that is aligned to its element.
 template <size_t count, class T>
 KXCALC_INLINE PackOf<T, count> loadPack(const T* from) {

@@ -8,65 +8,77 @@
 namespace kxcalc {
 namespace {
 
-/// Active and reactive term of one bin: ur ir + ui ii, and ur ii - ui ir, each product and sum rounded in double.
-KXCALC_INLINE f64x2 terms(const float* voltage, const float* current) {
-  const f64x2 u = loadAsDoubles(voltage), i = loadAsDoubles(current);
-  const f64x2 straight = u * i;
-  const f64x2 crossed = u * __builtin_shufflevector(i, i, 1, 0);
-  return f64x2{straight[0] + straight[1], crossed[0] - crossed[1]};
+/// Active and reactive term of one bin or of two, in one vector: ur ir + ui ii, and ur ii - ui ir, each product and sum
+/// rounded in double. What is taken away is added with the other sign.
+template <class V>
+KXCALC_INLINE V termsOf(V u, V i) {
+  using Words = SameSize<int32_t, V>;
+  const auto swapped = bitsAs<V>(fromEach16Bytes<2, 3, 0, 1>(bitsAs<Words>(i), bitsAs<Words>(i)));
+  const auto straight = bitsAs<Words>(u * i), crossed = bitsAs<Words>(u * swapped);
+  const auto first = bitsAs<V>(fromEach16Bytes<0, 1, 4, 5>(straight, crossed));  // ur ir, ur ii
+  const Words second = fromEach16Bytes<2, 3, 6, 7>(straight, crossed);           // ui ii, ui ir
+  return first + bitsAs<V>(second ^ fromEach16Bytes<0, 1, 2, 7>(Words{}, Words{} + INT32_MIN));
+}
+KXCALC_INLINE f64x2 termsOf(const float* voltage, const float* current) {
+  return termsOf(loadAsDoubles(voltage), loadAsDoubles(current));
 }
 
-/// The real parts of two bins or of four, or the imaginary ones.
-template <size_t bins, int part>
-KXCALC_INLINE auto partsOf(const float* from) {
-  if constexpr (bins == 2) {
-    const f32x4 both = load(from);
-    return widenLow(__builtin_shufflevector(both, both, part, part + 2, part, part + 2));
-  } else {
-    return toDoubles(__builtin_shufflevector(load(from), load(from + 4), part, part + 2, part + 4, part + 6));
-  }
+/// The real parts of two bins, or the imaginary ones.
+template <int part>
+KXCALC_INLINE f64x2 partsOf(const float* from) {
+  const f32x4 both = load(from);
+  return widenLow(__builtin_shufflevector(both, both, part, part + 2, part, part + 2));
 }
 
-/// Adds the terms of two bins or of four, one after the other. The terms of all of them are formed at once.
-template <size_t bins>
-KXCALC_INLINE void addBins(f64x2& sums, const float* voltage, const float* current) {
-  const auto ur = partsOf<bins, 0>(voltage), ui = partsOf<bins, 1>(voltage);
-  const auto ir = partsOf<bins, 0>(current), ii = partsOf<bins, 1>(current);
-  const auto active = ur * ir + ui * ii, reactive = ur * ii - ui * ir;
-  const auto addTwo = [&](f64x2 p, f64x2 q) KXCALC_INLINE_LAMBDA {
-    sums += __builtin_shufflevector(p, q, 0, 2);
-    sums += __builtin_shufflevector(p, q, 1, 3);
-  };
-  if constexpr (bins == 2) {
-    addTwo(active, reactive);
+/// Adds the terms of two bins, one after the other. Vectors of 16 bytes hold the same part of both: that takes fewer
+/// rearrangements than a vector for each bin.
+KXCALC_INLINE void addTwoBins(f64x2& sums, const float* voltage, const float* current) {
+  if constexpr (widestBytes > 16) {
+    const auto terms = termsOf(loadPackAsDoubles<4>(voltage), loadPackAsDoubles<4>(current));
+    sums += lowPart(terms);
+    sums += highPart(terms);
   } else {
-    addTwo(lowPart(active), lowPart(reactive));
-    addTwo(highPart(active), highPart(reactive));
+    const f64x2 ur = partsOf<0>(voltage), ui = partsOf<1>(voltage), ir = partsOf<0>(current), ii = partsOf<1>(current);
+    const f64x2 active = ur * ir + ui * ii, reactive = ur * ii - ui * ir;
+    sums += __builtin_shufflevector(active, reactive, 0, 2);
+    sums += __builtin_shufflevector(active, reactive, 1, 3);
   }
 }
 
 constexpr double degreesPerRadian = 57.2957763671875;  // 180/pi as a single, although it multiplies doubles
 
-/// Angles in degrees, 0 to 360, of four bins, two and two neighbours: a bin's first element is the ordinate.
+/// The bins around four orders: a pack holds the lower bins of all of them, then the upper ones.
+constexpr int32_t ordersAtOnce = 4;
+constexpr size_t binsAtOnce = 2 * ordersAtOnce;
+using OfBins = PackOf<float, binsAtOnce>;
+
+/// Angles in degrees, 0 to 360.
 ///
 /// The result is the correctly rounded arctangent in double, times the factor, rounded to single. Rounding keeps the order of
-/// numbers, so the quick arctangent is enough where both ends of what it may be off by, 2^-47 with the product's roundings,
-/// give the same single: all but one of some millions.
-KXCALC_INLINE f32x4 anglesOf(f32x4 bins1, f32x4 bins2) {
-  const f32x4 y = __builtin_shufflevector(bins1, bins2, 0, 2, 4, 6),
-              x = __builtin_shufflevector(bins1, bins2, 1, 3, 5, 7);
-  const f64x2 low = quickArctangent2(widenLow(y), widenLow(x)) * degreesPerRadian;
-  const f64x2 high = quickArctangent2(widenHigh(y), widenHigh(x)) * degreesPerRadian;
-  f32x4 degrees = toSingles(low * (1 - 0x1p-47), high * (1 - 0x1p-47));
-  const i32x4 undecided = degrees != toSingles(low * (1 + 0x1p-47), high * (1 + 0x1p-47));
-  if (anyBitSet(undecided)) [[unlikely]] {
-    for (int lane = 0; lane < 4; ++lane) {
-      if (undecided[lane] != 0) {
-        degrees[lane] = static_cast<float>(arctangent2(y[lane], x[lane]) * degreesPerRadian);
+/// numbers, so the quick arctangent is enough where both ends of what it may be off by, 2^-47 with the roundings of the
+/// product and of its factors, give the same single: all but one of some millions.
+KXCALC_INLINE OfBins anglesOf(OfBins y, OfBins x) {
+  const auto arctangent = [](auto a, auto b) KXCALC_INLINE_LAMBDA { return quickArctangent2(a, b); };
+  const auto quick = eachVector(arctangent, toDoubles(y), toDoubles(x));
+  OfBins degrees = toSingles(quick * (degreesPerRadian * (1 - 0x1p-47)));
+  const auto differ = [](auto a, auto b) KXCALC_INLINE_LAMBDA { return a != b; };
+  const auto undecided = eachVector(differ, degrees, toSingles(quick * (degreesPerRadian * (1 + 0x1p-47))));
+  if (anyBitSet(lowPart(undecided) | highPart(undecided))) [[unlikely]] {
+    float ordinate[binsAtOnce], abscissa[binsAtOnce], angle[binsAtOnce];
+    int32_t isUndecided[binsAtOnce];
+    store(ordinate, y);
+    store(abscissa, x);
+    store(angle, degrees);
+    store(isUndecided, undecided);
+    for (size_t bin = 0; bin < binsAtOnce; ++bin) {
+      if (isUndecided[bin] != 0) {
+        angle[bin] = static_cast<float>(arctangent2(ordinate[bin], abscissa[bin]) * degreesPerRadian);
       }
     }
+    degrees = loadPack<binsAtOnce>(angle);
   }
-  return 0.0F > degrees ? degrees + 360.0F : degrees;
+  const auto fromZero = [](auto v) KXCALC_INLINE_LAMBDA { return 0.0F > v ? v + 360.0F : v; };
+  return eachVector(fromZero, degrees);
 }
 
 /// What is left of angles without their whole turns, with the angles' signs: 0 of whole turns, and of more than 2^23 or
@@ -94,10 +106,11 @@ KXCALC_INLINE f32x4 wrapped(f32x4 phase) {
 KXCALC_INLINE f32x4 anglesOfOrders(const float* spectrum, f32x4 orders, float phasePerOrder, float binsPerOrder) {
   const f32x4 position = orders * binsPerOrder;
   const i32x4 bin = truncate(position);
-  const auto twoBins = [&](int lane) { return load(spectrum + 2 * static_cast<ptrdiff_t>(bin[lane])); };
-  const f32x4 angles1 = anglesOf(twoBins(0), twoBins(1)), angles2 = anglesOf(twoBins(2), twoBins(3));
-  const f32x4 lower = __builtin_shufflevector(angles1, angles2, 0, 2, 4, 6);
-  const f32x4 upper = __builtin_shufflevector(angles1, angles2, 1, 3, 5, 7);
+  const auto binsAround = [&](size_t order)
+                              KXCALC_INLINE_LAMBDA { return load(spectrum + 2 * static_cast<ptrdiff_t>(bin[order])); };
+  const auto [y1, x1, y2, x2] = transposed(binsAround(0), binsAround(1), binsAround(2), binsAround(3));
+  const OfBins angles = anglesOf(paired(y1, y2), paired(x1, x2));
+  const f32x4 lower = lowPart(angles), upper = highPart(angles);
   const f32x4 step = upper > lower ? upper - lower : (upper - lower) + 360.0F;
   return wrapped((position - __builtin_convertvector(bin, f32x4)) * step + (lower - orders * phasePerOrder));
 }
@@ -110,24 +123,22 @@ extern "C" void kxcalcPowerPandQsum(const float* voltage, const float* current, 
   using namespace kxcalc;
   // First and last bin count half, those between in full. With two bins or less the last is bin 1, whatever the count.
   const size_t last = binCount > 2 ? static_cast<size_t>(binCount) - 1 : 1;
-  f64x2 sums = terms(voltage, current) * 0.5;
+  f64x2 sums = termsOf(voltage, current) * 0.5;
   size_t bin = 1;
-  constexpr size_t line = 8, atOnce = widestBytes > 16 ? 4 : 2;
+  const auto addTwo = [&](size_t at) KXCALC_INLINE_LAMBDA { addTwoBins(sums, voltage + 2 * at, current + 2 * at); };
+  constexpr size_t line = 8;
   for (; last - bin >= line; bin += line) {
     prefetchAhead(voltage + 2 * bin);
     prefetchAhead(current + 2 * bin);
-    unrolled<line / atOnce>([&](size_t k) KXCALC_INLINE_LAMBDA {
-      const size_t at = 2 * (bin + k * atOnce);
-      addBins<atOnce>(sums, voltage + at, current + at);
-    });
+    unrolled<line / 2>([&](size_t k) KXCALC_INLINE_LAMBDA { addTwo(bin + 2 * k); });
   }
   for (; last - bin >= 2; bin += 2) {
-    addBins<2>(sums, voltage + 2 * bin, current + 2 * bin);
+    addTwo(bin);
   }
   if (bin < last) {
-    sums += terms(voltage + 2 * bin, current + 2 * bin);
+    sums += termsOf(voltage + 2 * bin, current + 2 * bin);
   }
-  sums += terms(voltage + 2 * last, current + 2 * last) * 0.5;
+  sums += termsOf(voltage + 2 * last, current + 2 * last) * 0.5;
   *activePower = sums[0];
   *reactivePower = sums[1];
 }
@@ -135,20 +146,15 @@ extern "C" void kxcalcPowerPandQsum(const float* voltage, const float* current, 
 extern "C" void kxcalcPowerAngles(const float* spectrum, float* angles, int32_t orderCount, float phasePerOrder,
                                   float binsPerOrder) {
   using namespace kxcalc;
-  for (int64_t first = 1; first <= orderCount; first += 4) {
+  for (int64_t first = 1; first <= orderCount; first += ordersAtOnce) {
     // Past the last order it is taken once more: no other bins are read.
-    const int32_t left = static_cast<int32_t>(std::min<int64_t>(orderCount - first, 3));
-    f32x4 orders;
-    for (int lane = 0; lane < 4; ++lane) {
-      orders[lane] = static_cast<float>(first + std::min(lane, left));
-    }
-    const f32x4 results = anglesOfOrders(spectrum, orders, phasePerOrder, binsPerOrder);
-    if (left == 3) {
+    const int32_t left = static_cast<int32_t>(std::min<int64_t>(orderCount - first, ordersAtOnce - 1));
+    const i32x4 orders = static_cast<int32_t>(first) + lesser(i32x4{0, 1, 2, 3}, i32x4{} + left);
+    const f32x4 results = anglesOfOrders(spectrum, toSingles(orders), phasePerOrder, binsPerOrder);
+    if (left == ordersAtOnce - 1) {
       store(angles + first, results);
     } else {
-      for (int32_t lane = 0; lane <= left; ++lane) {
-        angles[first + lane] = results[lane];
-      }
+      std::memcpy(angles + first, &results, static_cast<size_t>(left + 1) * sizeof(float));
     }
   }
 }

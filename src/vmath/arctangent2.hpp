@@ -13,6 +13,15 @@ namespace detail {
 inline constexpr double quarterOfPi = 0x1.921fb54442d18p-1, halfOfPi = 0x1.921fb54442d18p+0,
                         wholePi = 0x1.921fb54442d18p+1;
 
+/// -v where the mask is set, v elsewhere: a sign put on costs less than a choice.
+KXCALC_INLINE double negatedWhere(bool mask, double v) {
+  return mask ? -v : v;
+}
+template <class V>
+KXCALC_INLINE V negatedWhere(SameSize<int64_t, V> mask, V v) {
+  return bitsAs<V>(bitsAs<SameSize<int64_t, V>>(v) ^ (mask & INT64_MIN));
+}
+
 /// Of lower / upper, from 0 on and lower not above upper. 0 of two zeros.
 ///
 /// From the tangent of pi / 8 on the angle is pi / 4 less that of (upper - lower) / (upper + lower). The polynomial, of the
@@ -21,8 +30,8 @@ inline constexpr double quarterOfPi = 0x1.921fb54442d18p-1, halfOfPi = 0x1.921fb
 template <class V>
 KXCALC_INLINE V quickArctangent(V lower, V upper) {
   const auto folded = lower > upper * 0x1.a827999fcef32p-2;
-  const V notZero = V{} + 0x1p-200;  // and below every single
-  const V w = (folded ? lower - upper : lower) / greater(notZero, folded ? lower + upper : upper);
+  const V nothing{}, notZero = nothing + 0x1p-200;  // and below every single
+  const V w = (lower - (folded ? upper : nothing)) / greater(notZero, upper + (folded ? lower : nothing));
   const V z = w * w, z2 = z * z, z4 = z2 * z2;
   const V p01 = z * -0x1.555555555061bp-2 + 0x1.ffffffffffff7p-1;
   const V p23 = z * -0x1.249246f3f182ep-3 + 0x1.9999999222af5p-3;
@@ -30,7 +39,7 @@ KXCALC_INLINE V quickArctangent(V lower, V upper) {
   const V p67 = z * -0x1.0a7928ce975e5p-4 + 0x1.3a4e5bd5b20c8p-4;
   const V p89 = z * -0x1.9e92a5357851cp-6 + 0x1.9b8d073d500e7p-5;
   const V angle = w * ((p01 + z2 * p23) + z4 * ((p45 + z2 * p67) + z4 * p89));
-  return folded ? angle + quarterOfPi : angle;
+  return angle + (folded ? nothing + quarterOfPi : nothing);
 }
 
 }  // namespace detail
@@ -40,10 +49,11 @@ KXCALC_INLINE V quickArctangent(V lower, V upper) {
 template <class V>
 KXCALC_INLINE V quickArctangent2(V y, V x) {
   const V height = detail::magnitude(y), width = detail::magnitude(x);
-  const auto steep = height > width;
-  const V angle = detail::quickArctangent(steep ? width : height, steep ? height : width);
-  const V upright = steep ? detail::halfOfPi - angle : angle;
-  return detail::withSignOf(detail::isNegative(x) ? detail::wholePi - upright : upright, y);
+  const auto steep = height > width, negative = detail::isNegative(x);
+  const V nothing{}, angle = detail::quickArctangent(lesser(width, height), greater(height, width));
+  const V upright = detail::negatedWhere(steep, angle) + (steep ? nothing + detail::halfOfPi : nothing);
+  const V aroundOrigin = detail::negatedWhere(negative, upright) + (negative ? nothing + detail::wholePi : nothing);
+  return detail::withSignOf(aroundOrigin, y);
 }
 
 /// Correctly rounded, of singles. Of zeros and infinities as IEEE 754 has it: pi of 0 and -0, pi / 4 of two infinities.

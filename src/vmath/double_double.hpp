@@ -16,24 +16,27 @@ namespace detail {
 KXCALC_INLINE double magnitude(double v) {
   return std::abs(v);
 }
-KXCALC_INLINE f64x2 magnitude(f64x2 v) {
-  return bitsAs<f64x2>(bitsAs<i64x2>(v) & INT64_MAX);
+template <class V>
+KXCALC_INLINE V magnitude(V v) {
+  return bitsAs<V>(bitsAs<SameSize<int64_t, V>>(v) & INT64_MAX);
 }
 /// A magnitude with the sign of v.
 KXCALC_INLINE double withSignOf(double magnitude, double v) {
   return std::copysign(magnitude, v);
 }
-KXCALC_INLINE f64x2 withSignOf(f64x2 magnitude, f64x2 v) {
-  return bitsAs<f64x2>(bitsAs<i64x2>(magnitude) | (bitsAs<i64x2>(v) & INT64_MIN));
+template <class V>
+KXCALC_INLINE V withSignOf(V magnitude, V v) {
+  using I = SameSize<int64_t, V>;
+  return bitsAs<V>(bitsAs<I>(magnitude) | (bitsAs<I>(v) & INT64_MIN));
 }
 
 /// Whether the sign bit is set, of -0 too.
 KXCALC_INLINE bool isNegative(double v) {
   return std::signbit(v);
 }
-KXCALC_INLINE i64x2 isNegative(f64x2 v) {
-  const i32x4 signs = bitsAs<i32x4>(v) >> 31;
-  return bitsAs<i64x2>(__builtin_shufflevector(signs, signs, 1, 1, 3, 3));
+template <class V>
+KXCALC_INLINE SameSize<int64_t, V> isNegative(V v) {
+  return bitsAs<SameSize<int64_t, V>>(oddLanesTwice(bitsAs<SameSize<int32_t, V>>(v) >> 31));
 }
 
 }  // namespace detail

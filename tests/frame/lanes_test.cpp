@@ -444,9 +444,43 @@ TEST(Lanes, ConversionsToIntegersGiveTheLowestNumberOutOfRange) {
   }
 }
 
+TEST(Lanes, ADoubleOutOfRangeGivesTheLowestNumber) {
+  for (const double value :
+       {0.0, -0.0, 0.9999999999999999, -0.9999999999999999, 1.5, -2.5, 2147483647.0, 2147483647.9999998, 2147483648.0,
+        4294967297.0, -2147483648.0, -2147483648.9999995, -2147483649.0, 1e300, -1e300, static_cast<double>(kInfinity),
+        -static_cast<double>(kInfinity), static_cast<double>(kNaN), 4.9e-324}) {
+    EXPECT_EQ(truncate(value), convertedOr(std::trunc(value))) << value;
+  }
+}
+
 TEST(Lanes, PositiveDoublesAreCutToIntegers) {
-  EXPECT_EQ(valuesOf(truncateBelow2To31(f64x2{0.0, 1.9999999999999998}, f64x2{2147483647.9999998, 7.0})),
-            (std::vector<int32_t>{0, 1, INT32_MAX, 7}));
+  atEachCount([](auto count) {
+    const auto doubles = repeated<double>({0.0, 1.9999999999999998, 2147483647.9999998, 7.0, 65536.5}, count);
+    const auto cut = valuesOf(truncateBelow2To31(loadPack<count>(doubles.data())));
+    for (size_t k = 0; k < count; ++k) {
+      EXPECT_EQ(cut[k], static_cast<int32_t>(doubles[k])) << "lane " << k;
+    }
+  });
+}
+
+TEST(Lanes, RowsOfFourBecomeColumns) {
+  atEachCount([](auto count) {
+    std::array<float, 4 * count> numbers;  // row by row, as many rows as a pack has elements
+    std::iota(numbers.begin(), numbers.end(), 0.0F);
+    std::array<std::array<float, count>, 4> packs;
+    for (size_t row = 0; row < count; ++row) {
+      std::copy_n(numbers.data() + 4 * row, 4, packs[row % 4].data() + row / 4 * 4);
+    }
+    const auto [first, second, third, fourth] =
+        transposed(loadPack<count>(packs[0].data()), loadPack<count>(packs[1].data()), loadPack<count>(packs[2].data()),
+                   loadPack<count>(packs[3].data()));
+    const std::array columns{valuesOf(first), valuesOf(second), valuesOf(third), valuesOf(fourth)};
+    for (size_t column = 0; column < 4; ++column) {
+      for (size_t row = 0; row < count; ++row) {
+        EXPECT_EQ(columns[column][row], numbers[4 * row + column]) << "row " << row << ", column " << column;
+      }
+    }
+  });
 }
 
 /// Both forms of a conversion: the one that this processor uses, and the one made of 32 bits.
@@ -586,6 +620,19 @@ TEST(Blocks, TheElementWalkTakesEachElementOnceInAscendingOrder) {
     for (size_t at = 0; at < shorts.size(); ++at) {
       expectElementWalk<8>(shorts.data() + at, count);
     }
+  }
+}
+
+TEST(Blocks, TheWalkDownwardsTakesEachBlockOnceInDescendingOrder) {
+  for (size_t blocks = 0; blocks < 100; ++blocks) {
+    size_t end = 4 * blocks;
+    walkBlocksDown<4>(4 * blocks, [&]<size_t width>(Pack<width> at) {
+      EXPECT_TRUE(width == 4 || width == 4 * widening);
+      EXPECT_EQ(at.index + width, end) << blocks << " blocks";
+      EXPECT_EQ(at.index % width, 0U) << blocks << " blocks";
+      end = at.index;
+    });
+    EXPECT_EQ(end, 0U) << blocks << " blocks";
   }
 }
 

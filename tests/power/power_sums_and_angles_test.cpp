@@ -365,6 +365,13 @@ TEST(PowerAngles, DegreesAreRoundedFromTheCorrectArctangentInDouble) {
   EXPECT_EQ(angleOfBin(1882702, 7876607), -0x1.ae2c04p+3F);
 }
 
+TEST(PowerAngles, TheUpperBinsDegreesAreRoundedFromTheCorrectArctangentToo) {
+  // Half way from an angle of 0.
+  EXPECT_EQ(angleBetween({0, 1}, {4881615, 2993152}, 0.5F), -0x1.d3e262p+4F);
+  EXPECT_EQ(angleBetween({0, 1}, {7977621, 447744}, 0.5F), -0x1.5b268cp+5F);
+  EXPECT_EQ(angleBetween({0, 1}, {411568, 6286586}, 0.5F), -0x1.df7244p+0F);
+}
+
 TEST(PowerAngles, AnglesBelowZeroAreTakenFromZeroTo360) {
   // x = -225, -270, -315 and -360, and 360 more.
   EXPECT_EQ(angleOfBin(-1, -1), 135);
