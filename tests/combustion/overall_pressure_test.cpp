@@ -454,6 +454,23 @@ TEST(CAOverallPressure, AveragesBelowTheNormalSinglesAndZerosOfManyElements) {
   }
 }
 
+TEST(CAOverallPressure, QuotientsHalfwayBetweenTwoSinglesBelowTheNormalOnes) {
+  support::TestRandom random;
+  Subject subject;
+  for (int repetition = 0; repetition < 2000; ++repetition) {
+    const int divisor = 2 * random.between(1, 3000);
+    std::vector<float> average(96);
+    std::vector<float> newCycle(96);
+    for (std::size_t i = 0; i < average.size(); ++i) {
+      const int units = random.between(0, 1 << random.between(1, 22));
+      average[i] = static_cast<float>(units) * 0x1p-149F;
+      newCycle[i] = static_cast<float>(units + divisor / 2 + (random.oneIn(4) ? random.between(-1, 1) : 0)) * 0x1p-149F;
+    }
+    ASSERT_TRUE(subject.equalsModel(newCycle, average, static_cast<uint64_t>(divisor) - 1, support::endsAtFence,
+                                    support::beginsAtFence));
+  }
+}
+
 TEST(CAOverallPressure, NaNsAndInfinitiesOfManyElementsAndThePeakThatTheyLeave) {
   support::TestRandom random;
   Subject subject;
