@@ -6,6 +6,8 @@
 // round differently: that too is the contract.
 #pragma once
 
+#include <algorithm>
+
 #include "frame/blocks.hpp"
 
 namespace kxcalc {
@@ -31,14 +33,15 @@ struct SplitSums {
 
   KXCALC_INLINE explicit SplitSums(double offset) : rmsOffset(offset) {}
 
-  /// One block of samples, pair after pair.
+  /// One block of samples, pair after pair; what is added is formed of two pairs at once where a vector holds them. (Four
+  /// would take longer to come apart.)
   template <class T>
   KXCALC_INLINE void fold(const T* block) {
-    unrolled<laneCount<T> / 2>([&](size_t k) {
-      const f64x2 samples = loadAsDoubles(block + 2 * k);
-      const f64x2 q = withOffset ? samples + rmsOffset : samples;
-      sum += samples;
-      sumOfSquares += q * q;
+    constexpr size_t width = std::min(laneCount<T>, size_t{widestBytes > 16 ? 4 : 2});
+    unrolled<laneCount<T> / width>([&](size_t k) KXCALC_INLINE_LAMBDA {
+      const auto samples = loadPackAsDoubles<width>(block + width * k);
+      const auto q = withOffset ? samples + rmsOffset : samples;
+      add(samples, q * q);
     });
   }
 
@@ -46,6 +49,18 @@ struct SplitSums {
   KXCALC_INLINE void addTo(Sums& totals) const {
     totals.sum = (sum[0] + sum[1]) + totals.sum;
     totals.sumOfSquares = (sumOfSquares[0] + sumOfSquares[1]) + totals.sumOfSquares;
+  }
+
+private:
+  template <class V>
+  KXCALC_INLINE void add(V samples, V squares) {
+    if constexpr (sizeof(V) == 16) {
+      sum += samples;
+      sumOfSquares += squares;
+    } else {
+      add(lowHalf(samples), lowHalf(squares));
+      add(highHalf(samples), highHalf(squares));
+    }
   }
 };
 
