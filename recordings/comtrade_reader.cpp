@@ -6,7 +6,6 @@
 #include <limits>
 #include <utility>
 
-#include "recordings/comtrade_sections.hpp"
 #include "recordings/even_stamps.hpp"
 #include "recordings/text_fields.hpp"
 
@@ -55,8 +54,8 @@ std::string sampleName(ComtradeType type) {
 
 Result<ComtradeReader> ComtradeReader::open(std::unique_ptr<ByteSource> configuration, std::unique_ptr<ByteSource> data,
                                             const InputOptions& options) {
-  const ByteRange text{0, configuration->size()}, records{0, data->size()};
-  return openParts(std::move(configuration), {text, 0}, std::move(data), {records, 0}, std::nullopt, options);
+  const ComtradeSections whole{{{0, configuration->size()}, 0}, {{0, data->size()}, 0}, std::nullopt};
+  return openSections(std::move(configuration), std::move(data), whole, options);
 }
 
 Result<ComtradeReader> ComtradeReader::open(std::unique_ptr<ByteSource> file, const InputOptions& options) {
@@ -64,32 +63,31 @@ Result<ComtradeReader> ComtradeReader::open(std::unique_ptr<ByteSource> file, co
   if (!sections) {
     return Problem{sections.problem()};
   }
-  const auto& [configuration, data, type] = *sections;
-  return openParts(std::move(file), {configuration.range, configuration.linesBefore}, nullptr,
-                   {data.range, data.linesBefore}, type, options);
+  return openSections(std::move(file), nullptr, *sections, options);
 }
 
-Result<ComtradeReader> ComtradeReader::openParts(std::unique_ptr<ByteSource> configuration, Part configurationPart,
-                                                 std::unique_ptr<ByteSource> data, Part dataPart,
-                                                 std::optional<ComtradeType> type, const InputOptions& options) {
+Result<ComtradeReader> ComtradeReader::openSections(std::unique_ptr<ByteSource> configuration,
+                                                    std::unique_ptr<ByteSource> data, const ComtradeSections& sections,
+                                                    const InputOptions& options) {
   ComtradeReader reader;
   reader.configurationSource_ = std::move(configuration);
   reader.dataSource_ = std::move(data);
   ByteSource& configurationSource = *reader.configurationSource_;
   ByteSource& dataSource = reader.dataSource_ ? *reader.dataSource_ : configurationSource;
 
-  LineReader lines(configurationSource, configurationPart.range, longestConfigurationLine,
-                   LineReader::EndMark::endsText, configurationPart.linesBefore);
+  LineReader lines(configurationSource, sections.configuration.range, longestConfigurationLine,
+                   LineReader::EndMark::endsText, sections.configuration.linesBefore);
   auto read = readComtradeConfiguration(configurationSource, lines, reader.notes_);
   if (!read) {
     return Problem{read.problem()};
   }
-  if (type && *type != read->type) {
-    return configurationSource.problem("line " + std::to_string(dataPart.linesBefore) +
+  if (sections.type && *sections.type != read->type) {
+    return configurationSource.problem("line " + std::to_string(sections.data.linesBefore) +
                                        ": the data are of another type than the configuration says");
   }
   reader.configuration_ = std::make_unique<ComtradeConfiguration>(std::move(*read));
-  auto records = openComtradeRecords(dataSource, dataPart.range, dataPart.linesBefore, *reader.configuration_);
+  auto records =
+      openComtradeRecords(dataSource, sections.data.range, sections.data.linesBefore, *reader.configuration_);
   if (!records) {
     return Problem{records.problem()};
   }

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "recordings/comtrade_records.hpp"
+#include "recordings/comtrade_sections.hpp"
 #include "recordings/recording.hpp"
 
 namespace kxrecordings {
@@ -44,14 +45,10 @@ public:
   double position() const;
 
 private:
-  struct Part {
-    ByteRange range;
-    uint64_t linesBefore;
-  };
-
-  static Result<ComtradeReader> openParts(std::unique_ptr<ByteSource> configuration, Part configurationPart,
-                                          std::unique_ptr<ByteSource> data, Part dataPart,
-                                          std::optional<ComtradeType> type, const InputOptions& options);
+  /// @param data  none where the configuration's source holds both.
+  static Result<ComtradeReader> openSections(std::unique_ptr<ByteSource> configuration,
+                                             std::unique_ptr<ByteSource> data, const ComtradeSections& sections,
+                                             const InputOptions& options);
 
   ComtradeReader() = default;
 

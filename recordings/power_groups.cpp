@@ -35,9 +35,7 @@ std::optional<size_t> phaseIn(std::string_view text) {
   if (phase.empty()) {
     return std::nullopt;
   }
-  if (phase.size() > 1 && phase.ends_with('N')) {
-    phase.erase(phase.find_last_not_of("N-") + 1);
-  }
+  phase.erase(phase.find_last_not_of("N-") + 1);
   if (phase.starts_with('L')) {
     phase.erase(0, 1);
   }

@@ -212,6 +212,8 @@ TEST_F(ComtradeDamageTest, AFarAwaySegmentHasNoTime) {
   ComtradeTake take;
   take.rates = {{"1e-12", 1}, {"1000", 3}};
   EXPECT_FALSE(openRecording(writeTwo(take), {})->format().start);
+  take.rates[0].first = "1e-9";
+  EXPECT_TRUE(openRecording(writeTwo(take), {})->format().start);
   ComtradeTake none = takeOf(0);
   none.rates[0].first = "0";
   EXPECT_TRUE(openRecording(writeTwo(none), {})->format().start);

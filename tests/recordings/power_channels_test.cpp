@@ -63,6 +63,24 @@ TEST_F(PowerChannelsTest, WithoutUnitsTheFirstHalfAreVoltages) {
   EXPECT_EQ(refusal(four), "has 4 channels in V and 4 in A" + remedy);
 }
 
+TEST_F(PowerChannelsTest, OfMoreChannelsTheOneGroupIsProposed) {
+  const auto proposed = powerChannels("a", formatOf({"UN/V", "UA/kV", "IN/A", "IA/A", "IB/A"}), {});
+  EXPECT_FALSE(powerChannels("a", formatOf({"U/V", "x", "I/A"}), {}).isProposed);
+  EXPECT_TRUE(proposed.isProposed);
+  expect(proposed.voltages, {{0, 1}, {1, 1000}});
+  expect(proposed.currents, {{2, 1}, {3, 1}});
+  const auto named = powerChannels("a", formatOf({"1", "UA", "UB", "UC", "IA", "IB", "IC"}), {});
+  EXPECT_TRUE(named.isProposed);
+  expect(named.voltages, {{1, 1}, {2, 1}, {3, 1}});
+  expect(named.currents, {{4, 1}, {5, 1}, {6, 1}});
+  try {
+    powerChannels("a", formatOf({"U/V", "IA/A", "IB/A"}), {});
+    FAIL();
+  } catch (const UnclearChannels& unclear) {
+    EXPECT_EQ(unclear.groups(), (std::vector<PowerGroup>{{{0}, {1}}, {{0}, {2}}}));
+  }
+}
+
 TEST_F(PowerChannelsTest, NumbersAndScalesAreTheUsers) {
   const Names names{"u/mV", "i/A", "w/V", "j/A", "x"};
   const auto channels = powerChannels("a", formatOf(names), {{3, 1}, {5, 2}, {}});

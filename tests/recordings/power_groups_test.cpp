@@ -54,6 +54,12 @@ TEST(PowerGroups, OneSetOfVoltagesGoesWithEachSetOfCurrents) {
             (Groups{{{0, 1, 2}, {3, 4, 5}}, {{0, 1, 2}, {6, 7, 8}}}));
 }
 
+TEST(PowerGroups, GroupsComeInTheOrderOfTheChannels) {
+  EXPECT_EQ(
+      groupsOf(withUnits({"u1", "u2", "u3", "UA", "UB", "UC"}, {"i1", "i2", "i3", "IA", "IB", "IC"})),
+      (Groups{{{0, 1, 2}, {6, 7, 8}}, {{0, 1, 2}, {9, 10, 11}}, {{3, 4, 5}, {6, 7, 8}}, {{3, 4, 5}, {9, 10, 11}}}));
+}
+
 TEST(PowerGroups, WhereNamesDoNotTellEachMayGoWithEach) {
   EXPECT_EQ(groupsOf(withUnits({"xA", "xB", "xC", "yA", "yB", "yC"}, {"zA", "zB", "zC"})),
             (Groups{{{0, 1, 2}, {6, 7, 8}}, {{3, 4, 5}, {6, 7, 8}}}));
@@ -86,6 +92,9 @@ TEST(PowerGroups, ThePhasesOfTheFileAreNotContradicted) {
   EXPECT_EQ(groupsOf(withUnits({"UA", "UB", "UC"}, {"IA", "IB", "IC"}),
                      {{"A", ""}, {"C", ""}, {"B", ""}, {"A", ""}, {"B", ""}, {"C", ""}}),
             (Groups{{{0}, {3}}}));
+  EXPECT_EQ(groupsOf(withUnits({"UA", "UB", "UC"}, {"xA", "xB", "xC"}), {{"A", ""}, {"B", ""}, {"C", ""}}),
+            (Groups{{{0, 1, 2}, {3, 4, 5}}}));
+  EXPECT_EQ(groupsOf(withUnits({"UA", "UB", "UC"}, {"xA", "xB", "xC"}), {{"A", ""}, {"C", ""}, {"C", ""}}), Groups{});
 }
 
 TEST(PowerGroups, SinglePhasesArePairedByTheirNames) {
