@@ -33,6 +33,8 @@ struct Format {
   double fullScale = 1;               ///< the magnitude that stands for 1 in other sample formats
   std::vector<std::string> channels;  ///< names; numbers from 1 where the file names none
   std::optional<double> rate;         ///< frames a second
+
+  std::optional<double> lineFrequency;  ///< in Hz, the nominal one of the mains
 };
 
 /// How to take the input files, from the command line.
