@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "analysis/power/correction_curve.hpp"
+#include "analysis/power/window_place.hpp"
 #include "analysis/problem.hpp"
 #include "analysis/spectra/real_transform.hpp"
 #include "functions/functions.hpp"
@@ -58,6 +59,7 @@ struct PowerWindow {
   std::vector<PhaseFigures> phases;
   std::optional<SequenceFigures> voltageSequence, currentSequence;  ///< of three phases
   size_t strongestBin = 0;  ///< of the first voltage, apart from DC; 0 if it has none
+  WindowPlace place{};      ///< nothing of a window that was analysed by itself
 
   /// Sums over the phases; the apparent power is the arithmetic one (IEEE 1459, 3.2.2).
   PowerFigures total() const;

@@ -1,94 +1,135 @@
 #include "analysis/power/power_mean.hpp"
 
+#include <algorithm>
 #include <cmath>
-#include <complex>
+#include <limits>
 #include <numbers>
 
 namespace kxanalysis {
 namespace {
 
-/// Root mean square, over those windows that have the figure.
-class RootMeanSquare {
-public:
-  void add(double value) {
-    squares_ += value * value;
-    ++count_;
-  }
+constexpr double degrees = 180 / std::numbers::pi;
 
-  double value() const { return count_ > 0 ? std::sqrt(squares_ / count_) : std::numeric_limits<double>::quiet_NaN(); }
+constexpr std::array<float SequenceFigures::*, 5> sequenceFigures{
+    &SequenceFigures::positive, &SequenceFigures::negative, &SequenceFigures::zero, &SequenceFigures::negativeRatio,
+    &SequenceFigures::zeroRatio};
 
-private:
-  double squares_ = 0;
-  double count_ = 0;
-};
-
-template <class FigureOf>
-double rootMeanSquare(const std::vector<PowerWindow>& windows, FigureOf figureOf) {
-  RootMeanSquare mean;
-  for (const PowerWindow& window : windows) {
-    mean.add(static_cast<double>(figureOf(window)));
-  }
-  return mean.value();
-}
-
-SignalFigures meanSignal(const std::vector<PowerWindow>& windows, size_t phase, SignalFigures PhaseFigures::*signal) {
-  constexpr double degrees = 180 / std::numbers::pi;
-  const auto of = [&](const PowerWindow& window) -> const SignalFigures& { return window.phases[phase].*signal; };
-  SignalFigures mean;
-  mean.rms = rootMeanSquare(windows, [&](const PowerWindow& window) { return of(window).rms; });
-  for (size_t i = 0; i < of(windows[0]).harmonics.size(); ++i) {
-    std::complex<double> phasors;
-    for (const PowerWindow& window : windows) {
-      phasors +=
-          std::polar(static_cast<double>(of(window).harmonics[i]), static_cast<double>(of(window).angles[i]) / degrees);
-    }
-    mean.harmonics.push_back(static_cast<float>(
-        rootMeanSquare(windows, [&](const PowerWindow& window) { return of(window).harmonics[i]; })));
-    mean.angles.push_back(static_cast<float>(std::arg(phasors) * degrees));
-  }
-  return mean;
-}
-
-PowerFigures meanPower(const std::vector<PowerWindow>& windows, size_t phase) {
-  PowerFigures mean;
-  const auto count = static_cast<double>(windows.size());
-  for (const PowerWindow& window : windows) {
-    mean.active += window.phases[phase].power.active / count;
-    mean.reactive += window.phases[phase].power.reactive / count;
-    mean.apparent += window.phases[phase].power.apparent / count;
-  }
-  return mean;
-}
-
-SequenceFigures meanSequences(const std::vector<PowerWindow>& windows,
-                              std::optional<SequenceFigures> PowerWindow::*sequences) {
-  SequenceFigures mean;
-  for (float SequenceFigures::*figure : {&SequenceFigures::positive, &SequenceFigures::negative, &SequenceFigures::zero,
-                                         &SequenceFigures::negativeRatio, &SequenceFigures::zeroRatio}) {
-    RootMeanSquare square;
-    for (const PowerWindow& window : windows) {
-      if (const float value = *(window.*sequences).*figure; !std::isnan(value)) {
-        square.add(static_cast<double>(value));
-      }
-    }
-    mean.*figure = static_cast<float>(square.value());
-  }
-  return mean;
+bool isFlagged(const PowerWindow& window) {
+  return window.place.flags.any();
 }
 
 }  // namespace
 
-PowerWindow meanOf(const std::vector<PowerWindow>& windows) {
-  PowerWindow mean;
-  for (size_t i = 0; i < windows[0].phases.size(); ++i) {
-    mean.phases.push_back({meanSignal(windows, i, &PhaseFigures::voltage),
-                           meanSignal(windows, i, &PhaseFigures::current), meanPower(windows, i)});
+void PowerMean::Squares::add(double value) {
+  sum += value * value;
+  ++count;
+}
+
+double PowerMean::Squares::root() const {
+  return count > 0 ? std::sqrt(sum / count) : std::numeric_limits<double>::quiet_NaN();
+}
+
+void PowerMean::Signal::add(const SignalFigures& figures) {
+  const size_t orders = rms.count > 0 ? std::min(harmonics.size(), figures.harmonics.size()) : figures.harmonics.size();
+  rms.add(figures.rms);
+  harmonics.resize(orders);
+  phasors.resize(orders);
+  for (size_t i = 0; i < orders; ++i) {
+    const auto magnitude = static_cast<double>(figures.harmonics[i]);
+    harmonics[i].add(magnitude);
+    phasors[i] += std::polar(magnitude, static_cast<double>(figures.angles[i]) / degrees);
   }
-  if (windows[0].voltageSequence) {
-    mean.voltageSequence = meanSequences(windows, &PowerWindow::voltageSequence);
-    mean.currentSequence = meanSequences(windows, &PowerWindow::currentSequence);
+}
+
+SignalFigures PowerMean::Signal::value() const {
+  SignalFigures mean;
+  mean.rms = rms.root();
+  for (size_t i = 0; i < harmonics.size(); ++i) {
+    mean.harmonics.push_back(static_cast<float>(harmonics[i].root()));
+    mean.angles.push_back(static_cast<float>(std::arg(phasors[i]) * degrees));
   }
   return mean;
+}
+
+void PowerMean::Sequences::add(const SequenceFigures& sequences) {
+  for (size_t i = 0; i < figures.size(); ++i) {
+    if (const float value = sequences.*sequenceFigures[i]; !std::isnan(value)) {
+      figures[i].add(static_cast<double>(value));
+    }
+  }
+}
+
+SequenceFigures PowerMean::Sequences::value() const {
+  SequenceFigures mean;
+  for (size_t i = 0; i < figures.size(); ++i) {
+    mean.*sequenceFigures[i] = static_cast<float>(figures[i].root());
+  }
+  return mean;
+}
+
+void PowerMean::add(const PowerWindow& window) {
+  phases_.resize(window.phases.size());
+  for (size_t i = 0; i < phases_.size(); ++i) {
+    const PhaseFigures& phase = window.phases[i];
+    phases_[i].voltage.add(phase.voltage);
+    phases_[i].current.add(phase.current);
+    phases_[i].power.active += phase.power.active;
+    phases_[i].power.reactive += phase.power.reactive;
+    phases_[i].power.apparent += phase.power.apparent;
+  }
+  haveSequences_ = window.voltageSequence.has_value();
+  if (haveSequences_) {
+    voltages_.add(*window.voltageSequence);
+    currents_.add(*window.currentSequence);
+  }
+  if (count_ == 0) {
+    place_.begin = window.place.begin;
+  }
+  place_.length = window.place.begin + window.place.length - place_.begin;
+  place_.flags = place_.flags | window.place.flags;
+  place_.frequency += window.place.frequency;  // windows are of as many cycles, about as long
+  ++count_;
+}
+
+PowerWindow PowerMean::value() const {
+  PowerWindow mean;
+  const auto count = static_cast<double>(count_);
+  for (const Phase& phase : phases_) {
+    const PowerFigures& sum = phase.power;
+    mean.phases.push_back({phase.voltage.value(),
+                           phase.current.value(),
+                           {sum.active / count, sum.reactive / count, sum.apparent / count}});
+  }
+  if (haveSequences_) {
+    mean.voltageSequence = voltages_.value();
+    mean.currentSequence = currents_.value();
+  }
+  mean.place = place_;
+  mean.place.frequency /= count;
+  return mean;
+}
+
+PowerWindow meanOf(std::span<const PowerWindow> windows) {
+  PowerMean mean;
+  for (const PowerWindow& window : windows) {
+    mean.add(window);
+  }
+  return mean.value();
+}
+
+PowerWindow meanOfUnflagged(std::span<const PowerWindow> windows) {
+  const bool areAll = std::ranges::all_of(windows, isFlagged);
+  PowerMean mean;
+  for (const PowerWindow& window : windows) {
+    if (areAll || !isFlagged(window)) {
+      mean.add(window);
+    }
+  }
+  return mean.value();
+}
+
+size_t flaggedCount(std::span<const PowerWindow> windows) {
+  return static_cast<size_t>(std::ranges::count_if(windows, isFlagged));
 }
 
 }  // namespace kxanalysis

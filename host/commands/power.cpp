@@ -1,9 +1,12 @@
 // kxhost power: power, harmonics and unbalance of recorded voltages and currents.
 
+#include <algorithm>
 #include <array>
+#include <cmath>
 #include <iostream>
 
 #include "analysis/channel_values/channel_values.hpp"
+#include "analysis/power/power_stream.hpp"
 #include "host/commands/command.hpp"
 #include "host/commands/input_files.hpp"
 #include "host/commands/options.hpp"
@@ -31,20 +34,15 @@ struct PowerOptions {
   bool json = false;
   bool harmonics = false;
   bool windows = false;
+  bool withFlagged = false;
   std::string picture;
 };
 
-/// What the user says, else what the recording announces, if that can be.
-double frequencyFor(const PowerOptions& options, const Format& format) {
-  constexpr double usual = 50, lowest = 10, highest = 1000;
-  const double announced = format.lineFrequency.value_or(usual);
-  return options.frequency.value_or(announced >= lowest && announced <= highest ? announced : usual);
-}
-
-/// 10 cycles of 50 Hz or 12 of 60 Hz, which are 0.2 s (IEC 61000-4-7, 4.4.1).
-int usualCycles(double frequency) {
-  constexpr double between50And60 = 55;
-  return frequency < between50And60 ? 10 : 12;
+/// What the user says, else what the recording announces, if that can be; nothing where it is to be measured.
+std::optional<double> nominalFrequency(const PowerOptions& options, const Format& format) {
+  constexpr double lowest = 10, highest = 1000;
+  const bool isAnnounced = format.lineFrequency && *format.lineFrequency >= lowest && *format.lineFrequency <= highest;
+  return options.frequency || !isAnnounced ? options.frequency : format.lineFrequency;
 }
 
 /// A CSV file of three columns: frequency in Hz, gain, phase in degrees.
@@ -62,40 +60,54 @@ CorrectionCurve readCorrection(const std::string& file) {
   return required(CorrectionCurve::create(std::move(points)), file);
 }
 
-PowerSettings settingsFor(const PowerOptions& options, const Format& format) {
-  PowerSettings settings;
-  settings.rate = rateOf(options.file, format);
-  settings.frequency = frequencyFor(options, format);
-  settings.cycles = options.cycles.value_or(usualCycles(settings.frequency));
+PowerStreamSettings settingsFor(const PowerOptions& options, const Format& format) {
+  PowerStreamSettings settings;
+  settings.windows = {rateOf(options.file, format), nominalFrequency(options, format), options.cycles};
   if (!options.correction.empty()) {
     settings.correction = readCorrection(options.correction);
   }
   return settings;
 }
 
-/// Reads the recording a window at a time.
 template <class T>
 void analyzeWindows(const Functions& functions, const PowerOptions& options, const PowerChannels& channels,
-                    Recording& recording, PowerAnalyzer& analyzer, PowerReport& report) {
+                    Recording& recording, PowerStream& stream, PowerReport& report) {
   const size_t frameSize = recording.format().channels.size(), phases = channels.voltages.size();
   Progress progress(options.file);
-  std::vector<T> block(report.windowLength * frameSize);
-  std::vector<std::vector<double>> voltages(phases, std::vector<double>(report.windowLength)), currents = voltages;
-  const auto fill = [&](const PhysicalChannel& channel, std::vector<double>& values) {
+  FrequencyIntervals intervals(report.rate);
+  std::vector<T> block(blockFrames * frameSize);
+  std::vector<std::vector<double>> voltages(phases), currents(phases);
+  const auto take = [&](std::span<const PowerWindow> windows) {
+    report.windows.insert(report.windows.end(), windows.begin(), windows.end());
+    const auto complete = intervals.feed(stream.stretches());
+    report.frequencies.insert(report.frequencies.end(), complete.begin(), complete.end());
+  };
+  const auto fill = [&](const PhysicalChannel& channel, size_t frames, std::vector<double>& values) {
+    values.resize(frames);
     channelValues(functions, block.data() + channel.index, frameSize, {channel.scale, 0}, std::span(values));
   };
-  while ((report.leftOver = recording.read(std::span(block))) == report.windowLength) {
+  size_t total = 0;
+  while (const size_t frames = recording.read(std::span(block))) {
     for (size_t i = 0; i < phases; ++i) {
-      fill(channels.voltages[i], voltages[i]);
-      fill(channels.currents[i], currents[i]);
+      fill(channels.voltages[i], frames, voltages[i]);
+      fill(channels.currents[i], frames, currents[i]);
     }
-    report.windows.push_back(analyzer.analyze(voltages, currents));
+    take(stream.feed(voltages, currents));
+    total += frames;
     progress.update(recording.position());
   }
+  take(stream.finish());
+  report.leftOver = static_cast<size_t>(std::max(0L, std::lround(stream.leftOver())));
+  report.nominal = stream.nominal();
+  report.cycles = stream.cycles();
   if (report.windows.empty()) {
     throw FileError(options.file, fmt::format("is too short: a window has {} samples, the recording {}",
-                                              report.windowLength, report.leftOver));
+                                              std::lround(stream.cycles() * report.rate / stream.frequency()), total));
   }
+  if (report.frequencies.empty()) {
+    report.frequencies.push_back(intervals.rest());
+  }
+  report.mean = options.withFlagged ? meanOf(report.windows) : meanOfUnflagged(report.windows);
 }
 
 void print(const PowerReport& report, const PowerOptions& options) {
@@ -112,13 +124,11 @@ void print(const PowerReport& report, const PowerOptions& options) {
   }
 }
 
-PowerReport emptyReport(const PowerOptions& options, const Format& format, const PowerChannels& channels,
-                        const PowerSettings& settings, const PowerAnalyzer& analyzer) {
+PowerReport emptyReport(const PowerOptions& options, const Format& format, const PowerChannels& channels) {
   PowerReport report;
   report.file = options.file;
   report.format = format;
-  report.settings = settings;
-  report.windowLength = analyzer.windowLength();
+  report.rate = rateOf(options.file, format);
   for (size_t i = 0; i < channels.voltages.size(); ++i) {
     report.voltageNames.push_back(format.channels[channels.voltages[i].index]);
     report.currentNames.push_back(format.channels[channels.currents[i].index]);
@@ -154,9 +164,9 @@ int runPower(const Functions& functions, const PowerOptions& options) {
     return 1;
   }
   const PowerChannels& channels = *chosen;
-  const PowerSettings settings = settingsFor(options, format);
-  PowerAnalyzer analyzer = required(PowerAnalyzer::create(functions, settings), options.file);
-  PowerReport report = emptyReport(options, format, channels, settings, analyzer);
+  PowerStream stream =
+      required(PowerStream::create(functions, settingsFor(options, format), channels.voltages.size()), options.file);
+  PowerReport report = emptyReport(options, format, channels);
   std::vector<std::unique_ptr<OutputFile>> pictures;  // begun before the work
   for (const char* which : {"phasors", "harmonics", "trends"}) {
     if (!options.picture.empty()) {
@@ -164,7 +174,7 @@ int runPower(const Functions& functions, const PowerOptions& options) {
     }
   }
   visitSampleType(format.type,
-                  [&]<class T>() { analyzeWindows<T>(functions, options, channels, *recording, analyzer, report); });
+                  [&]<class T>() { analyzeWindows<T>(functions, options, channels, *recording, stream, report); });
   if (!pictures.empty()) {
     drawPhasors(*pictures[0], report);
     drawHarmonics(*pictures[1], report);
@@ -218,8 +228,14 @@ constexpr const char* footer =
     "secondary,\n"
     "which --scale can change.\n"
     "\n"
-    "Each window holds a whole number of cycles, rounded to whole samples. Its spectrum gives rms values U and I of "
-    "all\n"
+    "The frequency is measured in the voltages, from 42.5 Hz to 69 Hz or within 15 % of --frequency, and each window\n"
+    "holds a whole number of cycles of it: where these do not end with samples, the window is interpolated. Windows "
+    "in\n"
+    "which the frequency moved by more than 0.2 %, or was not to be measured, are flagged, and the figures of all "
+    "windows\n"
+    "go on without them. Where it cannot be measured at all, windows are of the nominal frequency.\n"
+    "\n"
+    "The spectrum of a window gives rms values U and I of all\n"
     "that is in the window, harmonics 1 to 50 (fewer at low sample rates), the distortion THD from order 2 on, the\n"
     "active power P and the reactive power Q (Budeanu's: the sum over all frequencies, positive where currents lag), "
     "the\n"
@@ -232,7 +248,7 @@ constexpr const char* footer =
     "\n"
     "Examples:\n"
     "  kxhost power mains.wav --plot mains.png\n"
-    "  kxhost power mains.csv --rate 50000 --frequency 60 --harmonics --windows\n"
+    "  kxhost power mains.csv --rate 50000 --harmonics --windows\n"
     "  kxhost power fault.cfg --voltage 1,2,3 --current 5,6,7 --json\n"
     "  kxhost power take.wav --voltage 1 --current 2 --scale 400,50 --correction probe.csv";
 
@@ -253,7 +269,8 @@ void addPowerCommand(CLI::App& program, Action& chosen) {
   constexpr double lowest = 0.1, highest = 1e6, mostCycles = 10000;
   command
       .add_option("--frequency", options->frequency,
-                  "Frequency of the mains in Hz (default: what a COMTRADE recording announces, else 50)")
+                  "Nominal frequency of the mains in Hz; the actual one is measured within 15 % of it\n(default: 50 or "
+                  "60, what the recording announces or what is measured)")
       ->type_name("HZ")
       ->check(between(lowest, highest));
   command.add_option("--cycles", options->cycles, "Cycles in a window (default: 10, above 55 Hz 12)")
@@ -265,6 +282,7 @@ void addPowerCommand(CLI::App& program, Action& chosen) {
       ->type_name("FILE.csv");
   command.add_flag("--harmonics", options->harmonics, "Also print the harmonics, all windows together");
   command.add_flag("--windows", options->windows, "Also print a row for each window");
+  command.add_flag("--with-flagged", options->withFlagged, "Take flagged windows into the figures of all, too");
   command.add_flag("--json", options->json, "Print JSON, with all figures of each window");
   command
       .add_option("--plot", options->picture,

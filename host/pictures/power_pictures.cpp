@@ -36,7 +36,7 @@ std::string labelOf(const PowerReport& report, SignalFigures PhaseFigures::*sign
 
 std::string titleOf(const PowerReport& report, const std::string& subject) {
   return fmt::format("{}, {}, {} x {} cycles at {:.6g} Hz", subject, kxrecordings::titleOf(report.file, report.format),
-                     report.windows.size(), report.settings.cycles, report.settings.frequency);
+                     report.windows.size(), report.cycles, report.frequency());
 }
 
 double largestFundamental(const PowerWindow& window, SignalFigures PhaseFigures::*signal) {
@@ -197,9 +197,9 @@ std::pair<double, double> yRange(const PowerReport& report, const Trend& trend) 
 /// Rows of a time and the trend's values there.
 std::string rowsOf(const PowerReport& report, const Trend& trend) {
   std::string rows;
-  for (size_t i = 0; i < report.windows.size(); ++i) {
-    std::vector<double> row = trend.values(report.windows[i]);
-    row.insert(row.begin(), (static_cast<double>(i) + 0.5) * report.windowSeconds());
+  for (const PowerWindow& window : report.windows) {
+    std::vector<double> row = trend.values(window);
+    row.insert(row.begin(), window.place.begin + window.place.length / 2);
     addRow(rows, row);
   }
   return rows;
@@ -227,7 +227,7 @@ std::string trendScript(const PowerReport& report, const Trend& trend, const std
 
 void drawPhasors(const OutputFile& picture, const PowerReport& report) {
   constexpr Sheet sheet{.width = 1300, .left = 39, .right = 572, .top = 59, .bottom = 30, .paneHeight = 651};
-  const PowerWindow mean = meanOf(report.windows);
+  const PowerWindow& mean = report.mean;
   std::string arrows;
   std::vector<std::string> keys;
   for (const auto signal : {&PhaseFigures::voltage, &PhaseFigures::current}) {
@@ -259,7 +259,7 @@ void drawPhasors(const OutputFile& picture, const PowerReport& report) {
 void drawHarmonics(const OutputFile& picture, const PowerReport& report) {
   constexpr Sheet sheet{
       .width = 1200, .left = 96, .right = 30, .top = 91, .bottom = 84, .paneHeight = 251, .panes = 2, .gap = 83};
-  const PowerWindow mean = meanOf(report.windows);
+  const PowerWindow& mean = report.mean;
   const size_t phases = mean.phases.size();
   const size_t orders = std::max<size_t>(mean.phases[0].voltage.harmonics.size(), 2);
   std::string rows;
@@ -299,7 +299,7 @@ void drawTrends(const OutputFile& picture, const PowerReport& report) {
   constexpr int besidePane = 8;
   std::string script = sheet.frame(titleOf(report, "Power over time"));
   fmt::format_to(std::back_inserter(script), "set multiplot\nset format x ''\nset xrange [0:{:.9g}]\n",
-                 static_cast<double>(report.windows.size()) * report.windowSeconds());
+                 report.windows.back().place.begin + report.windows.back().place.length);
   for (int i = 0; i < count; ++i) {
     const Trend& trend = trends[static_cast<size_t>(i)];
     const std::string data = fmt::format("trend{}", i);

@@ -49,27 +49,45 @@ Json jsonWindow(const PowerReport& report, const PowerWindow& window) {
   return json;
 }
 
+Json jsonFrequencies(const PowerReport& report) {
+  auto frequencies = Json::array();
+  for (const FrequencyInterval& interval : report.frequencies) {
+    frequencies.push_back({{"from_s", interval.begin},
+                           {"length_s", interval.length},
+                           {"frequency_hz", jsonNumber(interval.frequency)},
+                           {"is_measured", interval.isMeasured}});
+  }
+  return frequencies;
+}
+
 }  // namespace
 
 Json jsonOf(const PowerReport& report) {
   auto windows = Json::array();
-  for (size_t i = 0; i < report.windows.size(); ++i) {
-    Json window{{"from_s", static_cast<double>(i) * report.windowSeconds()},
-                {"strongest_hz", static_cast<double>(report.windows[i].strongestBin) * report.binWidth()}};
-    window.update(jsonWindow(report, report.windows[i]));
+  for (const PowerWindow& each : report.windows) {
+    Json window{{"from_s", each.place.begin},
+                {"length_s", each.place.length},
+                {"frequency_hz", each.place.frequency},
+                {"flags", namesOf(each.place.flags)},
+                {"strongest_hz", report.strongestFrequency(each)}};
+    window.update(jsonWindow(report, each));
     windows.push_back(std::move(window));
   }
   Json json{{"file", report.file},
             {"container", report.format.container},
             {"sample_format", report.format.samples},
-            {"sample_rate_hz", report.settings.rate},
-            {"frequency_hz", report.settings.frequency},
-            {"cycles", report.settings.cycles},
-            {"window_samples", report.windowLength},
+            {"sample_rate_hz", report.rate},
+            {"nominal_frequency_hz", report.nominal},
+            {"frequency_hz", report.frequency()},
+            {"frequency_is_measured", report.isMeasured()},
+            {"frequencies", jsonFrequencies(report)},
+            {"cycles", report.cycles},
+            {"window_samples", report.windowLength()},
             {"window_s", report.windowSeconds()},
-            {"samples_left_over", report.leftOver}};
+            {"samples_left_over", report.leftOver},
+            {"windows_flagged", report.flagged()}};
   addTimes(json, report.format);
-  json["mean"] = jsonWindow(report, meanOf(report.windows));
+  json["mean"] = jsonWindow(report, report.mean);
   json["windows"] = std::move(windows);
   return json;
 }

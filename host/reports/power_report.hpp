@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "analysis/power/frequency_intervals.hpp"
 #include "analysis/power/power_mean.hpp"
 #include "host/reports/floors.hpp"
 #include "host/reports/json.hpp"
@@ -15,16 +16,30 @@ namespace kxhost {
 struct PowerReport {
   std::string file;
   Format format;
-  PowerSettings settings;
-  size_t windowLength = 0;  ///< in samples
+  double rate = 0;     ///< samples a second
+  double nominal = 0;  ///< frequency of the mains, in Hz
+  int cycles = 0;      ///< in a window
   std::vector<std::string> voltageNames, currentNames;
   std::vector<PowerWindow> windows;  ///< at least one
-  size_t leftOver = 0;               ///< samples at the end that fill no window
+  PowerWindow mean;                  ///< of those without flags, or of all
+  std::vector<FrequencyInterval> frequencies;
+  size_t leftOver = 0;  ///< samples at the end that fill no window
 
-  double binWidth() const { return settings.rate / static_cast<double>(windowLength); }
-  double windowSeconds() const { return static_cast<double>(windowLength) / settings.rate; }
-  double orderFrequency(size_t order) const;
+  /// Whether the frequency was measured in any window.
+  bool isMeasured() const;
+  size_t flagged() const { return flaggedCount(windows); }
+
+  /// The mains' own, or the nominal one where it was not measured.
+  double frequency() const { return mean.place.frequency; }
+
+  /// In samples, to the nearest one.
+  size_t windowLength() const;
+  double windowSeconds() const { return static_cast<double>(windowLength()) / rate; }
+  double strongestFrequency(const PowerWindow& window) const;
 };
+
+/// What flags are called: "dip", "frequency moved", ...
+std::vector<std::string> namesOf(const WindowFlags& flags);
 
 /// The heading, and the figures of all windows together.
 void printSummary(std::ostream& out, const PowerReport& report);
@@ -36,6 +51,9 @@ void printHarmonics(std::ostream& out, const PowerReport& report);
 void printWindows(std::ostream& out, const PowerReport& report);
 
 Json jsonOf(const PowerReport& report);
+
+/// The frequency of the mains, how far it went, and how many windows are flagged for what.
+void printFrequency(std::ostream& out, const PowerReport& report);
 
 /// Windows in which the first voltage has its strongest component elsewhere than at the mains frequency, which then is
 /// likely to be another one. Empty if there is none.

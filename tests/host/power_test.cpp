@@ -223,7 +223,7 @@ TEST_F(PowerTest, EachWindowHasItsOwnFigures) {
     channels[1][i] *= 3;
   }
   const std::string file = writeCsv("a.csv", onePhase, channels);
-  const nlohmann::json result = power({file, "--rate", "2000"});
+  const nlohmann::json result = power({file, "--rate", "2000", "--with-flagged"});
   EXPECT_EQ(result.at("window_samples"), 400);
   EXPECT_EQ(result.at("window_s"), 0.2);
   EXPECT_EQ(result.at("samples_left_over"), 200);
@@ -254,16 +254,17 @@ TEST_F(PowerTest, WindowsHoldTenCyclesOrTwelveOrWhatTheOptionSays) {
     return std::pair(result.at("cycles").get<int>(), result.at("window_samples").get<int>());
   };
   EXPECT_EQ(window({"60"}), std::pair(12, 10000));
-  EXPECT_EQ(window({"55"}), std::pair(12, 10909));
-  EXPECT_EQ(window({"54.9"}), std::pair(10, 9107));
+  EXPECT_EQ(window({"55"}), std::pair(12, 10000));  // of the 60 Hz that are measured
+  EXPECT_EQ(window({"54.9"}), std::pair(10, 8333));
+  EXPECT_EQ(window({"51"}), std::pair(10, 9804));  // too far away to be looked for
   EXPECT_EQ(window({"60", "--cycles", "10"}), std::pair(10, 8333));
   EXPECT_EQ(window({"60", "--cycles", "1"}), std::pair(1, 833));
 }
 
 TEST_F(PowerTest, LowSampleRatesHaveFewerOrders) {
   const std::string file = writeCsv("a.csv", onePhase, sample({{{1, 1, 0}}, {{1, 1, 0}}}, 5000, 50, 10));
-  const auto orders = [&](const std::string& frequency) {
-    return power({file, "--rate", "5000", "--cycles", "3", "--frequency", frequency})
+  const auto orders = [&](const std::string& recording, const std::string& frequency) {
+    return power({recording, "--rate", "5000", "--cycles", "3", "--frequency", frequency})
         .at("mean")
         .at("phases")
         .at(0)
@@ -271,10 +272,11 @@ TEST_F(PowerTest, LowSampleRatesHaveFewerOrders) {
         .at("harmonics_rms")
         .size();
   };
-  EXPECT_EQ(orders("49"), 50U);
-  EXPECT_EQ(orders("50"), 49U);  // order 50 would lie at half the sample rate
-  EXPECT_EQ(orders("500"), 4U);
-  EXPECT_EQ(orders("1600"), 1U);
+  EXPECT_EQ(orders(file, "50"), 49U);  // order 50 would lie at half the sample rate
+  EXPECT_EQ(orders(file, "49"), 49U);  // the mains has 50 Hz all the same
+  EXPECT_EQ(orders(writeCsv("b.csv", onePhase, sample({{{1, 1, 0}}, {{1, 1, 0}}}, 5000, 49, 10)), "50"), 50U);
+  EXPECT_EQ(orders(file, "500"), 4U);
+  EXPECT_EQ(orders(file, "1600"), 1U);
   expectPowerRefused(file, "too low to see 2500 Hz", {"--rate", "5000", "--frequency", "2500"});
   expectPowerRefused(file, "too low to see 1e+06 Hz", {"--rate", "5000", "--frequency", "1e6"});
 }
@@ -315,13 +317,70 @@ TEST_F(PowerTest, FiguresThatDoNotExistAreNull) {
 
 TEST_F(PowerTest, AnotherFrequencyThanTheStatedOneIsNoted) {
   const std::string file = writeCsv("a.csv", onePhase, sample({{{1, 1, 0}}, {{1, 1, 0}}}, 5000, 60, 24));
-  const Outcome outcome = run({"power", file, "--rate", "5000"});
+  const Outcome outcome = run({"power", file, "--rate", "5000", "--frequency", "50"});
   EXPECT_EQ(outcome.code, 0);
   EXPECT_EQ(outcome.err,
             "kxhost: " + file +
-                ": the strongest component of channel u [V] is not at the 50 Hz of --frequency but elsewhere, "
+                ": the strongest component of channel u [V] is not at the 50 Hz of the mains but elsewhere, "
                 "first at 60 Hz, in 2 of 2 windows\n");
+  EXPECT_NE(outcome.out.find("The frequency was not to be measured: windows are of 50 Hz\n"), std::string::npos);
   EXPECT_EQ(run({"power", file, "--rate", "5000", "--frequency", "60"}).err, "");
+  EXPECT_EQ(run({"power", file, "--rate", "5000"}).err, "");
+  EXPECT_EQ(power({file, "--rate", "5000"}).at("nominal_frequency_hz"), 60);
+}
+
+/// Mains that are off their nominal frequency have the distortion that they have, and the frequency is printed.
+TEST_F(PowerTest, WindowsFollowTheFrequency) {
+  for (const double frequency : {42.5, 50.5, 51.0, 57.5, 61.3, 69.0}) {
+    SCOPED_TRACE(frequency);
+    const std::string file =
+        writeCsv("a.csv", onePhase,
+                 sample({{{1, 230, 0}, {3, 6.9, 10}, {5, 9.2, 20}}, {{1, 10, -30}, {7, 0.8, 0}, {9, 0.6, 0}}}, 10000,
+                        frequency, 1.5 * frequency));
+    const nlohmann::json result = power({file, "--rate", "10000"});
+    EXPECT_TRUE(result.at("frequency_is_measured").get<bool>());
+    EXPECT_NEAR(result.at("frequency_hz").get<double>(), frequency, 1e-4);
+    EXPECT_EQ(result.at("nominal_frequency_hz"), frequency < 55 ? 50 : 60);
+    EXPECT_EQ(result.at("windows_flagged"), 0);
+    EXPECT_NEAR(result.at("frequencies").at(0).at("frequency_hz").get<double>(), frequency, 1e-4);
+    EXPECT_NEAR(result.at("frequencies").at(0).at("length_s").get<double>(), 1.5, 1e-4);
+    const nlohmann::json& phase = result.at("mean").at("phases").at(0);
+    EXPECT_NEAR(phase.at("voltage_v").at("thd_percent").get<double>(), 5, 0.001);
+    EXPECT_NEAR(phase.at("current_a").at("thd_percent").get<double>(), 10, 0.001);
+    const nlohmann::json& windows = result.at("windows");
+    EXPECT_EQ(windows.size(), std::floor(1.5 * frequency / (frequency < 55 ? 10 : 12) + 1e-3));
+    for (size_t i = 0; i < windows.size(); ++i) {
+      const double length = (frequency < 55 ? 10 : 12) / frequency;
+      EXPECT_NEAR(windows.at(i).at("from_s").get<double>(), static_cast<double>(i) * length, 1e-6);
+      EXPECT_NEAR(windows.at(i).at("length_s").get<double>(), length, 1e-6);
+      EXPECT_NEAR(windows.at(i).at("strongest_hz").get<double>(), frequency, 1e-3);
+      EXPECT_EQ(windows.at(i).at("flags"), nlohmann::json::array());
+    }
+  }
+}
+
+TEST_F(PowerTest, DoubtfulWindowsAreLeftOut) {
+  std::vector<std::vector<double>> channels = sample({{{1, 230, 0}}, {{1, 10, 0}}}, 5000, 50, 100);
+  for (std::vector<double>& channel : channels) {
+    std::fill(channel.begin() + 3200, channel.begin() + 4200, 0.0);
+  }
+  const std::string file = writeCsv("a.csv", onePhase, channels);
+  const nlohmann::json result = power({file, "--rate", "5000"});
+  EXPECT_EQ(result.at("windows_flagged"), 2);
+  for (size_t i = 0; i < 10; ++i) {
+    const bool isFlagged = i == 3 || i == 4;
+    EXPECT_EQ(result.at("windows").at(i).at("flags").empty(), !isFlagged) << i;
+  }
+  EXPECT_EQ(result.at("windows").at(3).at("flags").at(0), "frequency unknown");
+  expectClose(result.at("mean").at("phases").at(0).at("voltage_v").at("rms"), 230);
+  const nlohmann::json all = power({file, "--rate", "5000", "--with-flagged"});
+  expectClose(all.at("mean").at("phases").at(0).at("voltage_v").at("rms"), 230 * std::sqrt(0.9));
+  EXPECT_NE(run({"power", file, "--rate", "5000"})
+                .out.find("2 of 10 windows flagged (2 frequency unknown) and left out of what follows\n"),
+            std::string::npos);
+  EXPECT_NE(run({"power", file, "--rate", "5000", "--with-flagged"}).out.find("and count, as all do\n"),
+            std::string::npos);
+  EXPECT_NE(run({"power", file, "--rate", "5000", "--windows"}).out.find("frequency unknown\n"), std::string::npos);
 }
 
 TEST_F(PowerTest, TheTablesNameTheirUnits) {
@@ -336,11 +395,12 @@ TEST_F(PowerTest, TheTablesNameTheirUnits) {
        {"a.csv (csv, decimal, 5000 Hz): 1 window of 10 cycles at 50 Hz, 1000 samples or 0.2 s each; 50 samples at the "
         "end "
         "are left over\n",
+        "Frequency: 50.0000 Hz, from 50.0000 Hz to 50.0000 Hz in windows, from 50.0000 Hz to 50.0000 Hz over 0.21 s\n",
         "Phase  Voltage       U/V  Angle/deg   THD/%  Current  I/A  Angle/deg  THD/%   P/W", "Q/var", "S/VA", "PF\n",
         "1      Ua [V]   231.1471       0.00  10.000  Ia [A]    10     -60.00  0.000  1150", "total",
         "Sequences  Positive", "Voltage/V       230", "Negative/%", "Zero/%\n",
         "Order  Frequency/Hz  Ua [V] rms/V  Angle/deg", "    3           150            23       0.00",
-        "From/s      U1/V", "Strongest/Hz", "u2/%", "u0/%\n"}) {
+        "From/s  f/Hz      U1/V", "Strongest/Hz", "u2/%", "u0/%  Flags\n"}) {
     EXPECT_NE(outcome.out.find(line), std::string::npos) << line << "\n\n" << outcome.out;
   }
   EXPECT_EQ(run({"power", file, "--rate", "5000"}).out.find("Order"), std::string::npos);
