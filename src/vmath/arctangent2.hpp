@@ -49,7 +49,8 @@ KXCALC_INLINE V quickArctangent(V lower, V upper) {
 template <class V>
 KXCALC_INLINE V quickArctangent2(V y, V x) {
   const V height = detail::magnitude(y), width = detail::magnitude(x);
-  const auto steep = height > width, negative = detail::isNegative(x);
+  const auto steep = height > width;
+  const auto negative = detail::isNegative(x);
   const V nothing{}, angle = detail::quickArctangent(lesser(width, height), greater(height, width));
   const V upright = detail::negatedWhere(steep, angle) + (steep ? nothing + detail::halfOfPi : nothing);
   const V aroundOrigin = detail::negatedWhere(negative, upright) + (negative ? nothing + detail::wholePi : nothing);
