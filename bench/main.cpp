@@ -121,7 +121,7 @@ int main(int argc, char** argv) {
 
   // The machine may be shared: short measurements in random order, of which the report takes the quicker ones. What the
   // user gives comes later and wins.
-  std::string defaults[] = {"--benchmark_min_time=0.01", "--benchmark_repetitions=9",
+  std::string defaults[] = {"--benchmark_min_time=0.004", "--benchmark_repetitions=5",
                             "--benchmark_enable_random_interleaving=true"};
   std::vector<char*> arguments{argv[0]};
   for (std::string& argument : defaults) {
