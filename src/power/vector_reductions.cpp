@@ -99,11 +99,11 @@ struct PartialSum {
 /// 2^53 of those, no addition rounds. (A sum that is rounded on its way does not come out below; one that is infinite or a
 /// NaN is not less than anything.)
 KXCALC_INLINE PartialSum sumWithoutRounding(const ScaledMagnitudes& terms, size_t count) {
-  constexpr size_t chunk = 64, width = laneCount<float, widestBytes>;
+  constexpr size_t chunk = 64, fewest = 24, width = laneCount<float, widestBytes>;
   PartialSum exact{0, 0};
   PackOf<double, width> sums{};
   auto smallest = splat<Lanes<uint32_t, widestBytes>>(UINT32_MAX);  // less 1, so that zeros are the largest
-  while (count - exact.count >= width) {
+  while (count >= fewest && count - exact.count >= width) {
     const size_t end = exact.count + std::min(chunk, (count - exact.count) / width * width);
     for (size_t i = exact.count; i < end; i += termsOfPrefetch) {
       terms.prefetch(i);
