@@ -5,7 +5,6 @@
 // sums, the minimum, the maximum.
 #include "kxcalc.h"
 #include "stats/exact_sums.hpp"
-#include "stats/side_by_side_sums.hpp"
 #include "stats/split_sums.hpp"
 
 namespace kxcalc {
@@ -27,9 +26,6 @@ KXCALC_INLINE Extremes<T> addStatistics(const T* data, size_t count, Offset rmsO
   SplitSums<withOffset> sums(static_cast<double>(rmsOffset));
   if constexpr (std::is_same_v<T, int32_t>) {
     i = addExactChunks(data, i, count, sums, even);
-    if constexpr (widestBytes > 16) {
-      i = addSideBySide(data, i, count, sums, even);
-    }
   }
   const auto block = [&](const T* at, LaneExtremes<T>& extremes) {
     extremes.fold(load(at));
