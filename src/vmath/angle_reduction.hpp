@@ -46,7 +46,7 @@ inline constexpr uint32_t turnBits[] = {0x00000000, 0xA2F9836E, 0x4E441529, 0xFC
 /// quarter turns. No single comes closer to a multiple of a step than 2^-30 of a quarter turn.
 template <int stepBits>
 KXCALC_INLINE Steps<double> inStepsOfAny(double angle) {
-  constexpr int limbs = 6;
+  constexpr size_t limbs = 6;
   const auto bits = bitsAs<uint32_t>(static_cast<float>(angle));
   const uint64_t m = (bits & 0x007FFFFFU) | 0x00800000U;
   const uint32_t start = (bits >> 23) - 150 - 2 + 32;  // of the bits in the table
@@ -55,7 +55,7 @@ KXCALC_INLINE Steps<double> inStepsOfAny(double angle) {
 
   uint32_t product[limbs];
   uint64_t carry = 0;
-  for (int i = limbs - 1; i >= 0; --i) {
+  for (size_t i = limbs; i-- > 0;) {
     const auto pair = static_cast<uint64_t>(words[i]) << 32 | words[i + 1];
     carry += m * static_cast<uint32_t>(pair << shift >> 32);
     product[i] = static_cast<uint32_t>(carry);
@@ -65,7 +65,7 @@ KXCALC_INLINE Steps<double> inStepsOfAny(double angle) {
   const uint32_t above = product[0] << stepBits >> 31;  // half a step or more: the next one is nearer
   // The fraction of a step, in three doubles of 53 bits that do not overlap.
   uint64_t words64[limbs / 2 + 1]{};
-  for (int i = 0; i < limbs / 2; ++i) {
+  for (size_t i = 0; i < limbs / 2; ++i) {
     words64[i] =
         (static_cast<uint64_t>(product[2 * i]) << 32 | product[2 * i + 1]) ^ (0 - static_cast<uint64_t>(above));
   }

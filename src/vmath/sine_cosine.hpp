@@ -33,9 +33,9 @@ struct StepSines {
   DoubleDouble of[count];
 
   constexpr StepSines() : of{} {
-    constexpr uint32_t quarter = count / 4;
-    for (uint32_t i = 0; i <= quarter; ++i) {
-      const uint32_t fromAxis = i <= quarter / 2 ? i : quarter - i;
+    constexpr size_t quarter = count / 4;
+    for (size_t i = 0; i <= quarter; ++i) {
+      const size_t fromAxis = i <= quarter / 2 ? i : quarter - i;
       const DoubleDouble angle = quarterTurn * DoubleDouble{static_cast<double>(fromAxis) / quarter, 0};
       const DoubleDouble value = i <= quarter / 2 ? sineSeries(angle) : cosineSeries(angle);
       const double upper = upperHalf(value.high);

@@ -21,7 +21,7 @@ A fault is caught if, for each of its exports, a test fails, crashes or does not
 together have three observable faults or more for every export. Faults of a room name no exports; without a filter all of
 its tests judge them. Faults of a library that the processor does not run are not judged, and said to be so.
 
---check only tells whether the lists are well written, fit the sources and have faults enough.
+--check only tells whether the lists are well written, fit the sources and have faults enough, and counts them.
 
 In the rooms faults are drawn by rule, too (drawn.py), another selection with every seed. One that survives is to be caught by
 a new test, or, where it changes nothing that can be seen, to be written into the room's list as an unobservable one.
@@ -226,6 +226,15 @@ def enough_faults(families, exports):
     return enough
 
 
+def print_counts(families, rooms):
+    of_kernels = [fault for faults in families.values() for fault in faults]
+    faults = of_kernels + [fault for faults in rooms.values() for fault in faults]
+    observable = [fault for fault in faults if not fault.proof]
+    print(f"{len(observable)} faults, {sum(not fault.proof for fault in of_kernels)} of them in kernels, "
+          f"{sum(fault.library != USUAL_LIBRARY for fault in observable)} judged on other libraries than {USUAL_LIBRARY}; "
+          f"{len(faults) - len(observable)} more are unobservable")
+
+
 @dataclass
 class Sums:
     """Of observable faults; `well` unless one survives, or one that is said to be unobservable is caught."""
@@ -322,6 +331,7 @@ def main():
         rooms = {room: families.pop(room) for room in ROOMS if room in families}
         sums = Sums(well=bool(options.families) or enough_faults(families, exports))
         if options.check:
+            print_counts(families, rooms)
             return 0 if sums.well else 1
         build = options.build.resolve()
         needed = {fault.library for faults in families.values() for fault in faults}
