@@ -33,21 +33,21 @@ Result<CycleWindows> CycleWindows::create(const CycleSettings& settings, size_t 
     return unsuitable("cycles", *settings.cycles, "a window has at least 1");
   }
   const FrequencyRange range = settings.nominal ? rangeAround(nominal) : mainsRange;
+  const int cycles = settings.cycles.value_or(usualCycles(nominal));
+  if (cycles * settings.rate / range.lowest > longestWindow) {
+    return unsuitable("cycles", cycles, "a window would have more than 16777216 samples");
+  }
   auto frequency = MainsFrequency::create(settings.rate, range, nominal);
-  const double slowest = frequency ? range.lowest : nominal;
-  const double longest = std::ceil(settings.cycles.value_or(usualCycles(slowest)) * settings.rate / slowest);
-  return CycleWindows(settings, voltages, longest, frequency ? std::optional(std::move(*frequency)) : std::nullopt);
+  return CycleWindows(settings, voltages, frequency ? std::optional(std::move(*frequency)) : std::nullopt);
 }
 
-CycleWindows::CycleWindows(const CycleSettings& settings, size_t voltages, double longest,
-                           std::optional<MainsFrequency> frequency)
+CycleWindows::CycleWindows(const CycleSettings& settings, size_t voltages, std::optional<MainsFrequency> frequency)
     : rate_(settings.rate),
       nominal_(settings.nominal.value_or(usualNominal)),
       cycles_(settings.cycles.value_or(usualCycles(nominal_))),
       isNominalSet_(settings.nominal.has_value()),
       areCyclesSet_(settings.cycles.has_value()),
       voltages_(voltages),
-      longest_(longest),
       frequency_(std::move(frequency)) {}
 
 std::span<const CycleWindow> CycleWindows::feed(std::span<const std::vector<double>> channels) {

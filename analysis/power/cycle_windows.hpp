@@ -40,6 +40,10 @@ struct CycleWindow {
 /// the nominal one, rounded to whole samples.
 class CycleWindows {
 public:
+  /// Samples in a window at most.
+  static constexpr double longestWindow = 1 << 24;
+
+  /// @param settings  windows of longestWindow samples at most, at the lowest frequency that is looked for.
   /// @param voltages  how many channels, the first ones, tell the frequency.
   static Result<CycleWindows> create(const CycleSettings& settings, size_t voltages);
 
@@ -57,9 +61,6 @@ public:
   /// The frequency at the end of what was fed, in Hz; the nominal one as long as none was measured.
   double frequency() const { return stretches_.empty() ? nominal_ : stretches_.back().frequency; }
 
-  /// Samples that a window may have.
-  double longest() const { return longest_; }
-
   /// The parts that the frequency consists of, of those that the last call added.
   std::span<const FrequencyStretch> stretches() const { return added_; }
 
@@ -67,7 +68,7 @@ public:
   double leftOver() const { return static_cast<double>(total_) - begin_; }
 
 private:
-  CycleWindows(const CycleSettings& settings, size_t voltages, double longest, std::optional<MainsFrequency> frequency);
+  CycleWindows(const CycleSettings& settings, size_t voltages, std::optional<MainsFrequency> frequency);
 
   void follow(std::span<const FrequencyStretch> stretches);
   void settle();
@@ -83,7 +84,6 @@ private:
   int cycles_;
   bool isNominalSet_, areCyclesSet_;
   size_t voltages_;
-  double longest_;
   std::optional<MainsFrequency> frequency_;  // none where the sample rate is too low to measure one
   std::deque<FrequencyStretch> stretches_;   // from begin_ on
   std::vector<FrequencyStretch> added_;

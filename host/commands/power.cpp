@@ -30,6 +30,7 @@ struct PowerOptions {
   PowerChannelOptions channels;
   std::optional<double> frequency;
   std::optional<int> cycles;
+  std::optional<double> declaredVoltage;
   std::string correction;
   bool json = false;
   bool harmonics = false;
@@ -63,6 +64,7 @@ CorrectionCurve readCorrection(const std::string& file) {
 PowerStreamSettings settingsFor(const PowerOptions& options, const Format& format) {
   PowerStreamSettings settings;
   settings.windows = {rateOf(options.file, format), nominalFrequency(options, format), options.cycles};
+  settings.declaredVoltage = options.declaredVoltage;
   if (!options.correction.empty()) {
     settings.correction = readCorrection(options.correction);
   }
@@ -79,6 +81,7 @@ void analyzeWindows(const Functions& functions, const PowerOptions& options, con
   std::vector<std::vector<double>> voltages(phases), currents(phases);
   const auto take = [&](std::span<const PowerWindow> windows) {
     report.windows.insert(report.windows.end(), windows.begin(), windows.end());
+    report.events.insert(report.events.end(), stream.events().begin(), stream.events().end());
     const auto complete = intervals.feed(stream.stretches());
     report.frequencies.insert(report.frequencies.end(), complete.begin(), complete.end());
   };
@@ -116,6 +119,7 @@ void print(const PowerReport& report, const PowerOptions& options) {
     return;
   }
   printSummary(std::cout, report);
+  printEvents(std::cout, report);
   if (options.harmonics) {
     printHarmonics(std::cout, report);
   }
@@ -231,9 +235,13 @@ constexpr const char* footer =
     "The frequency is measured in the voltages, from 42.5 Hz to 69 Hz or within 15 % of --frequency, and each window\n"
     "holds a whole number of cycles of it: where these do not end with samples, the window is interpolated. Windows "
     "in\n"
-    "which the frequency moved by more than 0.2 %, or was not to be measured, are flagged, and the figures of all "
-    "windows\n"
-    "go on without them. Where it cannot be measured at all, windows are of the nominal frequency.\n"
+    "which the frequency moved by more than 0.2 %, or was not to be measured, or that a dip, a swell or an "
+    "interruption\n"
+    "touches are flagged, and the figures of all windows go on without them. These events are found by the rms values\n"
+    "over one cycle, renewed every half cycle: a dip below 90 % of the reference, over at 92 %; a swell above 110 %, "
+    "over\n"
+    "at 108 %; an interruption below 5 % in all phases, over at 7 %. Where it cannot be measured at all, windows are "
+    "of the nominal frequency.\n"
     "\n"
     "The spectrum of a window gives rms values U and I of all\n"
     "that is in the window, harmonics 1 to 50 (fewer at low sample rates), the distortion THD from order 2 on, the\n"
@@ -276,6 +284,14 @@ void addPowerCommand(CLI::App& program, Action& chosen) {
   command.add_option("--cycles", options->cycles, "Cycles in a window (default: 10, above 55 Hz 12)")
       ->type_name("NUMBER")
       ->check(between(1, mostCycles));
+  constexpr double leastVoltage = 1e-6, mostVoltage = 1e9;
+  command
+      .add_option(
+          "--declared-voltage", options->declaredVoltage,
+          "Rms in V that dips, swells and interruptions are told by (default: each voltage's own over the last\n"
+          "minute)")
+      ->type_name("V")
+      ->check(between(leastVoltage, mostVoltage));
   command
       .add_option("--correction", options->correction,
                   "Multiply the voltages by the factors of this CSV file: frequency in Hz, gain, phase in degrees")

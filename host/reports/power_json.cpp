@@ -60,6 +60,20 @@ Json jsonFrequencies(const PowerReport& report) {
   return frequencies;
 }
 
+Json jsonEvents(const PowerReport& report) {
+  auto events = Json::array();
+  for (const VoltageEvent& event : report.events) {
+    events.push_back({{"event", nameOf(event.kind)},
+                      {"from_s", event.begin},
+                      {"duration_s", event.duration},
+                      {"is_over", event.isOver},
+                      {"extreme_v", event.extreme},
+                      {"percent", 100 * event.ratio},
+                      {"channel", report.voltageNames[event.phase]}});
+  }
+  return events;
+}
+
 }  // namespace
 
 Json jsonOf(const PowerReport& report) {
@@ -87,6 +101,7 @@ Json jsonOf(const PowerReport& report) {
             {"samples_left_over", report.leftOver},
             {"windows_flagged", report.flagged()}};
   addTimes(json, report.format);
+  json["events"] = jsonEvents(report);
   json["mean"] = jsonWindow(report, report.mean);
   json["windows"] = std::move(windows);
   return json;

