@@ -347,7 +347,7 @@ TEST_F(ComtradeTest, OptionsOfComtradeAreRefusedForOtherFiles) {
 TEST_F(ComtradeTest, TheReaderTakesBytesFromMemoryAndTellsProblemsAsValues) {
   const ComtradeTake take;
   const std::string configuration = take.configuration(), data = take.data(), single = take.single();
-  const auto bytes = [](const std::string& name, const std::string& text) {
+  const auto bytes = [](const std::string& name, std::string_view text) {
     return std::make_unique<MemoryBytes>(name, text);
   };
   auto reader = ComtradeReader::open(bytes("cfg", configuration), bytes("dat", data), {});
@@ -359,9 +359,10 @@ TEST_F(ComtradeTest, TheReaderTakesBytesFromMemoryAndTellsProblemsAsValues) {
   auto one = ComtradeReader::open(bytes("cff", single), {});
   ASSERT_TRUE(one) << one.problem();
   EXPECT_EQ(*one->read(values), 3U);
-  EXPECT_EQ(ComtradeReader::open(bytes("cfg", configuration.substr(0, 20)), bytes("dat", data), {}).problem(),
+  EXPECT_EQ(ComtradeReader::open(bytes("cfg", std::string_view(configuration).substr(0, 20)), bytes("dat", data), {})
+                .problem(),
             "cfg: ends after line 1: numbers of channels is missing");
-  auto cut = ComtradeReader::open(bytes("cfg", configuration), bytes("dat", data.substr(0, 10)), {});
+  auto cut = ComtradeReader::open(bytes("cfg", configuration), bytes("dat", std::string_view(data).substr(0, 10)), {});
   ASSERT_TRUE(cut);
   EXPECT_EQ(cut->read(values).problem(), "dat: line 1 has 4 fields, 6 are announced");
 }
