@@ -1,6 +1,6 @@
 """Plants small faults in the sources, one at a time, and requires that the tests that they concern fail.
 
-usage: run.py [-j jobs] [--drawn number] [--seed seed] <build directory> [<list>...]
+usage: run.py [-j jobs] [--share n] [--drawn number] [--seed seed] <build directory> [<list>...]
        run.py --check
 
 The build directory holds the libraries, their tests and those of the rooms, built from the sources as they stand. The faults
@@ -23,8 +23,9 @@ its tests judge them. Faults of a library that the processor does not run are no
 
 --check only tells whether the lists are well written, fit the sources and have faults enough, and counts them.
 
-In the rooms faults are drawn by rule, too (drawn.py), another selection with every seed. One that survives is to be caught by
-a new test, or, where it changes nothing that can be seen, to be written into the room's list as an unobservable one.
+With --share n one of n is planted, others every day. In the rooms faults are drawn by rule, too (drawn.py), another selection with
+every seed. One that survives is to be caught by a new test, or, where it changes nothing that can be seen, to be written into the
+room's list as an unobservable one.
 """
 
 import argparse
@@ -39,6 +40,7 @@ import sys
 import tempfile
 from concurrent.futures import ThreadPoolExecutor
 from dataclasses import dataclass, field
+from datetime import date
 from fnmatch import fnmatchcase
 from itertools import islice
 from pathlib import Path
@@ -313,6 +315,7 @@ def main():
     parser.add_argument("-j", type=int, default=os.cpu_count())
     parser.add_argument("--drawn", type=int, default=USUALLY_DRAWN)
     parser.add_argument("--seed", type=int, default=1)
+    parser.add_argument("--share", type=int, default=1)
     parser.add_argument("--check", action="store_true")
     parser.add_argument("build", type=Path, nargs="?")
     parser.add_argument("families", nargs="*")
@@ -333,16 +336,17 @@ def main():
         if options.check:
             print_counts(families, rooms)
             return 0 if sums.well else 1
+        share = slice(date.today().toordinal() % options.share, None, options.share)
         build = options.build.resolve()
         needed = {fault.library for faults in families.values() for fault in faults}
         with tempfile.TemporaryDirectory(prefix="kxcalc-faults-") as scratch:
             laboratories = {library: Laboratory(build, Path(scratch) / library, library, exports)
                             for library in runnable_libraries(build) if library in needed}
             for name, faults in families.items():
-                sums.add(judge(laboratories, name, faults, options.j))
+                sums.add(judge(laboratories, name, faults[share], options.j))
             for name, faults in rooms.items():
                 room = Room(ROOT, build, scratch, name, ROOMS[name])
-                sums.add(judge({USUAL_LIBRARY: room}, name, faults, options.j))
+                sums.add(judge({USUAL_LIBRARY: room}, name, faults[share], options.j))
                 sums.add(judge_drawn(room, faults, options.drawn // len(rooms), options.seed, options.j))
         print(f"{'all':<10} {sums}", flush=True)
         return 0 if sums.well else 1
