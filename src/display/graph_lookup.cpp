@@ -1,27 +1,26 @@
 // Places a point of a channel on the pixel grid of a graph. In double, except the logarithms, which are quick and in
-// single. x and y are formed side by side, as far as the axes allow it.
+// single. What is the same on every axis is written for one of them, or for both in the lanes of a vector.
 #include <cstddef>
 
 #include "kxcalc.h"
 #include "vmath/fast_log.hpp"
 
 static_assert(offsetof(XYValGraph2DParams, xIndex) == 8 && offsetof(XYValGraph2DParams, yAxisMode) == 12);
-static_assert(offsetof(XYValGraph2DParams, left) == 16 && offsetof(XYValGraph2DParams, top) == 18);
-static_assert(offsetof(XYValGraph2DParams, right) == 20 && offsetof(XYValGraph2DParams, bottom) == 22);
-static_assert(offsetof(XYValGraph2DParams, xScale) == 24);
+static_assert(offsetof(XYValGraph2DParams, left) == 16 && offsetof(XYValGraph2DParams, xScale) == 24);
 static_assert(offsetof(XYValGraph2DParams, yValue) == 128);
 static_assert(offsetof(XYValGraph2DParams, valid) == 128 + 4 * sizeof(void*));
 
 namespace kxcalc {
 namespace {
 
-/// A value beside the ends of its axis.
+/// A value beside the ends of its axis: of one axis, or of both.
+template <class V>
 struct OnAxis {
-  double value, maximum, minimum;
+  V value, maximum, minimum;
 };
 
 /// What is its own fraction of the axis: from it 0 is taken, and it is divided by 1.
-KXCALC_INLINE OnAxis asFraction(double value) {
+KXCALC_INLINE OnAxis<double> asFraction(double value) {
   return {value, 1, 0};
 }
 
@@ -49,7 +48,7 @@ KXCALC_INLINE double yOf(const XYValGraph2DParams& p) {
   return sample * p.yScale + p.yOffset;
 }
 
-KXCALC_INLINE OnAxis xOnAxis(const XYValGraph2DParams& p) {
+KXCALC_INLINE OnAxis<double> xOnAxis(const XYValGraph2DParams& p) {
   const double x = xOf(p);
   switch (p.xAxisMode) {
     case 0:
@@ -61,7 +60,7 @@ KXCALC_INLINE OnAxis xOnAxis(const XYValGraph2DParams& p) {
   }
 }
 
-KXCALC_INLINE OnAxis yOnAxis(const XYValGraph2DParams& p) {
+KXCALC_INLINE OnAxis<double> yOnAxis(const XYValGraph2DParams& p) {
   const double y = yOf(p);
   switch (p.yAxisMode) {
     case 0:
@@ -80,35 +79,41 @@ KXCALC_INLINE OnAxis yOnAxis(const XYValGraph2DParams& p) {
   return {level, p.yMax, p.yMin};
 }
 
-/// Fractions of the axes: (value - minimum) / range. An axis without range gives the minimum itself, as if it were a
-/// fraction. A NaN range divides.
-KXCALC_INLINE f64x2 fractionsOf(OnAxis x, OnAxis y) {
-  const f64x2 value{x.value, y.value}, maximum{x.maximum, y.maximum}, minimum{x.minimum, y.minimum};
-  const f64x2 range = maximum - minimum;
-  return range == 0 ? minimum : (value - minimum) / range;
+/// (value - minimum) / range. An axis without range gives the minimum itself, as if it were a fraction. A NaN range
+/// divides.
+template <class V>
+KXCALC_INLINE V fractionOf(OnAxis<V> at) {
+  const V range = at.maximum - at.minimum;
+  return range == 0 ? at.minimum : (at.value - at.minimum) / range;
 }
 
-/// Left, top, right and bottom edge.
-KXCALC_INLINE i32x4 edgesOf(const XYValGraph2DParams& p) {
-  const auto* const record = reinterpret_cast<const unsigned char*>(&p);
-  return loadAsInt32(reinterpret_cast<const int16_t*>(record + offsetof(XYValGraph2DParams, left)));
+/// Pixels from where an axis begins, of a fraction limited to +-1000000; a NaN stays one until it is cut. Halves are rounded
+/// up for positive products only, by adding 0.5 and cutting towards zero. -2147483648 where 32 bits do not hold it.
+template <class V>
+KXCALC_INLINE auto pixelsOf(V extent, OnAxis<V> at) {
+  const V limit = V{} + 1000000.0;
+  return truncate(extent * greater(-limit, lesser(limit, fractionOf(at))) + 0.5);
 }
 
-/// Pixels from the left and from the bottom edge, of fractions limited to +-1000000; a NaN stays one until it is cut. Halves
-/// are rounded up for positive products only, by adding 0.5 and cutting towards zero. -2147483648 where 32 bits do not
-/// hold it.
-KXCALC_INLINE u32x4 pixelsOf(i32x4 edges, f64x2 fractions) {
-  const i32x4 extents = __builtin_shufflevector(edges, edges, 2, 3, 2, 3) - edges;  // right - left, bottom - top
-  const f64x2 limited = greater(splat<f64x2>(-1000000), lesser(splat<f64x2>(1000000), fractions));
-  return bitsAs<u32x4>(truncate(widenLow(extents) * limited + 0.5));
+/// A coordinate, whose sum may have wrapped, limited to 16 bits.
+KXCALC_INLINE int32_t coordinate(uint32_t wrapped) {
+  const auto value = static_cast<int32_t>(wrapped);
+  return value > INT16_MAX ? INT16_MAX : (value < INT16_MIN ? INT16_MIN : value);
 }
 
-/// x and y, so many pixels rightwards and upwards. The sums may wrap; as they are, they are limited to 16 bits.
-KXCALC_INLINE i32x4 coordinatesOf(i32x4 edges, u32x4 pixels) {
-  const i32x4 leftAndBottom = __builtin_shufflevector(edges, edges, 0, 3, 0, 3);
-  const u32x4 upwards{0, UINT32_MAX};  // y is taken away: its complement is added, and 1
-  const auto sums = bitsAs<i32x4>(bitsAs<u32x4>(leftAndBottom) + ((pixels ^ upwards) - upwards));
-  return greater(splat<i32x4>(INT16_MIN), lesser(splat<i32x4>(INT16_MAX), sums));
+struct Pixels {
+  int32_t fromLeft, fromBottom;
+};
+KXCALC_INLINE Pixels pixelsOf(const XYValGraph2DParams& p) {
+  const OnAxis<double> x = xOnAxis(p), y = yOnAxis(p);
+  const int32_t width = p.right - p.left, height = p.bottom - p.top;
+  if constexpr (truncatesTwoAtOnce) {
+    const OnAxis<f64x2> both{{x.value, y.value}, {x.maximum, y.maximum}, {x.minimum, y.minimum}};
+    const i32x4 pixels = pixelsOf(widenLow(i32x4{width, height}), both);
+    return {pixels[0], pixels[1]};
+  } else {
+    return {pixelsOf(static_cast<double>(width), x), pixelsOf(static_cast<double>(height), y)};
+  }
 }
 
 }  // namespace
@@ -117,9 +122,8 @@ KXCALC_INLINE i32x4 coordinatesOf(i32x4 edges, u32x4 pixels) {
 extern "C" void kxcalcGetXYValGraph2D(const XYValGraph2DParams* params) {
   using namespace kxcalc;
   const XYValGraph2DParams& p = *params;
-  const i32x4 edges = edgesOf(p);
-  const i32x4 coordinates = coordinatesOf(edges, pixelsOf(edges, fractionsOf(xOnAxis(p), yOnAxis(p))));
-  *p.pixelX = coordinates[0];
-  *p.pixelY = coordinates[1];
+  const Pixels pixels = pixelsOf(p);
+  *p.pixelX = coordinate(static_cast<uint32_t>(p.left) + static_cast<uint32_t>(pixels.fromLeft));
+  *p.pixelY = coordinate(static_cast<uint32_t>(p.bottom) - static_cast<uint32_t>(pixels.fromBottom));
   *p.valid = 1;
 }

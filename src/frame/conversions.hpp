@@ -296,14 +296,18 @@ KXCALC_INLINE int32_t truncate(double value) {
   return inRange ? static_cast<int32_t>(value) : INT32_MIN;
 }
 
-/// The same of two doubles, in lanes 0 and 1; the others are 0.
-KXCALC_INLINE i32x4 truncate(f64x2 v) {
+/// The same of two doubles, in lanes 0 and 1; the others are 0. Whether it is one instruction, or two by themselves.
 #if defined(__SSE4_1__)
+inline constexpr bool truncatesTwoAtOnce = true;
+KXCALC_INLINE i32x4 truncate(f64x2 v) {
   return bitsAs<i32x4>(_mm_cvttpd_epi32(bitsAs<__m128d>(v)));
-#else
-  return i32x4{truncate(v[0]), truncate(v[1]), 0, 0};
-#endif
 }
+#else
+inline constexpr bool truncatesTwoAtOnce = false;
+KXCALC_INLINE i32x4 truncate(f64x2 v) {
+  return i32x4{truncate(v[0]), truncate(v[1]), 0, 0};
+}
+#endif
 
 /// Doubles in [0, 2^31) cut to integers.
 template <class X>
