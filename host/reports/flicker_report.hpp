@@ -7,14 +7,24 @@
 #include "analysis/flicker/flicker_observation.hpp"
 #include "analysis/flicker/flickermeter.hpp"
 #include "analysis/statistics/envelope.hpp"
+#include "analysis/statistics/value_range.hpp"
 #include "host/reports/floors.hpp"
 #include "host/reports/json.hpp"
+#include "recordings/recording.hpp"
 
 namespace kxhost {
+
+/// How the severities of a day are spread.
+struct FlickerDay {
+  double begin;          ///< in s from the first sample on
+  ValueRange shortTerm;  ///< of at least a dozen
+  ValueRange longTerm;   ///< none counted where no dozen lies in the day
+};
 
 /// One channel's measurement.
 struct FlickerResult {
   std::string file;
+  Format format;
   std::string channel;
   FlickerSetting setting;
   double rate;
@@ -29,6 +39,9 @@ struct FlickerResult {
 
   /// One of each dozen of periods that is complete.
   std::vector<double> longTermSeverities() const;
+
+  /// The days that a dozen of periods lies in, a period in the day of its middle.
+  std::vector<FlickerDay> days() const;
 };
 
 void printTable(const FlickerResult& result);
