@@ -13,8 +13,8 @@ struct SiPrefix {
 /// Whether a unit is one that prefixes go with and has none yet: V, Hz, s, ..., neither kV nor %.
 bool takesPrefix(const std::string& unit);
 
-/// The prefix with which a magnitude lies between 1 and 1000; none for 0, for what is not finite and for units that take
-/// none.
+/// The prefix with which a magnitude lies between 1 and 1000; none for 0, for what is not finite and for units that
+/// take none.
 SiPrefix siPrefix(double magnitude, const std::string& unit);
 
 /// A value with its unit: "1.5 kHz". Without a unit it is the number alone.
