@@ -1,16 +1,31 @@
 #include "host/reports/flicker_report.hpp"
 
+#include <fmt/ranges.h>
+
+#include <algorithm>
 #include <iostream>
 #include <map>
 #include <utility>
 
 #include "analysis/number_text.hpp"
 #include "host/reports/floors.hpp"
+#include "host/reports/power_tally.hpp"
 #include "host/reports/print.hpp"
 #include "host/reports/recording_times.hpp"
 #include "host/reports/table.hpp"
 
 namespace kxhost {
+
+void FlickerResult::addFlags(const WindowPlace& window) {
+  if (!window.flags.any()) {
+    return;
+  }
+  const double end = window.begin + window.length, settled = std::max(0.0, window.begin - beginOf(0));
+  for (auto i = static_cast<size_t>(settled / secondsOf(period)); beginOf(i) < end; ++i) {
+    flags.resize(std::max(flags.size(), i + 1));
+    flags[i] = flags[i] | window.flags;
+  }
+}
 
 std::vector<double> FlickerResult::longTermSeverities() const {
   std::vector<double> severities, dozen;
@@ -89,7 +104,7 @@ void printTable(const FlickerResult& result) {
   printTo(std::cout, "{}, channel {}, {:.10g} Hz: lamp and mains of {}, settled for {:.5g} s, Pst over {}\n\n",
           result.file, result.channel, result.rate, settingText(result.setting), result.secondsOf(result.settling),
           period);
-  Table table({"From/s", "To/s", "Pst", "P0.1", "P1s", "P3s", "P10s", "P50s", "Largest"});
+  Table table({"From/s", "To/s", "Pst", "P0.1", "P1s", "P3s", "P10s", "P50s", "Largest", Table::text("Flags")});
   for (size_t i = 0; i < result.periods.size(); ++i) {
     const Severity severity = severityOf(result.periods[i].classes);
     std::vector<std::string> row{cell(result.beginOf(i), timeDigits), cell(result.beginOf(i + 1), timeDigits)};
@@ -97,6 +112,7 @@ void printTable(const FlickerResult& result) {
                                 severity.p50s, result.periods[i].largest}) {
       row.push_back(cell(figure, figureDigits));
     }
+    row.push_back(fmt::format("{}", fmt::join(namesOf(result.flagsOf(i)), ", ")));
     table.add(std::move(row));
   }
   table.print(std::cout);
@@ -119,6 +135,7 @@ Json jsonOf(const FlickerResult& result) {
     periods.push_back({{"from_s", result.beginOf(i)},
                        {"length_s", result.secondsOf(result.period)},
                        {"from_time", jsonMoment(result.format, result.beginOf(i))},
+                       {"flags", namesOf(result.flagsOf(i))},
                        {"pst", severity.shortTerm},
                        {"p0_1", severity.p01},
                        {"p1s", severity.p1s},

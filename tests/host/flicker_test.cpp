@@ -212,6 +212,21 @@ TEST_F(FlickerTest, ADayHasItsSpreadOfSeverities) {
   EXPECT_TRUE(flicker({file, "--settling", "5", "--period", "2"}).at("days").empty());
 }
 
+TEST_F(FlickerTest, PeriodsThatADipTouchesAreFlagged) {
+  const auto envelope = [](double time) { return time < 8.45 || time >= 8.65 ? 1 : 0.5; };
+  const std::string file = record("a.wav", voltage(14, 50, envelope));
+  const nlohmann::json periods = flicker({file, "--settling", "3", "--period", "2"}).at("periods");
+  ASSERT_EQ(periods.size(), 5);
+  for (size_t i = 0; i < periods.size(); ++i) {  // from 3, 5, 7, 9 and 11 s on
+    EXPECT_EQ(periods[i].at("flags"), i == 2 ? nlohmann::json({"dip"}) : nlohmann::json::array()) << i;
+  }
+  const std::string text = run({"flicker", file, "--settling", "3", "--period", "2"}).out;
+  EXPECT_NE(text.find("Largest  Flags\n"), std::string::npos) << text;
+  EXPECT_NE(text.find("  dip\n"), std::string::npos) << text;
+  const nlohmann::json other = flicker({file, "--settling", "3", "--period", "2", "--mains", "60"}).at("periods");
+  EXPECT_EQ(other[0].at("flags"), nlohmann::json({"frequency unknown"}));  // 50 Hz are too far away
+}
+
 TEST_F(FlickerTest, TheHelpAndTheTestNameAllFourSystems) {
   const std::string help = run({"flicker", "--help"}).out;
   EXPECT_NE(help.find("230 V/50 Hz, 120 V/60 Hz, and by --mains"), std::string::npos) << help;
