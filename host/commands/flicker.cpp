@@ -9,7 +9,7 @@
 #include "analysis/flicker/flicker_observation.hpp"
 #include "analysis/flicker/flickermeter.hpp"
 #include "analysis/number_text.hpp"
-#include "analysis/power/power_stream.hpp"
+#include "analysis/power/voltage_watch.hpp"
 #include "host/commands/command.hpp"
 #include "host/commands/input_files.hpp"
 #include "host/commands/options.hpp"
@@ -66,12 +66,10 @@ void measure(const Functions& functions, const FlickerOptions& options, Recordin
   Flickermeter meter = required(Flickermeter::create(functions, result.setting, result.rate), options.file);
   FlickerObservation observation =
       required(FlickerObservation::create(functions, result.settling, result.period), options.file);
-  PowerStream mains =
-      required(PowerStream::create(functions, {.windows = {.rate = result.rate, .nominal = result.setting.mains}}, 1),
-               options.file);
-  const auto flag = [&](std::span<const PowerWindow> windows) {
-    for (const PowerWindow& window : windows) {
-      result.addFlags(window.place);
+  VoltageWatch watch = required(VoltageWatch::create(result.rate, result.setting.mains), options.file);
+  const auto flag = [&](std::span<const WindowPlace> cycles) {
+    for (const WindowPlace& cycle : cycles) {
+      result.addFlags(cycle);
     }
   };
   const auto observe = [&](const kxcalc::Result<std::span<const float>>& sensation) {
@@ -86,18 +84,18 @@ void measure(const Functions& functions, const FlickerOptions& options, Recordin
   Progress progress(options.file);
   std::vector<T> block(blockFrames * channels);
   std::vector<float> voltage(blockFrames);
-  std::vector<std::vector<double>> watched(1);
+  std::vector<double> watched;
   while (const size_t frames = recording.read(std::span(block))) {
     const auto part = std::span(voltage).first(frames);
     channelValues(functions, block.data() + options.channel - 1, channels, {1 / format.fullScale, 0}, part);
     observe(meter.feed(part));
-    watched[0].assign(part.begin(), part.end());
-    flag(mains.feed(watched, watched));
+    watched.assign(part.begin(), part.end());
+    flag(watch.feed(watched));
     result.samples += frames;
     progress.update(recording.position());
   }
   observe(meter.finish());
-  flag(mains.finish());
+  flag(watch.finish());
   if (result.samples > 0 && !meter.hasVoltage()) {
     throw FileError(options.file, "has no voltage in channel " + result.channel);
   }
@@ -228,9 +226,8 @@ void addFlickerCommand(CLI::App& program, Action& chosen) {
       "Plt, the long-term severity, is the cubic mean of 12 values of Pst. Of each day that holds as many, extremes "
       "and\n"
       "what 5 % and 95 % of the values keep to are told.\n"
-      "Periods that a dip, a swell or an interruption touches, or in which the mains is not to be seen or its "
-      "frequency\n"
-      "moves by more than 0.2 % in ten cycles, are flagged; they count all the same.\n"
+      "Periods that a dip, a swell or an interruption touches, or in which the mains is not to be seen, are flagged;\n"
+      "they count all the same.\n"
       "Four systems can be measured: 230 V/50 Hz, 120 V/60 Hz, and by --mains a lamp at the other frequency, 230 V/60 "
       "Hz\n"
       "and 120 V/50 Hz. There the lamp weights what it does at its own; the low-pass before is the other mains'.\n"

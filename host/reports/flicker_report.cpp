@@ -16,14 +16,11 @@
 
 namespace kxhost {
 
-void FlickerResult::addFlags(const WindowPlace& window) {
-  if (!window.flags.any()) {
-    return;
-  }
-  const double end = window.begin + window.length, settled = std::max(0.0, window.begin - beginOf(0));
+void FlickerResult::addFlags(const WindowPlace& cycle) {
+  const double end = cycle.begin + cycle.length, settled = std::max(0.0, cycle.begin - beginOf(0));
   for (auto i = static_cast<size_t>(settled / secondsOf(period)); beginOf(i) < end; ++i) {
     flags.resize(std::max(flags.size(), i + 1));
-    flags[i] = flags[i] | window.flags;
+    flags[i] = flags[i] | cycle.flags;
   }
 }
 

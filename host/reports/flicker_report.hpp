@@ -39,8 +39,8 @@ struct FlickerResult {
   /// Of a period, in seconds.
   double beginOf(size_t index) const { return secondsOf(settling + index * period); }
 
-  /// Takes what is to be said of a window of the voltage into the periods that it touches.
-  void addFlags(const WindowPlace& window);
+  /// Takes what is to be said of a cycle of the voltage into the periods that it touches.
+  void addFlags(const WindowPlace& cycle);
   WindowFlags flagsOf(size_t index) const { return index < flags.size() ? flags[index] : WindowFlags{}; }
 
   /// One of each dozen of periods that is complete.
