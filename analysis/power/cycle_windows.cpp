@@ -35,17 +35,14 @@ size_t quickLength(size_t least) {
 }
 
 /// In four sums: additions that wait for each other would take most of the time.
+/// @param weights  of an even reach, so that they come in fours.
 double weightedSum(std::span<const double> weights, const double* samples) {
   constexpr size_t lanes = 4;
   std::array<double, lanes> sums{};
-  size_t k = 0;
-  for (; k + lanes <= weights.size(); k += lanes) {
+  for (size_t k = 0; k < weights.size(); k += lanes) {
     for (size_t lane = 0; lane < lanes; ++lane) {
       sums[lane] += weights[k + lane] * samples[k + lane];
     }
-  }
-  for (; k < weights.size(); ++k) {
-    sums[0] += weights[k] * samples[k];
   }
   return (sums[0] + sums[1]) + (sums[2] + sums[3]);
 }
@@ -195,7 +192,8 @@ void CycleWindows::takeReachFor(double frequency) {
   count_ = quickLength(std::max(leastCount, static_cast<size_t>(std::lround(cycles_ * rate_ / frequency))));
   const double order = frequency / rate_, highest = BetweenSamples::highestFrequency(mostReach);
   const double kept = order * std::clamp(std::floor(highest / order), 1.0, mostOrders);
-  const double reach = std::clamp(std::ceil(BetweenSamples::reachFor(std::min(kept, highest))), leastReach, mostReach);
+  const double needed = BetweenSamples::reachFor(std::min(kept, highest));
+  const double reach = std::clamp(2 * std::ceil(needed / 2), leastReach, mostReach);  // even
   between_ = BetweenSamples(static_cast<size_t>(reach));
   highestFrequency_ = rate_ * BetweenSamples::highestFrequency(reach);
 }
