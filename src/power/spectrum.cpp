@@ -34,7 +34,7 @@ KXCALC_INLINE void correct(float* spectrum, const float* correction, size_t elem
   size_t i = 0;
   if (!feedsOwnVector(spectrum, correction)) {
     const auto correctBlock = [=](auto at) KXCALC_INLINE_LAMBDA {
-      at.store(spectrum, complexProduct(at.load(spectrum), at.load(correction)));
+      at.store(spectrum, complexProduct(at.loadOnce(spectrum), at.load(correction)));
     };
     i = walkBlocks<4>(elements, correctBlock, spectrum, correction);
   }
