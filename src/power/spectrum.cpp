@@ -197,5 +197,5 @@ extern "C" uint32_t kxcalcPowerFindIndexOfMaxAmplitude(const float* spectrum, ui
 
 extern "C" double kxcalcPowerHarmonicZero(const float* spectrum, uint32_t binCount) {
   using namespace kxcalc;
-  return serialSum<Doubles>(Energies{spectrum}, binCount);
+  return serialSumIfWide<Doubles>(Energies{spectrum}, binCount);
 }

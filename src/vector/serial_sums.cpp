@@ -80,7 +80,5 @@ extern "C" double kxcalcSumSquaredValues_float(const float* data, uint32_t count
 
 extern "C" double kxcalcMultiplyVectorsAndCalcSum_float(const float* first, const float* second, uint32_t count) {
   using namespace kxcalc;
-  const Products products{first, second};
-  // With vectors of 16 bytes nothing is quicker than the chain.
-  return widestBytes > 16 ? serialSum<Doubles>(products, count) : addInOrder(0.0, products, 0, count);
+  return serialSumIfWide<Doubles>(Products{first, second}, count);
 }
