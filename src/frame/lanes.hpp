@@ -425,6 +425,11 @@ KXCALC_INLINE V squareRoot(V v) {
 #endif
 }
 
+/// The same of a double: without optimisation the one of <cmath> is a call of the mathematical library.
+KXCALC_INLINE double squareRoot(double v) {
+  return __builtin_sqrt(v);
+}
+
 /// Lane k: a[2k] * b[2k] + a[2k + 1] * b[2k + 1], exact as an unsigned number when the sum is not negative (four times
 /// -32768 gives 2^31), and as a signed number otherwise.
 template <class V>

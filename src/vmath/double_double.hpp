@@ -22,7 +22,7 @@ KXCALC_INLINE V magnitude(V v) {
 }
 /// A magnitude with the sign of v.
 KXCALC_INLINE double withSignOf(double magnitude, double v) {
-  return std::copysign(magnitude, v);
+  return __builtin_copysign(magnitude, v);  // without optimisation the one of <cmath> is a call of the mathematical library
 }
 template <class V>
 KXCALC_INLINE V withSignOf(V magnitude, V v) {
