@@ -15,6 +15,7 @@ using Action = std::function<int(const Functions&)>;
 /// Each of these adds a subcommand, which sets `chosen` when it is the one.
 void addStatsCommand(CLI::App& program, Action& chosen);
 void addViewCommand(CLI::App& program, Action& chosen);
+void addSpectrumCommand(CLI::App& program, Action& chosen);
 void addResampleCommand(CLI::App& program, Action& chosen);
 void addFilterCommand(CLI::App& program, Action& chosen);
 void addNoiseCommand(CLI::App& program, Action& chosen);
