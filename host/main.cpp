@@ -54,6 +54,8 @@ int run(int argumentCount, char** arguments) {
   kxhost::addPowerCommand(program, chosen);
   kxhost::addFlickerCommand(program, chosen);
   kxhost::addGenerateCommand(program, chosen);
+  kxhost::addManCommand(program);
+  kxhost::addCompletionCommand(program);
   program.footer(
       "Exit code: 0 if all went well, 1 if an input could not be used, 2 if the command line is wrong.\n"
       "\n"

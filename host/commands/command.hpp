@@ -24,4 +24,8 @@ void addPowerCommand(CLI::App& program, Action& chosen);
 void addFlickerCommand(CLI::App& program, Action& chosen);
 void addGenerateCommand(CLI::App& program, Action& chosen);
 
+/// These print what is made of the program's own options, and need no library.
+void addManCommand(CLI::App& program);
+void addCompletionCommand(CLI::App& program);
+
 }  // namespace kxhost
