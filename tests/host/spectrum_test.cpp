@@ -226,8 +226,8 @@ TEST_F(SpectrumTest, ThePictureDrawsTheLevelsOverFrequency) {
   EXPECT_NE(read(svg).find("amplitude in dB re full scale"), std::string::npos);
   // As PNG: of noise, whose curve no axis hides.
   const std::string noisy = write("noise.wav", {as<double>(noise(8000, 32), 0x1p-31)});
-  ASSERT_EQ(run({"spectrum", noisy, "--peaks", "0", "--plot", svg}).code, 0);
-  ASSERT_EQ(run({"spectrum", noisy, "--peaks", "0", "--plot", png}).code, 0);
+  ASSERT_EQ(run({"spectrum", noisy, "--length", "256", "--peaks", "0", "--plot", svg}).code, 0);
+  ASSERT_EQ(run({"spectrum", noisy, "--length", "256", "--peaks", "0", "--plot", png}).code, 0);
   expectShows(PngImage(png), readSvg(read(svg)).at(0).curve("channel 1"));
 }
 
