@@ -152,9 +152,10 @@ void CycleWindows::keepToSamples(CycleWindow& window) const {
   window.length = std::round(window.length);
 }
 
-/// So far that the highest of 50 orders that lies below half of the sample rate is kept.
+/// So far that the highest order below half of the sample rate is kept, up to the 51st: the groups of 50 orders end
+/// there.
 void CycleWindows::takeReachFor(double frequency) {
-  constexpr double mostOrders = 50, leastReach = 32, mostReach = 512, change = 0.005;
+  constexpr double mostOrders = 51, leastReach = 32, mostReach = 512, change = 0.005;
   if (count_ != 0 && std::abs(static_cast<double>(count_) * frequency / (cycles_ * rate_) - 1) <= change) {
     return;
   }

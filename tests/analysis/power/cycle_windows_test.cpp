@@ -141,6 +141,19 @@ TEST(CycleWindows, BlocksDoNotMatter) {
   }
 }
 
+/// At a low rate the samples that a window is interpolated from reach further than those that its frequency is told by.
+TEST(CycleWindows, TheyAreFilledOnceTheirNeighboursHaveCome) {
+  const MainsVoltage voltage{.rate = 1000, .parts = distorted(0.2, 9), .cycles = steady(49.7), .noise = 0.01};
+  const std::array channels{voltage.samples(4)};
+  const Cut whole = cut(channels, {.rate = voltage.rate}, channels[0].size());
+  const Cut parts = cut(channels, {.rate = voltage.rate}, 1);
+  ASSERT_EQ(whole.windows.size(), 19U);
+  ASSERT_EQ(parts.windows.size(), whole.windows.size());
+  for (size_t i = 0; i < whole.windows.size(); ++i) {
+    EXPECT_EQ(parts.windows[i].samples, whole.windows[i].samples) << i;
+  }
+}
+
 TEST(CycleWindows, WhereTheFrequencyMovesIsTold) {
   // At 1.1 s, in the middle of a window, it rises by half a hertz.
   const MainsVoltage voltage{.cycles = [](double time) { return 50 * time + 0.5 * std::max(0.0, time - 1.1); }};
