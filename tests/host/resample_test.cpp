@@ -208,7 +208,7 @@ TEST_F(ResampleTest, OnlyTheSplineTakesWhatIsNotFinite) {
                           "cannot be resampled (unless --plain is given): sample 9003 is not a finite number");
     const std::vector<float> found = spline(file, 96000).samples;
     for (size_t i = 0; i < found.size(); ++i) {
-      ASSERT_EQ(std::isfinite(found[i]), i <= 2 * 9001 || i >= 2 * 9005 || (i % 2 == 0 && i != 2 * 9003)) << i;
+      ASSERT_EQ(std::isfinite(found[i]), i < 2 * 9001 || i >= 2 * 9005) << i;  // the spline takes four samples
     }
   }
 }
