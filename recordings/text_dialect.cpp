@@ -51,6 +51,7 @@ struct CutLine {
   size_t index;  // of the lines
   std::vector<std::string> fields;
   std::vector<Kind> kinds;
+  bool isOpen = false;  // a quote does not close
 
   size_t size() const { return fields.size(); }
 
@@ -99,11 +100,12 @@ Cut cutLines(std::span<const TextLine> lines, char separator, std::optional<char
       continue;
     }
     std::string text = lines[i].text;
-    CutLine line{i, {}, {}};
+    CutLine line{i, {}, {}, false};
     if (splitQuotedFields(text, separator, fields)) {
       line.fields.assign(fields.begin(), fields.end());
     } else {
       line.fields.push_back(lines[i].text);
+      line.isOpen = true;
     }
     for (const std::string& field : line.fields) {
       line.kinds.push_back(kindOf(field, decimalMark));
@@ -378,6 +380,9 @@ Result<TextTable> tableOf(std::span<const TextLine> lines, std::optional<char> d
     return Problem{"is empty: it holds no rows"};
   }
   if (!firstRow) {
+    if (const auto open = std::ranges::find_if(cut, &CutLine::isOpen); open != cut.end()) {
+      return Problem{"line " + std::to_string(lines[open->index].number) + ": a quote is not closed"};
+    }
     return Problem{cut.size() == 1 ? "holds a header row alone, and no rows of numbers" : "no column holds numbers"};
   }
   const CutLine& row = cut[*firstRow];

@@ -60,6 +60,20 @@ std::string dayFirst(std::string_view date) {
   return "";
 }
 
+/// The number of the fewest digits, at most nine, that is near another one and between two; the other one if there is none.
+double roundest(double number, double least, double most) {
+  constexpr int mostDigits = 9;
+  double digit = std::pow(10, std::floor(std::log10(number)));
+  for (int i = 0; i < mostDigits; ++i, digit /= 10) {
+    const double round =
+        digit < 1 ? std::round(number / digit) / std::round(1 / digit) : std::round(number / digit) * digit;
+    if (least <= round && round <= most) {
+      return round;
+    }
+  }
+  return number;
+}
+
 std::string lowerCase(std::string_view text) {
   std::string lower(text);
   std::ranges::transform(lower, lower.begin(), [](char c) { return c >= 'A' && c <= 'Z' ? char(c - 'A' + 'a') : c; });
@@ -199,13 +213,16 @@ std::optional<double> TextStampRate::rate() const {
     return std::nullopt;
   }
   const double mean = last_ / static_cast<double>(count_ - 1);
-  const bool isRounded = rounded_.areThere();
-  const double rate = 1 / (isRounded ? std::clamp(mean, rounded_.least, rounded_.most) : mean);
-  const double whole = std::round(rate);
-  constexpr double noise = 1e-6;
-  const bool isWhole =
-      isRounded ? rounded_.least <= 1 / whole && 1 / whole <= rounded_.most : std::abs(rate - whole) <= noise * whole;
-  return isWhole && whole >= 1 ? whole : rate;
+  if (rounded_.areThere()) {
+    const double step = std::clamp(mean, rounded_.least, rounded_.most);
+    return step < 1 ? roundest(1 / step, 1 / rounded_.most, 1 / rounded_.least)
+                    : 1 / roundest(step, rounded_.least, rounded_.most);
+  }
+  // A clock that is no more off than quartzes are means the rate of three digits.
+  constexpr double quartz = 1e-4, digits = 100;
+  const double digit = std::pow(10, std::floor(-std::log10(mean))) / digits;
+  const double nominal = std::round(1 / mean / digit) * digit;
+  return std::abs(nominal * mean - 1) <= quartz ? nominal : 1 / mean;
 }
 
 }  // namespace kxrecordings

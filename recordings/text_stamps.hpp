@@ -46,7 +46,9 @@ public:
   /// With less than a tenth of the step.
   bool areClose() const { return !isLacking_ && scattered_.areThere(); }
 
-  /// Stamps a second; the whole number if such a rate explains them, too. Nothing where they are not even, or do not rise.
+  /// Stamps a second. Of the rates that explain rounded stamps (below 1, of the times between them) the one of the fewest digits;
+  /// the mean of stamps that scatter, or the rate of three digits within 100 parts in a million of it. Nothing where they are not
+  /// even, or do not rise.
   std::optional<double> rate() const;
 
 private:

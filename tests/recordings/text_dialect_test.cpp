@@ -106,6 +106,7 @@ TEST(TextDialect, WhatIsNoTableIsRefused) {
   EXPECT_EQ(tableIn("\n \r\n# a\n\x1A"), "is empty: it holds no rows");
   EXPECT_EQ(tableIn("a,b\n"), "holds a header row alone, and no rows of numbers");
   EXPECT_EQ(tableIn("a,b\nx,y\n"), "no column holds numbers");
+  EXPECT_EQ(tableIn("a,b\n1,\"2\n"), "line 2: a quote is not closed");
   EXPECT_EQ(tableIn(std::string(65536, ';') + "1\n"), "has 65537 columns, at most 65536 are read");
 }
 

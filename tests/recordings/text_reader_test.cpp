@@ -147,6 +147,9 @@ TEST(TextReader, ColumnsOfTimesGiveTheRateAndAreNoChannels) {
   expectRate("t,u\n0,1\n0,1\n0,1\n0.001,1\n0.001,1\n0.001,1\n0.002,1\n", 3000, "t");
   expectRate("t,u\n0,1\n0.1001,1\n0.1999,1\n0.3,1\n", 10, "t");
   expectRate("t,u\n0,1\n10,1\n20,1\n", 0.1, "t");
+  expectRate("t,u\n0,1\n3,1\n6,1\n", 1 / 3.0, "t");
+  expectRate("t,u\n0,1\n0.000208,1\n", 4800, "t");
+  expectRate("t,u\n0,1\n0.0204081,1\n0.0408163,1\n0.0612244,1\n", 49, "t");
   expectRate("t,u\n0,1\n0.00011,1\n0.00019,1\n0.0003,1\n", 10000, "t");
   expectRate("t,u\n0,1\n1e-05,1\n2e-05,1\n1e-04,1\n", std::nullopt,
              "t are not even, first in line 5, and tell no sample rate");
@@ -168,7 +171,23 @@ TEST(TextReader, TimesAreEvenOrNotOverAllOfTheFile) {
        ++i) {  // of 4999.6 Hz in steps of 10 us: only far apart are they told from those of 5000 Hz
     text += std::to_string(std::round(i / 4999.6 * 1e5) * 1e-5).substr(0, 7) + ",1\n";
   }
-  EXPECT_NEAR(*tableIn(text).rate, 4999.6, 0.01);
+  EXPECT_EQ(*tableIn(text).rate, 4999.6);
+}
+
+/// A clock that is a few parts in 100000 off, with stamps in doubles since 1970.
+TEST(TextReader, ScatteredTimesTellTheRoundRate) {
+  std::string text = "UTC;u\n";
+  for (int i = 0; i < 8000; ++i) {
+    const int nanoseconds = i * 20000 + static_cast<int>(i * 0.22) + (i % 7) * 100;
+    const std::string digits = std::to_string(nanoseconds);
+    text += "2020-02-24 18:15:21." + std::string(9 - digits.size(), '0') + digits + ";1\n";
+  }
+  EXPECT_EQ(tableIn(text).rate, 50000);
+  text = "t;u\n";
+  for (int i = 0; i < 1000; ++i) {
+    text += std::to_string(i / 49.61 + (i % 2) * 1e-4) + ";1\n";
+  }
+  EXPECT_NEAR(*tableIn(text).rate, 49.61, 1e-3);
 }
 
 TEST(TextReader, OtherColumnsAreNoTimes) {
