@@ -46,6 +46,7 @@ int run(int argumentCount, char** arguments) {
   program.fallthrough();
   kxhost::addStatsCommand(program, chosen);
   kxhost::addViewCommand(program, chosen);
+  kxhost::addSpectrumCommand(program, chosen);
   kxhost::addResampleCommand(program, chosen);
   kxhost::addFilterCommand(program, chosen);
   kxhost::addNoiseCommand(program, chosen);
@@ -53,6 +54,8 @@ int run(int argumentCount, char** arguments) {
   kxhost::addPowerCommand(program, chosen);
   kxhost::addFlickerCommand(program, chosen);
   kxhost::addGenerateCommand(program, chosen);
+  kxhost::addManCommand(program);
+  kxhost::addCompletionCommand(program);
   program.footer(
       "Exit code: 0 if all went well, 1 if an input could not be used, 2 if the command line is wrong.\n"
       "\n"
@@ -60,6 +63,7 @@ int run(int argumentCount, char** arguments) {
       "  kxhost stats recording.wav\n"
       "  kxhost stats --plot overview.png recording.wav\n"
       "  kxhost view recording.wav -o curve.png --cursor 600,200\n"
+      "  kxhost spectrum recording.wav --plot spectrum.png --tone\n"
       "  kxhost resample recording.wav --rate 48000 -o resampled.wav\n"
       "  kxhost filter recording.wav --lowpass 1000 -o filtered.wav --plot response.png\n"
       "  kxhost noise --pink --seconds 10 -o pink.wav --plot spectrum.png\n"

@@ -29,14 +29,6 @@ int orderCount(const PowerSettings& settings) {
 
 }  // namespace
 
-std::optional<double> SignalFigures::distortion() const {
-  double squares = 0;
-  for (size_t i = 1; i < harmonics.size(); ++i) {
-    squares += static_cast<double>(harmonics[i]) * static_cast<double>(harmonics[i]);
-  }
-  return harmonics[0] != 0 ? std::optional(std::sqrt(squares) / static_cast<double>(harmonics[0])) : std::nullopt;
-}
-
 PowerFigures PowerWindow::total() const {
   PowerFigures sum;
   for (const PhaseFigures& phase : phases) {
@@ -89,15 +81,15 @@ PowerWindow PowerAnalyzer::analyze(std::span<const std::vector<double>> voltages
   PowerWindow window;
   float reference = 0;
   for (size_t i = 0; i < voltages.size(); ++i) {
-    const std::vector<float> voltage = spectrumOf(voltages[i], true), current = spectrumOf(currents[i], false);
+    const Spectrum voltage = spectrumOf(voltages[i], true), current = spectrumOf(currents[i], false);
     if (i == 0) {
-      reference = referencePhase(voltage);
+      reference = referencePhase(voltage.bins);
       window.strongestBin =
-          functions_->kxcalcPowerFindIndexOfMaxAmplitude(voltage.data(), static_cast<uint32_t>(bins_));
+          functions_->kxcalcPowerFindIndexOfMaxAmplitude(voltage.bins.data(), static_cast<uint32_t>(bins_));
     }
     PhaseFigures phase{figuresOf(voltage, reference), figuresOf(current, reference), {}};
-    functions_->kxcalcPowerPandQsum(voltage.data(), current.data(), static_cast<int32_t>(bins_), &phase.power.active,
-                                    &phase.power.reactive);
+    functions_->kxcalcPowerPandQsum(voltage.bins.data(), current.bins.data(), static_cast<int32_t>(bins_),
+                                    &phase.power.active, &phase.power.reactive);
     phase.power.apparent = phase.voltage.rms * phase.current.rms;
     window.phases.push_back(std::move(phase));
   }
@@ -111,20 +103,34 @@ PowerWindow PowerAnalyzer::analyze(std::span<const std::vector<double>> voltages
 /// Rms phasors: a component of rms X and sine phase p that fills a bin is X sin p + i X cos p there once the spectrum is
 /// conjugated, which makes the reactive power of a lagging current positive, too. The first bin and the last
 /// come out sqrt 2 too large; the half weights that the kernels give them in sums of squares set that right.
-std::vector<float> PowerAnalyzer::spectrumOf(const std::vector<double>& samples, bool isVoltage) {
+PowerAnalyzer::Spectrum PowerAnalyzer::spectrumOf(const std::vector<double>& samples, bool isVoltage) {
   const double scale = std::numbers::sqrt2 / static_cast<double>(transform_.length());
-  std::vector<float> spectrum;
-  spectrum.reserve(2 * bins_);
-  for (const std::complex<double>& bin : transform_.transform(samples)) {
-    spectrum.push_back(static_cast<float>(bin.real() * scale));
-    spectrum.push_back(static_cast<float>(bin.imag() * scale));
+  const bool isCorrected = isVoltage && !correction_.empty();
+  const auto bins = transform_.transform(samples);
+  Spectrum spectrum;
+  spectrum.bins.reserve(2 * bins_);
+  for (const std::complex<double>& bin : bins) {
+    spectrum.bins.push_back(static_cast<float>(bin.real() * scale));
+    spectrum.bins.push_back(static_cast<float>(bin.imag() * scale));
   }
-  spectrum.resize(2 * bins_);
-  if (isVoltage && !correction_.empty()) {
-    functions_->kxcalcPowerCorrectFFT_U(spectrum.data(), correction_.data(), static_cast<int32_t>(bins_));
+  spectrum.bins.resize(2 * bins_);
+  if (isCorrected) {
+    functions_->kxcalcPowerCorrectFFT_U(spectrum.bins.data(), correction_.data(), static_cast<int32_t>(bins_));
   }
-  functions_->kxcalcPowerNegateImag_float(spectrum.data(), static_cast<uint32_t>(spectrum.size()));
+  functions_->kxcalcPowerNegateImag_float(spectrum.bins.data(), static_cast<uint32_t>(spectrum.bins.size()));
+
+  const size_t belowHalfTheRate = (transform_.length() + 1) / 2;
+  const size_t grouped =
+      std::min(static_cast<size_t>(orders_ + 1) * static_cast<size_t>(settings_.cycles), belowHalfTheRate);
+  for (size_t bin = 0; bin < grouped; ++bin) {
+    const double gain = isCorrected ? gainAt(bin) : 1;
+    spectrum.squares.push_back(std::norm(bins[bin] * scale * gain));
+  }
   return spectrum;
+}
+
+double PowerAnalyzer::gainAt(size_t bin) const {
+  return std::hypot(static_cast<double>(correction_[2 * bin]), static_cast<double>(correction_[2 * bin + 1]));
 }
 
 double PowerAnalyzer::squareSum(const std::vector<float>& spectrum, size_t firstBin, size_t count) const {
@@ -141,19 +147,20 @@ float PowerAnalyzer::referencePhase(const std::vector<float>& voltage) const {
   return phase < 0 ? phase + turn : phase;
 }
 
-SignalFigures PowerAnalyzer::figuresOf(const std::vector<float>& spectrum, float reference) const {
+SignalFigures PowerAnalyzer::figuresOf(const Spectrum& spectrum, float reference) const {
   SignalFigures figures;
-  const double ends = squareSum(spectrum, 0, 1) + squareSum(spectrum, bins_ - 1, 1);
-  figures.rms = std::sqrt(squareSum(spectrum, 1, bins_ - 2) + ends / 2);
+  const double ends = squareSum(spectrum.bins, 0, 1) + squareSum(spectrum.bins, bins_ - 1, 1);
+  figures.rms = std::sqrt(squareSum(spectrum.bins, 1, bins_ - 2) + ends / 2);
 
   std::vector<float> angles(static_cast<size_t>(orders_) + 1);  // entry 0 is not used
-  functions_->kxcalcPowerAngles(spectrum.data(), angles.data(), orders_, reference,
+  functions_->kxcalcPowerAngles(spectrum.bins.data(), angles.data(), orders_, reference,
                                 static_cast<float>(settings_.cycles));
   for (size_t order = 1; order < angles.size(); ++order) {
-    const double square = squareSum(spectrum, order * static_cast<size_t>(settings_.cycles), 1);
+    const double square = squareSum(spectrum.bins, order * static_cast<size_t>(settings_.cycles), 1);
     figures.harmonics.push_back(static_cast<float>(std::sqrt(square)));
     figures.angles.push_back(0 - angles[order]);  // 0 stays without a sign
   }
+  figures.groups = groupsOf(spectrum.squares, static_cast<size_t>(settings_.cycles), static_cast<size_t>(orders_));
   return figures;
 }
 

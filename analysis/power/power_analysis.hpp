@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "analysis/power/correction_curve.hpp"
+#include "analysis/power/harmonic_groups.hpp"
 #include "analysis/power/window_place.hpp"
 #include "analysis/problem.hpp"
 #include "analysis/spectra/real_transform.hpp"
@@ -28,9 +29,13 @@ struct SignalFigures {
   double rms = 0;                ///< of all that is in the window, in V or A
   std::vector<float> harmonics;  ///< rms of orders 1, 2, ..., in V or A
   std::vector<float> angles;     ///< their sine phases in degrees, -180 to 180: see PowerWindow
+  HarmonicGroups groups{};       ///< in V or A
 
-  /// Total harmonic distortion: harmonics from order 2 on over the fundamental, as a ratio (IEC 61000-4-7, 3.3.1).
-  std::optional<double> distortion() const;
+  /// Total harmonic distortion: from order 2 on over the fundamental, as a ratio, of the harmonics' own bins (THD), of
+  /// the harmonic groups (THDG) and of the subgroups (THDS): IEC 61000-4-7, 3.3.1 to 3.3.3.
+  std::optional<double> distortion() const { return distortionOf(harmonics); }
+  std::optional<double> groupDistortion() const { return distortionOf(groups.harmonic); }
+  std::optional<double> subgroupDistortion() const { return distortionOf(groups.harmonicSubgroups); }
 };
 
 struct PowerFigures {
@@ -91,9 +96,16 @@ public:
 private:
   PowerAnalyzer(const Functions& functions, const PowerSettings& settings, RealTransform transform);
 
-  std::vector<float> spectrumOf(const std::vector<double>& samples, bool isVoltage);
+  /// A signal's bins in single, as the kernels take them, and those that groups consist of squared in double.
+  struct Spectrum {
+    std::vector<float> bins;
+    std::vector<double> squares;
+  };
+
+  Spectrum spectrumOf(const std::vector<double>& samples, bool isVoltage);
+  double gainAt(size_t bin) const;
   double squareSum(const std::vector<float>& spectrum, size_t firstBin, size_t count) const;
-  SignalFigures figuresOf(const std::vector<float>& spectrum, float reference) const;
+  SignalFigures figuresOf(const Spectrum& spectrum, float reference) const;
   float referencePhase(const std::vector<float>& voltage) const;
   SequenceFigures sequencesOf(std::span<const PhaseFigures> phases, SignalFigures PhaseFigures::*signal) const;
 

@@ -14,6 +14,10 @@ constexpr std::array<float SequenceFigures::*, 5> sequenceFigures{
     &SequenceFigures::positive, &SequenceFigures::negative, &SequenceFigures::zero, &SequenceFigures::negativeRatio,
     &SequenceFigures::zeroRatio};
 
+constexpr std::array<std::vector<double> HarmonicGroups::*, 4> allGroups{
+    &HarmonicGroups::harmonic, &HarmonicGroups::harmonicSubgroups, &HarmonicGroups::interharmonic,
+    &HarmonicGroups::interharmonicSubgroups};
+
 bool isFlagged(const PowerWindow& window) {
   return window.place.flags.any();
 }
@@ -29,24 +33,46 @@ double PowerMean::Squares::root() const {
   return count > 0 ? std::sqrt(sum / count) : std::numeric_limits<double>::quiet_NaN();
 }
 
+template <class Number>
+void PowerMean::OrderSquares::add(const std::vector<Number>& values, bool isFirst) {
+  orders.resize(isFirst ? values.size() : std::min(orders.size(), values.size()));
+  for (size_t i = 0; i < orders.size(); ++i) {
+    orders[i].add(static_cast<double>(values[i]));
+  }
+}
+
+template <class Number>
+std::vector<Number> PowerMean::OrderSquares::roots() const {
+  std::vector<Number> roots;
+  for (const Squares& squares : orders) {
+    roots.push_back(static_cast<Number>(squares.root()));
+  }
+  return roots;
+}
+
 void PowerMean::Signal::add(const SignalFigures& figures) {
-  const size_t orders = rms.count > 0 ? std::min(harmonics.size(), figures.harmonics.size()) : figures.harmonics.size();
+  const bool isFirst = rms.count == 0;
   rms.add(figures.rms);
-  harmonics.resize(orders);
-  phasors.resize(orders);
-  for (size_t i = 0; i < orders; ++i) {
-    const auto magnitude = static_cast<double>(figures.harmonics[i]);
-    harmonics[i].add(magnitude);
-    phasors[i] += std::polar(magnitude, static_cast<double>(figures.angles[i]) / degrees);
+  harmonics.add(figures.harmonics, isFirst);
+  for (size_t i = 0; i < groups.size(); ++i) {
+    groups.at(i).add(figures.groups.*allGroups.at(i), isFirst);
+  }
+  phasors.resize(harmonics.orders.size());
+  for (size_t i = 0; i < phasors.size(); ++i) {
+    phasors[i] +=
+        std::polar(static_cast<double>(figures.harmonics[i]), static_cast<double>(figures.angles[i]) / degrees);
   }
 }
 
 SignalFigures PowerMean::Signal::value() const {
   SignalFigures mean;
   mean.rms = rms.root();
-  for (size_t i = 0; i < harmonics.size(); ++i) {
-    mean.harmonics.push_back(static_cast<float>(harmonics[i].root()));
-    mean.angles.push_back(static_cast<float>(std::arg(phasors[i]) * degrees));
+  mean.harmonics = harmonics.roots<float>();
+  for (size_t i = 0; i < groups.size(); ++i) {
+    mean.groups.*allGroups.at(i) = groups.at(i).roots<double>();
+  }
+  for (const std::complex<double>& phasor : phasors) {
+    mean.angles.push_back(static_cast<float>(std::arg(phasor) * degrees));
   }
   return mean;
 }

@@ -32,9 +32,20 @@ private:
     double root() const;
   };
 
+  /// The same of the figures of as many orders as all windows have.
+  struct OrderSquares {
+    std::vector<Squares> orders;
+
+    template <class Number>
+    void add(const std::vector<Number>& values, bool isFirst);
+    template <class Number>
+    std::vector<Number> roots() const;
+  };
+
   struct Signal {
     Squares rms;
-    std::vector<Squares> harmonics;
+    OrderSquares harmonics;
+    std::array<OrderSquares, 4> groups;
     std::vector<std::complex<double>> phasors;
 
     void add(const SignalFigures& figures);

@@ -153,11 +153,13 @@ PowerWindow PowerStream::figuresOf(const CycleWindow& window) {
   }
   const std::span samples(window.samples);
   PowerWindow figures = analyzer_->analyze(samples.first(phases_), samples.subspan(phases_));
-  const auto kept = static_cast<size_t>(std::max(1.0, window.highestFrequency / window.frequency));
+  const double orders = window.highestFrequency / window.frequency;
+  const auto kept = static_cast<size_t>(std::max(1.0, orders));
   for (PhaseFigures& phase : figures.phases) {
     for (SignalFigures* signal : {&phase.voltage, &phase.current}) {
       signal->harmonics.resize(std::min(signal->harmonics.size(), kept));
       signal->angles.resize(signal->harmonics.size());
+      signal->groups.keepBelow(orders);
     }
   }
   return figures;

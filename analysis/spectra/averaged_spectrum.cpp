@@ -1,34 +1,33 @@
 #include "analysis/spectra/averaged_spectrum.hpp"
 
 #include <algorithm>
-#include <cmath>
 #include <functional>
-#include <numbers>
+#include <numeric>
 #include <utility>
 
 namespace kxanalysis {
 
-Result<AveragedSpectrum> AveragedSpectrum::create(size_t length) {
-  if (length < 2 || length % 2 != 0) {
-    return unsuitable("length", static_cast<double>(length), "segments have an even number of samples, at least 2");
+Result<AveragedSpectrum> AveragedSpectrum::create(const SpectrumSettings& settings) {
+  const auto length = static_cast<double>(settings.length);
+  if (settings.length < 2 || settings.length % 2 != 0) {
+    return unsuitable("length", length, "segments have an even number of samples, at least 2");
   }
-  auto transform = RealTransform::create(length);
+  if (settings.overlap >= settings.length) {
+    return unsuitable("overlap", static_cast<double>(settings.overlap), "segments share fewer samples than they have");
+  }
+  auto transform = RealTransform::create(settings.length);
   if (!transform) {
     return Problem{transform.problem()};
   }
-  return AveragedSpectrum(std::move(*transform));
+  return AveragedSpectrum(settings, std::move(*transform));
 }
 
-AveragedSpectrum::AveragedSpectrum(RealTransform transform)
-    : transform_(std::move(transform)),
-      window_(transform_.length()),
-      segment_(transform_.length()),
-      power_(transform_.binCount()) {
-  for (size_t i = 0; i < window_.size(); ++i) {
-    const double turn = static_cast<double>(i) / static_cast<double>(window_.size());
-    window_[i] = 0.5 - 0.5 * std::cos(2 * std::numbers::pi * turn);
-  }
-}
+AveragedSpectrum::AveragedSpectrum(const SpectrumSettings& settings, RealTransform transform)
+    : settings_(settings),
+      transform_(std::move(transform)),
+      window_(weightsOf(settings.window, settings.length)),
+      segment_(settings.length),
+      power_(transform_.binCount()) {}
 
 void AveragedSpectrum::feed(std::span<const double> samples) {
   while (!samples.empty()) {
@@ -38,13 +37,20 @@ void AveragedSpectrum::feed(std::span<const double> samples) {
     samples = samples.subspan(part.size());
     if (waiting_.size() == window_.size()) {
       addSegment();
-      waiting_.erase(waiting_.begin(), waiting_.begin() + static_cast<std::ptrdiff_t>(window_.size() / 2));
+      waiting_.erase(waiting_.begin(), waiting_.end() - static_cast<std::ptrdiff_t>(settings_.overlap));
     }
   }
 }
 
 void AveragedSpectrum::addSegment() {
-  std::ranges::transform(waiting_, window_, segment_.begin(), std::multiplies());
+  if (settings_.removesAverage) {
+    const double sum = std::accumulate(waiting_.begin(), waiting_.end(), 0.0);
+    const double average = sum / static_cast<double>(waiting_.size());
+    std::ranges::transform(waiting_, window_, segment_.begin(),
+                           [=](double sample, double weight) { return (sample - average) * weight; });
+  } else {
+    std::ranges::transform(waiting_, window_, segment_.begin(), std::multiplies());
+  }
   const auto bins = transform_.transform(segment_);
   for (size_t i = 0; i < bins.size(); ++i) {
     power_[i] += std::norm(bins[i]);
@@ -52,16 +58,25 @@ void AveragedSpectrum::addSegment() {
   ++segments_;
 }
 
+/// All bins but the first and the last one stand for two frequencies.
+std::vector<double> AveragedSpectrum::powersTimes(double factor) const {
+  std::vector<double> powers(power_);
+  for (double& power : powers) {
+    power *= 2 * factor / static_cast<double>(segments_);
+  }
+  powers.front() /= 2;
+  powers.back() /= 2;
+  return powers;
+}
+
 std::vector<double> AveragedSpectrum::density(double rate) const {
-  double windowPower = 0;
-  for (const double weight : window_) {
-    windowPower += weight * weight;
-  }
-  std::vector<double> density(power_);
-  for (double& value : density) {
-    value *= 2 / (windowPower * rate * static_cast<double>(segments_));
-  }
-  return density;
+  const double windowPower = std::inner_product(window_.begin(), window_.end(), window_.begin(), 0.0);
+  return powersTimes(1 / (windowPower * rate));
+}
+
+std::vector<double> AveragedSpectrum::meanSquares() const {
+  const double gain = std::accumulate(window_.begin(), window_.end(), 0.0);
+  return powersTimes(1 / (gain * gain));
 }
 
 }  // namespace kxanalysis

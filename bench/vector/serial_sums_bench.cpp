@@ -113,6 +113,7 @@ const bool registered = [] {
   compare<true>("kxcalcSumSquaredValues_float", "", Signal::noise, Signal::noise);
   compare<false>("kxcalcMultiplyVectorsAndCalcSum_float", "correlated", Signal::noise, Signal::correlated);
   compare<false>("kxcalcMultiplyVectorsAndCalcSum_float", "independent", Signal::noise, Signal::otherNoise);
+  compare<false>("kxcalcMultiplyVectorsAndCalcSum_float", "one-sign", Signal::noise, Signal::noise);
   return true;
 }();
 

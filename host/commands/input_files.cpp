@@ -2,7 +2,22 @@
 
 #include <fmt/format.h>
 
+#include <cmath>
+
 namespace kxhost {
+namespace {
+
+template <class T>
+void requireAllFinite(const std::string& file, const std::string& done, std::span<const T> values,
+                      uint64_t firstFrame) {
+  for (size_t i = 0; i < values.size(); ++i) {
+    if (!std::isfinite(values[i])) {
+      throw FileError(file, fmt::format("cannot be {}: sample {} is not a finite number", done, firstFrame + i));
+    }
+  }
+}
+
+}  // namespace
 
 double rateOf(const std::string& file, const Format& format, const std::string& option) {
   if (!format.rate) {
@@ -16,6 +31,16 @@ size_t channelIndex(const std::string& file, const Format& format, int channel) 
     throw FileError(file, fmt::format("has no channel {}, they are numbered 1 to {}", channel, format.channels.size()));
   }
   return static_cast<size_t>(channel - 1);
+}
+
+void requireFinite(const std::string& file, const std::string& done, std::span<const float> values,
+                   uint64_t firstFrame) {
+  requireAllFinite(file, done, values, firstFrame);
+}
+
+void requireFinite(const std::string& file, const std::string& done, std::span<const double> values,
+                   uint64_t firstFrame) {
+  requireAllFinite(file, done, values, firstFrame);
 }
 
 }  // namespace kxhost

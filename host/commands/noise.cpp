@@ -216,7 +216,8 @@ int runNoise(const Functions& functions, const NoiseOptions& options) {
   const ImpulseResponse impulseResponse = options.pink ? pinkImpulseResponse(functions) : ImpulseResponse();
   const double factor = levelFactor(impulseResponse);
   Statistics<float> statistics(functions);
-  AveragedSpectrum spectrum = required(AveragedSpectrum::create(segmentLength(options)));
+  AveragedSpectrum spectrum =
+      required(AveragedSpectrum::create({.length = segmentLength(options), .overlap = segmentLength(options) / 2}));
   generate(functions, options, factor, output, statistics, spectrum);
   const Spectra spectra = spectraOf(options, spectrum, impulseResponse);
   if (picture) {

@@ -113,6 +113,18 @@ CLI::Option& addAudioOutputOption(CLI::App& command, std::string& file, const st
   return *command.add_option("-o,--output", file, help)->type_name("OUT.wav")->check(endingIn({".wav"}));
 }
 
+void addScaleOptions(CLI::App& command, AxisScale& xScale, AxisScale& yScale, const std::string& xAxis) {
+  using Names = std::vector<std::pair<std::string, AxisScale>>;
+  const char* const usual = yScale == AxisScale::decibel ? "db" : "lin";
+  command.add_option("--x-axis", xScale, xAxis + ": lin or log (default: lin)")
+      ->type_name("SCALE")
+      ->transform(CLI::CheckedTransformer(Names{{"lin", AxisScale::linear}, {"log", AxisScale::logarithmic}}));
+  command.add_option("--y-axis", yScale, fmt::format("Value axis: lin, log or db (default: {})", usual))
+      ->type_name("SCALE")
+      ->transform(CLI::CheckedTransformer(
+          Names{{"lin", AxisScale::linear}, {"log", AxisScale::logarithmic}, {"db", AxisScale::decibel}}));
+}
+
 void addPictureOption(CLI::App& command, std::string& picture, const std::string& help) {
   command.add_option("--plot", picture, help)->type_name("OUT.png|OUT.svg")->check([](const std::string& file) {
     return canDraw(file) ? "" : file + " does not end in .png or .svg";

@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "analysis/display/axis.hpp"
 #include "host/reports/floors.hpp"
 #include "recordings/recording.hpp"
 
@@ -48,6 +49,10 @@ void addChannelOption(CLI::App& command, int& channel);
 
 /// Adds the audio file that a command writes.
 CLI::Option& addAudioOutputOption(CLI::App& command, std::string& file, const std::string& help);
+
+/// Adds the scales of a picture's axes: linear or logarithmic, the values' also in decibels.
+/// @param xAxis  what the help calls the X axis.
+void addScaleOptions(CLI::App& command, AxisScale& xScale, AxisScale& yScale, const std::string& xAxis);
 
 /// Adds the picture that a command draws when asked to.
 void addPictureOption(CLI::App& command, std::string& picture, const std::string& help);

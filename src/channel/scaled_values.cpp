@@ -36,49 +36,54 @@ KXCALC_INLINE double doubleOf(Raw raw) {
   }
 }
 
-/// Both halves are exact, and so is the high one times 65536: the addition is the only rounding.
-template <class V>
-KXCALC_INLINE SameSize<float, V> singlesOf(V raw) {
-  const auto high = bitsAs<SameSize<int32_t, V>>(raw >> 16), low = bitsAs<SameSize<int32_t, V>>(raw & 0xFFFFU);
-  return toSingles(high) * 65536.0F + toSingles(low);
+/// Raw samples, those of 8 and 16 bits as integers of 32.
+template <class... Raw>
+KXCALC_INLINE auto lanesOf(Raw... raw) {
+  using First = std::common_type_t<Raw...>;
+  return Lanes<std::conditional_t<(sizeof(First) < sizeof(int32_t)), int32_t, First>>{raw...};
 }
 
-/// Four raw samples, one after the other.
-template <class Raw>
-KXCALC_INLINE auto singlesOf(Raw a, Raw b, Raw c, Raw d) {
-  if constexpr (sizeof(Raw) <= sizeof(int32_t) && std::is_integral_v<Raw> && !std::is_same_v<Raw, uint32_t>) {
-    return __builtin_convertvector(i32x4{a, b, c, d}, f32x4);
-  } else if constexpr (std::is_same_v<Raw, uint32_t>) {
-    return singlesOf(u32x4{a, b, c, d});
+/// As many as a pack holds, a stride apart.
+template <size_t width, class Raw, class Stride>
+KXCALC_INLINE auto gather(Pack<width> at, const Raw* source, Stride stride) {
+  if constexpr (std::is_same_v<Stride, Contiguous> && sizeof(Raw) < sizeof(int32_t)) {
+    return at.loadAsInt32(source);
+  } else if constexpr (std::is_same_v<Stride, Contiguous>) {
+    return at.load(source);
   } else {
-    return f32x4{singleOf(a), singleOf(b), singleOf(c), singleOf(d)};
+    const Raw* from = source + static_cast<ptrdiff_t>(at.index) * stride;
+    if constexpr (width == 4 && sizeof(Raw) <= sizeof(int32_t)) {
+      return lanesOf(from[0], from[stride], from[2 * stride], from[3 * stride]);
+    } else if constexpr (width == 2) {
+      return lanesOf(from[0], from[stride]);
+    } else {
+      return paired(gather(Pack<width / 2>{at.index}, source, stride),
+                    gather(Pack<width / 2>{at.index + width / 2}, source, stride));
+    }
   }
 }
 
-/// Raw samples a stride apart, converted to single: one, or as many as a vector holds.
+/// Raw samples a stride apart, converted to single: one, or as many as a pack holds. Singles of 64-bit integers are made one
+/// by one, unless they lie side by side and vectors convert them.
 template <class Raw, class Stride>
 KXCALC_INLINE float gatherSingles(One at, const Raw* source, Stride stride) {
   return singleOf(source[static_cast<ptrdiff_t>(at.index) * stride]);
 }
 template <size_t width, class Raw, class Stride>
 KXCALC_INLINE auto gatherSingles(Pack<width> at, const Raw* source, Stride stride) {
-  constexpr bool contiguous = std::is_same_v<Stride, Contiguous>;
-  if constexpr (contiguous && std::is_same_v<Raw, float>) {
-    return at.load(source);
-  } else if constexpr (contiguous && std::is_same_v<Raw, uint32_t>) {
-    return singlesOf(at.load(source));
-  } else if constexpr (contiguous && sizeof(Raw) <= sizeof(int32_t)) {
-    return toSingles(at.loadAsInt32(source));
+  constexpr bool oneByOne = std::is_same_v<Raw, int64_t> && !(convertsLongs && std::is_same_v<Stride, Contiguous>);
+  if constexpr (!oneByOne) {
+    return toSingles(gather(at, source, stride));
   } else if constexpr (width > 4) {
     return paired(gatherSingles(Pack<width / 2>{at.index}, source, stride),
                   gatherSingles(Pack<width / 2>{at.index + width / 2}, source, stride));
   } else {
     const Raw* from = source + static_cast<ptrdiff_t>(at.index) * stride;
-    return singlesOf(from[0], from[stride], from[2 * stride], from[3 * stride]);
+    return lanesOf(singleOf(from[0]), singleOf(from[stride]), singleOf(from[2 * stride]), singleOf(from[3 * stride]));
   }
 }
 
-/// Raw samples a stride apart, converted to double likewise.
+/// Raw samples a stride apart, converted to double likewise. Vectors of 16 bytes gain nothing by conversions of their own.
 template <class Raw, class Stride>
 KXCALC_INLINE double gatherDoubles(One at, const Raw* source, Stride stride) {
   return doubleOf(source[static_cast<ptrdiff_t>(at.index) * stride]);
@@ -86,17 +91,17 @@ KXCALC_INLINE double gatherDoubles(One at, const Raw* source, Stride stride) {
 template <size_t width, class Raw, class Stride>
 KXCALC_INLINE auto gatherDoubles(Pack<width> at, const Raw* source, Stride stride) {
   constexpr bool contiguous = std::is_same_v<Stride, Contiguous>;
-  if constexpr (contiguous && std::is_same_v<Raw, uint32_t>) {
-    const auto raw = at.load(source);  // exact less 2^31, and so is the sum
-    return toDoubles(bitsAs<PackOf<int32_t, width>>(raw ^ 0x80000000U)) + 2147483648.0;
-  } else if constexpr (contiguous && !std::is_same_v<Raw, int64_t>) {
+  constexpr bool oneByOne = std::is_same_v<Raw, int64_t> ? !convertsLongs : !contiguous && widestBytes == 16;
+  if constexpr (contiguous && !std::is_same_v<Raw, uint32_t> && !std::is_same_v<Raw, int64_t>) {
     return at.loadAsDoubles(source);
+  } else if constexpr (!oneByOne) {
+    return toDoubles(gather(at, source, stride));
   } else if constexpr (width > 2) {
     return paired(gatherDoubles(Pack<width / 2>{at.index}, source, stride),
                   gatherDoubles(Pack<width / 2>{at.index + width / 2}, source, stride));
   } else {
     const Raw* from = source + static_cast<ptrdiff_t>(at.index) * stride;
-    return f64x2{doubleOf(from[0]), doubleOf(from[stride])};
+    return lanesOf(doubleOf(from[0]), doubleOf(from[stride]));
   }
 }
 
@@ -107,7 +112,9 @@ void scaleValues(const Raw* source, Stride stride, const Params& params, Output 
   using Value = std::remove_pointer_t<decltype(params.output)>;
   using Working = std::conditional_t<std::is_same_v<Raw, double>, double, Value>;
   const auto scale = static_cast<Working>(params.scale), offset = static_cast<Working>(params.offset);
-  constexpr size_t wide = std::is_same_v<Stride, Contiguous> ? 4 * widening : 4;
+  // What is gathered gains little by wider vectors: where 8 or 16 bits, or 32 for singles, are converted, eight pay.
+  constexpr bool eightPay = widening > 1 && std::is_integral_v<Raw> && sizeof(Raw) * sizeof(Value) <= 16;
+  constexpr size_t wide = std::is_same_v<Stride, Contiguous> ? 4 * widening : (eightPay ? 8 : 4);
   walkElements<4, wide>(output, static_cast<size_t>(params.count), [=](auto at) KXCALC_INLINE_LAMBDA {
     if constexpr (std::is_same_v<Working, float>) {
       at.store(params.output, gatherSingles(at, source, stride) * scale + offset);

@@ -58,6 +58,11 @@ struct Pack {
   KXCALC_INLINE auto load(const T* from) const {
     return loadPack<width>(from + index);
   }
+  /// The same of one vector, in a register.
+  template <class T>
+  KXCALC_INLINE auto loadOnce(const T* from) const {
+    return kxcalc::loadOnce<width * sizeof(T)>(from + index);
+  }
   template <class Raw>
   KXCALC_INLINE auto loadAsInt32(const Raw* from) const {
     return loadPackAsInt32<width>(from + index);

@@ -16,7 +16,7 @@ KXCALC_INLINE i32x4 widenLow(i16x8 v) {
 #endif
 }
 
-/// Lanes 0 and 1, or 2 and 3, as doubles (exact; a signalling NaN comes out quiet).
+/// Lanes 0 and 1 as doubles (exact; a signalling NaN comes out quiet).
 KXCALC_INLINE f64x2 widenLow(f32x4 v) {
 #if defined(__SSE4_1__)  // GCC converts the expression one number at a time.
   return bitsAs<f64x2>(_mm_cvtps_pd(bitsAs<__m128>(v)));
@@ -24,11 +24,8 @@ KXCALC_INLINE f64x2 widenLow(f32x4 v) {
   return f64x2{static_cast<double>(v[0]), static_cast<double>(v[1])};
 #endif
 }
-KXCALC_INLINE f64x2 widenHigh(f32x4 v) {
-  return widenLow(__builtin_shufflevector(v, v, 2, 3, 2, 3));
-}
 
-/// Lanes 0 and 1, or 2 and 3, as doubles (exact).
+/// The same of integers.
 KXCALC_INLINE f64x2 widenLow(i32x4 v) {
 #if defined(__SSE4_1__)
   return bitsAs<f64x2>(_mm_cvtepi32_pd(bitsAs<__m128i>(v)));
@@ -36,7 +33,10 @@ KXCALC_INLINE f64x2 widenLow(i32x4 v) {
   return f64x2{static_cast<double>(v[0]), static_cast<double>(v[1])};
 #endif
 }
-KXCALC_INLINE f64x2 widenHigh(i32x4 v) {
+
+/// Lanes 2 and 3 likewise.
+template <class V>
+KXCALC_INLINE f64x2 widenHigh(V v) {
   return widenLow(__builtin_shufflevector(v, v, 2, 3, 2, 3));
 }
 
@@ -77,17 +77,32 @@ KXCALC_INLINE auto toDoubles(Lanes<float, 32> v) {
 KXCALC_INLINE auto toDoubles(Lanes<int32_t, 32> v) {
   return bitsAs<Lanes<double, 64>>(_mm512_maskz_cvtepi32_pd(0xFF, bitsAs<__m256i>(v)));
 }
+KXCALC_INLINE auto toDoubles(u32x4 v) {
+  return bitsAs<Lanes<double, 32>>(_mm256_cvtepu32_pd(bitsAs<__m128i>(v)));
+}
+KXCALC_INLINE auto toDoubles(Lanes<uint32_t, 32> v) {
+  return bitsAs<Lanes<double, 64>>(_mm512_maskz_cvtepu32_pd(0xFF, bitsAs<__m256i>(v)));
+}
 KXCALC_INLINE auto toSingles(Lanes<double, 64> v) {
   return bitsAs<Lanes<float, 32>>(_mm512_maskz_cvtpd_ps(0xFF, bitsAs<__m512d>(v)));
+}
+KXCALC_INLINE f32x4 toSingles(Lanes<int64_t, 32> v) {
+  return bitsAs<f32x4>(_mm256_cvtepi64_ps(bitsAs<__m256i>(v)));
+}
+KXCALC_INLINE auto toSingles(Lanes<int64_t, 64> v) {
+  return bitsAs<Lanes<float, 32>>(_mm512_maskz_cvtepi64_ps(0xFF, bitsAs<__m512i>(v)));
 }
 KXCALC_INLINE i16x8 narrow(Lanes<int32_t, 32> v) {
   return bitsAs<i16x8>(_mm256_cvtepi32_epi16(bitsAs<__m256i>(v)));
 }
 KXCALC_INLINE auto narrow(Lanes<int32_t, 64> v) {
-  return bitsAs<Lanes<int16_t, 32>>(_mm512_maskz_cvtepi32_epi16(0xFFFF, bitsAs<__m512i>(v)));
+  return narrow(lowHalf(v), highHalf(v));
 }
+/// Two instructions that permute in place of the five that narrow each half and join them.
 KXCALC_INLINE auto narrow(Lanes<int32_t, 64> low, Lanes<int32_t, 64> high) {
-  return joined(narrow(low), narrow(high));
+  const auto packed =
+      bitsAs<Lanes<int64_t, 64>>(_mm512_packus_epi32(bitsAs<__m512i>(low & 0xFFFF), bitsAs<__m512i>(high & 0xFFFF)));
+  return bitsAs<Lanes<int16_t, 64>>(__builtin_shufflevector(packed, packed, 0, 2, 4, 6, 1, 3, 5, 7));
 }
 #elif defined(__AVX2__)
 KXCALC_INLINE i16x8 narrow(Lanes<int32_t, 32> v) {
@@ -97,13 +112,23 @@ KXCALC_INLINE i16x8 narrow(Lanes<int32_t, 32> v) {
 
 // What follows takes one element, or a pack that the functions above do not take whole.
 
-/// Singles, or integers of 32 bits, as doubles (exact; a signalling NaN comes out quiet).
+/// Whether vectors convert integers of 64 bits.
+inline constexpr bool convertsLongs = widestBytes == 64;
+
+/// Singles, or integers of 32 bits, as doubles (exact; a signalling NaN comes out quiet; without a sign integers are exact
+/// less 2^31, and so is the sum); integers of 64 bits rounded to the nearest, where vectors convert them.
 template <class X>
 KXCALC_INLINE auto toDoubles(X x) {
   if constexpr (std::is_arithmetic_v<X>) {
     return static_cast<double>(x);
+  } else if constexpr (std::is_same_v<Element<X>, double>) {
+    return x;
   } else if constexpr (detail::isTwin<X>) {
     return twin(toDoubles(x.low), toDoubles(x.high));
+  } else if constexpr (std::is_same_v<Element<X>, int64_t> && convertsLongs) {
+    return __builtin_convertvector(x, SameSize<double, X>);
+  } else if constexpr (std::is_same_v<Element<X>, uint32_t> && widestBytes < 64) {
+    return toDoubles(bitsAs<SameSize<int32_t, X>>(x ^ 0x80000000U)) + 2147483648.0;
   } else if constexpr (sizeof(X) == 16) {
     return twin(widenLow(x), widenHigh(x));
   } else {
@@ -111,15 +136,31 @@ KXCALC_INLINE auto toDoubles(X x) {
   }
 }
 
-/// Integers of 32 bits, or doubles, as singles, each rounded to the nearest.
+namespace detail {
+/// Without an instruction for integers without a sign both halves are converted: they are exact, and so is the high one
+/// times 65536. The addition is the only rounding.
+template <class V>
+KXCALC_INLINE SameSize<float, V> integersToSingles(V v) {
+  using Singles = SameSize<float, V>;
+  if constexpr (std::is_same_v<Element<V>, int32_t> || widestBytes == 64) {
+    return __builtin_convertvector(v, Singles);
+  } else {
+    const auto high = bitsAs<SameSize<int32_t, V>>(v >> 16), low = bitsAs<SameSize<int32_t, V>>(v & 0xFFFFU);
+    return __builtin_convertvector(high, Singles) * 65536.0F + __builtin_convertvector(low, Singles);
+  }
+}
+}  // namespace detail
+
+/// Integers of 32 bits, or doubles, as singles, each rounded to the nearest; integers of 64 bits likewise, where vectors
+/// convert them.
 template <class X>
 KXCALC_INLINE auto toSingles(X x) {
   if constexpr (std::is_arithmetic_v<X>) {
     return static_cast<float>(x);
-  } else if constexpr (std::is_same_v<Element<X>, int32_t>) {
-    const auto convert = [](auto v)
-                             KXCALC_INLINE_LAMBDA { return __builtin_convertvector(v, SameSize<float, decltype(v)>); };
-    return eachVector(convert, x);
+  } else if constexpr (std::is_same_v<Element<X>, float>) {
+    return x;
+  } else if constexpr (sizeof(Element<X>) == sizeof(int32_t)) {
+    return eachVector([](auto v) KXCALC_INLINE_LAMBDA { return detail::integersToSingles(v); }, x);
   } else if constexpr (detail::isTwin<PackOf<float, elementsIn<X>>>) {
     return twin(toSingles(x.low), toSingles(x.high));
   } else if constexpr (elementsIn<X> == 4) {

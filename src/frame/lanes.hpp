@@ -88,6 +88,18 @@ KXCALC_INLINE void store(T* to, V lanes) {
   std::memcpy(to, &lanes, sizeof lanes);
 }
 
+/// The same, in a register: compilers load a vector once for each use, and three loads take longer than what uses them.
+template <size_t bytes = 16, class T>
+KXCALC_INLINE Lanes<T, bytes> loadOnce(const T* from) {
+  Lanes<T, bytes> lanes = load<bytes>(from);
+#if defined(__AVX512F__)
+  asm("" : "+v"(lanes));
+#elif defined(__SSE4_1__)
+  asm("" : "+x"(lanes));
+#endif
+  return lanes;
+}
+
 /// The same value in every lane; a zero with its sign, which adding it to zeros would lose.
 template <class V>
 KXCALC_INLINE V splat(Element<V> value) {
@@ -142,13 +154,24 @@ KXCALC_INLINE V fromEach16Bytes(V a, V b) {
   (std::make_integer_sequence<int, count>());
 }
 
-/// Lanes 0, 0, 2, 2, ... or 1, 1, 3, 3, ... or 1, 0, 3, 2, ... of 32 bits.
+/// Lanes 0, 0, 2, 2, ... or 1, 1, 3, 3, ... or 1, 0, 3, 2, ... of 32 bits. (The first two have instructions that double while
+/// they load; of 64 bytes GCC takes others.)
 template <class V>
 KXCALC_INLINE V evenLanesTwice(V v) {
+#if defined(__AVX512F__)
+  if constexpr (sizeof(V) == 64) {
+    return bitsAs<V>(_mm512_maskz_moveldup_ps(0xFFFF, bitsAs<__m512>(v)));
+  }
+#endif
   return fromEach16Bytes<0, 0, 2, 2>(v, v);
 }
 template <class V>
 KXCALC_INLINE V oddLanesTwice(V v) {
+#if defined(__AVX512F__)
+  if constexpr (sizeof(V) == 64) {
+    return bitsAs<V>(_mm512_maskz_movehdup_ps(0xFFFF, bitsAs<__m512>(v)));
+  }
+#endif
   return fromEach16Bytes<1, 1, 3, 3>(v, v);
 }
 template <class V>
@@ -331,6 +354,53 @@ KXCALC_INLINE auto unordered(V a, V b) {
 #endif
 }
 
+/// Whether there was a NaN in any of many vectors. Of the widest each comparison takes the mask of one before it: marks in a
+/// vector would cost two instructions more for each. Two masks, because a comparison waits for its mask.
+template <class V>
+class NaNWatch {
+public:
+  KXCALC_INLINE void note(V a, V b) {
+    if constexpr (sizeof(V) == 64) {
+      ordered_ = stillOrdered(ordered_, a, b);
+    } else {
+      marks_ |= bitsAs<SameSize<int64_t, V>>(unordered(a, b));
+    }
+  }
+  KXCALC_INLINE void note(V a, V b, V c, V d) {
+    note(a, b);
+    if constexpr (sizeof(V) == 64) {
+      others_ = stillOrdered(others_, c, d);
+    } else {
+      note(c, d);
+    }
+  }
+  KXCALC_INLINE bool sawNaN() const {
+    if constexpr (sizeof(V) == 64) {
+      return (ordered_ & others_) != allOrdered;
+    } else {
+      return anyBitSet(marks_);
+    }
+  }
+
+private:
+  static constexpr bool ofSingles = std::is_same_v<Element<V>, float>;
+  using Mask = std::conditional_t<ofSingles, uint16_t, uint8_t>;
+  static constexpr Mask allOrdered = static_cast<Mask>(~Mask{0});
+
+  KXCALC_INLINE static Mask stillOrdered(Mask before, V a, V b) {
+#if defined(__AVX512F__)
+    if constexpr (ofSingles) {
+      return _mm512_mask_cmp_ps_mask(before, bitsAs<__m512>(a), bitsAs<__m512>(b), _CMP_ORD_Q);
+    } else {
+      return _mm512_mask_cmp_pd_mask(before, bitsAs<__m512d>(a), bitsAs<__m512d>(b), _CMP_ORD_Q);
+    }
+#endif
+  }
+
+  SameSize<int64_t, V> marks_{};
+  Mask ordered_ = allOrdered, others_ = allOrdered;
+};
+
 /// The square root of each lane; NaN of a negative number, -0 of -0.
 template <class V>
 KXCALC_INLINE V squareRoot(V v) {
@@ -353,6 +423,11 @@ KXCALC_INLINE V squareRoot(V v) {
 #if !defined(__SSE4_1__)
   return V{__builtin_sqrtf(v[0]), __builtin_sqrtf(v[1]), __builtin_sqrtf(v[2]), __builtin_sqrtf(v[3])};
 #endif
+}
+
+/// The same of a double: without optimisation the one of <cmath> is a call of the mathematical library.
+KXCALC_INLINE double squareRoot(double v) {
+  return __builtin_sqrt(v);
 }
 
 /// Lane k: a[2k] * b[2k] + a[2k + 1] * b[2k + 1], exact as an unsigned number when the sum is not negative (four times

@@ -34,7 +34,7 @@ KXCALC_INLINE void correct(float* spectrum, const float* correction, size_t elem
   size_t i = 0;
   if (!feedsOwnVector(spectrum, correction)) {
     const auto correctBlock = [=](auto at) KXCALC_INLINE_LAMBDA {
-      at.store(spectrum, complexProduct(at.load(spectrum), at.load(correction)));
+      at.store(spectrum, complexProduct(at.loadOnce(spectrum), at.load(correction)));
     };
     i = walkBlocks<4>(elements, correctBlock, spectrum, correction);
   }
@@ -197,5 +197,5 @@ extern "C" uint32_t kxcalcPowerFindIndexOfMaxAmplitude(const float* spectrum, ui
 
 extern "C" double kxcalcPowerHarmonicZero(const float* spectrum, uint32_t binCount) {
   using namespace kxcalc;
-  return serialSum<Doubles>(Energies{spectrum}, binCount);
+  return serialSumIfWide<Doubles>(Energies{spectrum}, binCount);
 }

@@ -93,11 +93,11 @@ KXCALC_INLINE Sequences<float> sumBlocks(const PowerUnbalanceArgs& args, size_t 
 
 /// Added in double, and the sum rounded to single, entry by entry.
 KXCALC_INLINE float increased(float sum, double squaredLength) {
-  return static_cast<float>(static_cast<double>(sum) + std::sqrt(squaredLength) * third);
+  return static_cast<float>(static_cast<double>(sum) + squareRoot(squaredLength) * third);
 }
 
 KXCALC_INLINE float timesThird(double squaredLength) {
-  return static_cast<float>(std::sqrt(squaredLength) * third);
+  return static_cast<float>(squareRoot(squaredLength) * third);
 }
 
 /// Both ratios in percent, divided first; not written where the positive sequence is not above 0.

@@ -14,22 +14,21 @@ KXCALC_INLINE Extremes<T> blockExtremes(const T* data, size_t count) {
   const V first = load<bytes>(data);
   const V last = load<bytes>(data + count - width);
   LaneExtremes<T, bytes> a(first), b(first), c(last), d(last);
-  Lanes<int64_t, bytes> nan{};
-  const auto note = [&](V x, V y) KXCALC_INLINE_LAMBDA {
+  NaNWatch<V> watch;
+  const auto note = [&](auto... vectors) KXCALC_INLINE_LAMBDA {
     if constexpr (std::is_floating_point_v<T>) {
-      nan |= bitsAs<Lanes<int64_t, bytes>>(unordered(x, y));
+      watch.note(vectors...);
     }
   };
   note(first, last);
   const auto line = [&](const T* at) KXCALC_INLINE_LAMBDA {
-    const V v0 = load<bytes>(at), v1 = load<bytes>(at + width);
-    const V v2 = load<bytes>(at + 2 * width), v3 = load<bytes>(at + 3 * width);
+    const V v0 = loadOnce<bytes>(at), v1 = loadOnce<bytes>(at + width);
+    const V v2 = loadOnce<bytes>(at + 2 * width), v3 = loadOnce<bytes>(at + 3 * width);
     a.fold(v0);
     b.fold(v1);
     c.fold(v2);
     d.fold(v3);
-    note(v0, v1);
-    note(v2, v3);
+    note(v0, v1, v2, v3);
   };
   const auto block = [&](const T* at) KXCALC_INLINE_LAMBDA {
     const V v = load<bytes>(at);
@@ -40,7 +39,7 @@ KXCALC_INLINE Extremes<T> blockExtremes(const T* data, size_t count) {
   a.fold(b);
   c.fold(d);
   a.fold(c);
-  return settleExtremes(a.reduce(), anyBitSet(nan), data, count);
+  return settleExtremes(a.reduce(), watch.sawNaN(), data, count);
 }
 
 template <class T>

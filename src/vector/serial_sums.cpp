@@ -28,19 +28,47 @@ struct Squares {
   KXCALC_INLINE void prefetch(size_t i) const { prefetchAhead(data + i); }
 };
 
-/// Its terms have either sign: the sum may leave its binade and come back, and telling that costs what the chain costs.
-KXCALC_INLINE double dotProduct(const float* first, const float* second, size_t count) {
-  double sum = 0;
-  const auto add = [&](size_t i)
-                       KXCALC_INLINE_LAMBDA { sum += static_cast<double>(first[i]) * static_cast<double>(second[i]); };
-  const auto addFour = [&](Pack<4> at) KXCALC_INLINE_LAMBDA {
-    unrolled<4>([&](size_t k) KXCALC_INLINE_LAMBDA { add(at.index + k); });
-  };
-  for (size_t i = walkBlocks<4, 4>(count, addFour, first, second); i < count; ++i) {
-    add(i);
+/// Of either sign. Where they only rise for a while, which squares times weights do, they go side by side too.
+struct Products {
+  static constexpr size_t length = 8;
+  const float *first, *second;
+
+  KXCALC_INLINE double one(size_t i) const { return static_cast<double>(first[i]) * static_cast<double>(second[i]); }
+
+  template <class Add>
+  KXCALC_INLINE void rows(size_t i, Add add) const {
+    const auto addProducts = [&](auto a, auto b) KXCALC_INLINE_LAMBDA { add(toDoubles(a) * toDoubles(b)); };
+    unrolled<length / 4>([&](size_t k) KXCALC_INLINE_LAMBDA {
+      takeFourColumns(first + i + 4 * k, length, [&](auto a0, auto a1, auto a2, auto a3) KXCALC_INLINE_LAMBDA {
+        takeFourColumns(second + i + 4 * k, length, [&](auto b0, auto b1, auto b2, auto b3) KXCALC_INLINE_LAMBDA {
+          addProducts(a0, b0);
+          addProducts(a1, b1);
+          addProducts(a2, b2);
+          addProducts(a3, b3);
+        });
+      });
+    });
   }
-  return sum;
-}
+
+  /// Whether none of the next `count` products has a sign. In vectors of 32 bytes at most: after one of 64 bytes the
+  /// processor keeps an arithmetic unit closed, and the chain, which may be all there is, takes longer.
+  template <size_t count>
+  KXCALC_INLINE bool onlyRise(size_t i) const {
+    constexpr size_t bytes = std::min(widestBytes, size_t{32});
+    using V = Lanes<uint32_t, bytes>;
+    V signs{};
+    unrolled<count / laneCount<float, bytes>>([&](size_t k) KXCALC_INLINE_LAMBDA {
+      const size_t at = i + k * laneCount<float, bytes>;
+      signs |= bitsAs<V>(load<bytes>(first + at)) ^ bitsAs<V>(load<bytes>(second + at));
+    });
+    return !anyBitSet(signs & 0x80000000U);
+  }
+
+  KXCALC_INLINE void prefetch(size_t i) const {
+    prefetchAhead(first + i);
+    prefetchAhead(second + i);
+  }
+};
 
 }  // namespace
 }  // namespace kxcalc
@@ -51,5 +79,6 @@ extern "C" double kxcalcSumSquaredValues_float(const float* data, uint32_t count
 }
 
 extern "C" double kxcalcMultiplyVectorsAndCalcSum_float(const float* first, const float* second, uint32_t count) {
-  return kxcalc::dotProduct(first, second, count);
+  using namespace kxcalc;
+  return serialSumIfWide<Doubles>(Products{first, second}, count);
 }

@@ -80,7 +80,7 @@ KXCALC_INLINE V quickArctangent2(V y, V x) {
   }
   angle = steep ? half + -angle : angle;
   angle = std::signbit(x) ? whole + -angle : angle;
-  return std::copysign(angle.high, static_cast<double>(y));
+  return detail::withSignOf(angle.high, static_cast<double>(y));
 }
 
 }  // namespace kxcalc

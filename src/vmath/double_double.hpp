@@ -20,9 +20,9 @@ template <class V>
 KXCALC_INLINE V magnitude(V v) {
   return bitsAs<V>(bitsAs<SameSize<int64_t, V>>(v) & INT64_MAX);
 }
-/// A magnitude with the sign of v.
+/// A magnitude with the sign of v. (Without optimisation the copysign of <cmath> is a call of the mathematical library.)
 KXCALC_INLINE double withSignOf(double magnitude, double v) {
-  return std::copysign(magnitude, v);
+  return __builtin_copysign(magnitude, v);
 }
 template <class V>
 KXCALC_INLINE V withSignOf(V magnitude, V v) {

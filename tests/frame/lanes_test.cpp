@@ -285,6 +285,48 @@ TEST(Lanes, UnorderedMarksEachLaneWithANaNInEitherOperand) {
   expectUnorderedMarks<double>(std::bit_cast<double>(0x7FF8000000012345U), std::bit_cast<double>(0xFFF8000000054321U));
 }
 
+template <class T>
+void expectTheWatchSees(T nan) {
+  atEachWidth([=](auto bytes) {
+    using V = Lanes<T, bytes>;
+    constexpr size_t count = laneCount<T, bytes>;
+    const T infinity = std::numeric_limits<T>::infinity();
+    const V quiet = load<bytes>(repeated<T>({1, 0, -T{0}, infinity, -infinity}, count).data());
+    NaNWatch<V> none;
+    none.note(quiet, quiet);
+    none.note(quiet, quiet, quiet, quiet);
+    EXPECT_FALSE(none.sawNaN()) << bytes << " bytes";
+    for (size_t lane = 0; lane < count; ++lane) {
+      V loud = quiet;
+      loud[lane] = nan;
+      for (int place = 0; place < 6; ++place) {
+        const auto at = [&](int k) { return k == place ? loud : quiet; };
+        NaNWatch<V> watch;
+        watch.note(at(0), at(1));
+        watch.note(at(2), at(3), at(4), at(5));
+        watch.note(quiet, quiet);
+        watch.note(quiet, quiet, quiet, quiet);
+        EXPECT_TRUE(watch.sawNaN()) << "lane " << lane << " of vector " << place << ", " << bytes << " bytes";
+      }
+    }
+  });
+}
+
+TEST(Lanes, AWatchSeesANaNAnywhereAndDoesNotForgetIt) {
+  expectTheWatchSees<float>(kNaN);
+  expectTheWatchSees<double>(std::bit_cast<double>(0xFFF8000000054321U));
+}
+
+TEST(Lanes, WhatIsLoadedOnceIsWhatIsLoaded) {
+  atEachWidth([](auto bytes) {
+    const auto from = repeated<float>({1.5F, -0.0F, kNaN, kInfinity, 1.4e-45F}, laneCount<float, bytes> + 1);
+    const auto lanes = valuesOf(loadOnce<bytes>(&from[1]));
+    for (size_t k = 0; k < lanes.size(); ++k) {
+      EXPECT_EQ(bitsOf(lanes[k]), bitsOf(from[k + 1])) << "lane " << k << ", " << bytes << " bytes";
+    }
+  });
+}
+
 TEST(Lanes, PairsAreLoadedAsTheirExactDoubles) {
   const std::array<float, 3> singles{-0.0F, 1.4e-45F, kInfinity};
   const std::array<int32_t, 3> words{INT32_MIN, INT32_MAX, -1};
@@ -337,15 +379,33 @@ TEST(Lanes, PacksAreConvertedElementByElement) {
     const auto words = repeated<int32_t>({16777217, INT32_MIN, -3, 33554435, 0}, count);
     const auto wide = repeated<int32_t>({65535, 65536, -32769, INT32_MAX, 70000, 32768, INT32_MIN}, count);
     const auto singles = repeated<float>({1.5F, -0.0F, 1.4e-45F, kInfinity, -2.0F}, count);
+    // 2^24 + 1 and 2^31 + 128 lie halfway between two singles, 2^31 + 129 just above.
+    const auto unsignedWords =
+        repeated<uint32_t>({0, 16777217, 2147483776, 2147483777, UINT32_MAX, 4294967167, 65535}, count);
+    const auto longs = repeated<int64_t>({0, (int64_t{1} << 53) + 1, (int64_t{1} << 53) + 3, INT64_MAX, INT64_MIN, -1,
+                                          (int64_t{1} << 60) + (int64_t{1} << 36) + 1},
+                                         count);
     const auto fromDoubles = valuesOf(toSingles(loadPack<count>(doubles.data())));
     const auto fromWords = valuesOf(toSingles(loadPack<count>(words.data())));
     const auto wordsAsDoubles = valuesOf(toDoubles(loadPack<count>(words.data())));
     const auto singlesAsDoubles = valuesOf(toDoubles(loadPack<count>(singles.data())));
+    const auto fromUnsigned = valuesOf(toSingles(loadPack<count>(unsignedWords.data())));
+    const auto unsignedAsDoubles = valuesOf(toDoubles(loadPack<count>(unsignedWords.data())));
     for (size_t k = 0; k < count; ++k) {
       EXPECT_EQ(bitsOf(fromDoubles[k]), bitsOf(static_cast<float>(doubles[k]))) << "lane " << k;
       EXPECT_EQ(bitsOf(fromWords[k]), bitsOf(static_cast<float>(words[k]))) << "lane " << k;
       EXPECT_EQ(wordsAsDoubles[k], static_cast<double>(words[k])) << "lane " << k;
       EXPECT_EQ(bitsOf(singlesAsDoubles[k]), bitsOf(static_cast<double>(singles[k]))) << "lane " << k;
+      EXPECT_EQ(bitsOf(fromUnsigned[k]), bitsOf(toSingle(uint64_t{unsignedWords[k]}))) << "lane " << k;
+      EXPECT_EQ(bitsOf(unsignedAsDoubles[k]), bitsOf(toDouble(uint64_t{unsignedWords[k]}))) << "lane " << k;
+    }
+    if constexpr (convertsLongs) {
+      const auto fromLongs = valuesOf(toSingles(loadPack<count>(longs.data())));
+      const auto longsAsDoubles = valuesOf(toDoubles(loadPack<count>(longs.data())));
+      for (size_t k = 0; k < count; ++k) {
+        EXPECT_EQ(bitsOf(fromLongs[k]), bitsOf(toSingle(longs[k]))) << "lane " << k;
+        EXPECT_EQ(bitsOf(longsAsDoubles[k]), bitsOf(toDouble(longs[k]))) << "lane " << k;
+      }
     }
     if constexpr (count >= 8) {
       const auto narrowed = valuesOf(narrow(loadPack<count>(wide.data())));

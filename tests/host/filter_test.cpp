@@ -360,7 +360,7 @@ TEST_F(FilterTest, FiniteResponsesAreSymmetricAndPassWithAGainOfOne) {
         continue;
       }
       SCOPED_TRACE(band.front() + ' ' + std::to_string(taps));
-      auto response = impulseResponse(300, with(band, {"--fir", std::to_string(taps)}));
+      auto response = impulseResponse(300, with(band, {"--fir", std::to_string(taps), "--exact"}));
       response.resize(taps);
       EXPECT_TRUE(std::ranges::equal(response, std::vector<float>(response.rbegin(), response.rend())));
       EXPECT_NEAR(std::abs(responseOf(response, passes)), 1, 1e-6);
@@ -385,9 +385,49 @@ TEST_F(FilterTest, AFiniteFilterIsAConvolution) {
   }
 }
 
+double distanceOf(const std::vector<float>& one, const std::vector<float>& other) {
+  EXPECT_EQ(one.size(), other.size());
+  double worst = 0;
+  for (size_t i = 0; i < std::min(one.size(), other.size()); ++i) {
+    worst = std::max(worst, static_cast<double>(std::abs(one[i] - other[i])));
+  }
+  return worst;
+}
+
+TEST_F(FilterTest, ManyTapsGiveWhatTheKernelGivesUnlessItIsAskedFor) {
+  for (const size_t frames : {size_t{1}, size_t{100}, blockFrames, 2 * blockFrames + 77}) {
+    const std::string file = writeAudio("n.wav", floatWav, 3, as<float>(noise(3 * frames, 24), 0x1p-23));
+    for (const char* taps : {"127", "128", "129", "130", "1001"}) {
+      const std::vector<std::string> options{"--lowpass", "3000", "--fir", taps};
+      const AudioFile quick = filter(file, options), exact = filter(file, with(options, {"--exact"}));
+      ASSERT_EQ(quick.frames(), frames);
+      EXPECT_LT(distanceOf(quick.samples, exact.samples), 1e-6) << taps;
+      if (std::atoi(taps) <= 128) {
+        EXPECT_EQ(quick.samples, exact.samples) << taps;
+      } else if (frames > blockFrames) {
+        EXPECT_NE(quick.samples, exact.samples) << taps;
+      }
+    }
+  }
+}
+
+TEST_F(FilterTest, TheMostTapsAreALinearPhaseFilterStill) {
+  constexpr size_t taps = 131071, middle = taps / 2;
+  const auto response = impulseResponse(taps + 500, {"--lowpass", "1", "--fir", std::to_string(taps)});
+  ASSERT_EQ(response.size(), taps + 500);
+  for (size_t i = 0; i < taps; ++i) {
+    ASSERT_NEAR(response[i], response[taps - 1 - i], 1e-11);
+    ASSERT_LE(response[i], response[middle]);
+  }
+  for (size_t i = taps; i < response.size(); ++i) {
+    ASSERT_LT(std::abs(response[i]), 1e-15F);
+  }
+}
+
 const std::vector<std::vector<std::string>> someFilters{{"--lowpass", "3000", "--order", "5"},
                                                         {"--bandpass", "300,3400", "--order", "3"},
-                                                        {"--highpass", "2000", "--fir", "33"}};
+                                                        {"--highpass", "2000", "--fir", "33"},
+                                                        {"--bandpass", "900,4000", "--fir", "301"}};
 
 TEST_F(FilterTest, ChannelsStayApart) {
   const auto samples = as<float>(noise(5 * (blockFrames + 100), 24), 0x1p-23);
@@ -573,11 +613,12 @@ TEST_F(FilterTest, MisuseIsExplainedInOneLine) {
   for (const char* order : {"0", "-1", "101", "two", "2.5"}) {
     expectFilterMisuse("--order", {"--lowpass", "5", std::string("--order=") + order, "-o", wav});
   }
-  for (const char* taps : {"2", "-3", "16384", "many"}) {
+  for (const char* taps : {"2", "-3", "131072", "many"}) {
     expectFilterMisuse("--fir", {"--lowpass", "5", std::string("--fir=") + taps, "-o", wav});
   }
   expectFilterMisuse("--order", {"--lowpass", "5", "--fir", "9", "--order", "2", "-o", wav});
   expectFilterMisuse("--fir", {"--lowpass", "5", "--window", "hamming", "-o", wav});
+  expectFilterMisuse("--fir", {"--lowpass", "5", "--exact", "-o", wav});
   expectFilterMisuse("hann", {"--lowpass", "5", "--fir", "9", "--window", "hann", "-o", wav});
   expectFilterMisuse("a high-pass needs an odd number of taps: 64", {"--highpass", "5", "--fir", "64", "-o", wav});
   expectFilterMisuse("fast", {"--lowpass", "fast", "-o", wav});

@@ -459,6 +459,44 @@ TEST(MultiplyVectorsAndCalcSum_float, ProductsThatAreNegativeZeroLeaveTheSumAtPl
   }
 }
 
+// Factors have signs, their products none but one: the sum rises side by side up to there, and again behind it.
+TEST(MultiplyVectorsAndCalcSum_float, OneProductWithASignAnywhereAmongMany) {
+  support::TestRandom random;
+  for (const bool haveSigns : {false, true}) {
+    Vectors vectors;
+    for (int i = 0; i < 1400; ++i) {
+      const double sign = haveSigns ? random.sign() : 1;
+      vectors.push(static_cast<float>(sign * std::exp2(random.between(-3, 3)) * (1 + random.unit())),
+                   static_cast<float>(sign * (1 + random.unit())));
+    }
+    for (std::size_t position = 480; position < 1400; ++position) {
+      const float regular = vectors.second[position];
+      for (const float factor : {-regular, -0.0F, -1000 * regular, -1e-30F * regular, infinity, -infinity, nan}) {
+        vectors.second[position] = factor;
+        ASSERT_TRUE(equalsModel<exports::MultiplyVectorsAndCalcSum_float>(vectors)) << factor << " at " << position;
+      }
+      vectors.second[position] = regular;
+    }
+  }
+}
+
+// Stretches without a sign, with nothing but signs, and with both: each way of going on meets each other one.
+TEST(MultiplyVectorsAndCalcSum_float, StretchesThatRiseFallAndDoBoth) {
+  support::TestRandom random;
+  for (int repetition = 0; repetition < 100; ++repetition) {
+    Vectors vectors;
+    while (vectors.first.size() < 6000) {
+      const double falling = random.between(0, 2) / 2.0, size = std::exp2(random.between(-30, 10));
+      for (int i = random.between(1, 1500); i > 0; --i) {
+        const double sign = random.unit() < falling ? -1 : 1, other = random.sign();
+        vectors.push(static_cast<float>(other * size * random.unit()),
+                     static_cast<float>(other * sign * (1 + random.unit())));
+      }
+    }
+    ASSERT_TRUE(equalsModel<exports::MultiplyVectorsAndCalcSum_float>(vectors)) << repetition;
+  }
+}
+
 // A sum of 2^-258, then squares of 2^254: each moves the sum by 512 of the 4096 binades that bit patterns tell apart, eight
 // of them by all of them, back to where it was.
 TEST(SumSquaredValues_float, SquaresThatMoveTheSumByAllBitPatternsAreNotLost) {

@@ -72,6 +72,19 @@ TEST(MainsFrequency, HarmonicsAreNoneOfItsBusiness) {
   }
 }
 
+/// Nor where segments do not fit the cycles, so that a constant would leak into the fundamental.
+TEST(MainsFrequency, AConstantThatOutweighsTheMainsIsLeftOut) {
+  for (const double frequency : {43.37, 47.3, 59.3}) {
+    const MainsVoltage voltage{.rate = 500, .parts = {{1, 1, 0}}, .cycles = steady(frequency), .constant = 100};
+    const auto stretches = stretchesOf(voltage, 1);
+    ASSERT_GT(stretches.size(), 3U);
+    for (const FrequencyStretch& stretch : stretches) {
+      EXPECT_TRUE(stretch.isMeasured);
+      EXPECT_NEAR(stretch.frequency, frequency, accuracy / 100);
+    }
+  }
+}
+
 TEST(MainsFrequency, HarmonicsNoiseAndADipLeaveItWithinTheStandardsAccuracy) {
   const auto dip = [](double time) { return time >= 3.003 && time < 3.4 ? 0.3 : 1.0; };
   for (const double rate : {12800.0, 2500.0}) {
@@ -109,6 +122,16 @@ TEST(MainsFrequency, ItFollowsTheMains) {
   }
 }
 
+/// Whatever is left behind the last whole step: the end is measured over segments that end with the last sample.
+TEST(MainsFrequency, TheLastSamplesCount) {
+  // From 50 Hz on it rises by 2 Hz a second.
+  const MainsVoltage voltage{.cycles = [](double time) { return 50 * time + time * time; }};
+  for (const double seconds : {1.0, 1.01, 1.02, 1.03, 1.04, 1.05, 1.06}) {
+    constexpr double behindTheEnd = 0.082;  // the middle of seven and a half cycles or of nine
+    EXPECT_NEAR(stretchesOf(voltage, seconds).back().frequency, 50 + 2 * (seconds - behindTheEnd), 2 * accuracy);
+  }
+}
+
 TEST(MainsFrequency, InAnInterruptionTheLastOneGoesOn) {
   const auto level = [](double time) { return time >= 1 && time < 2 ? 0.0 : 1.0; };
   // It comes back at another frequency.
@@ -136,6 +159,7 @@ TEST(MainsFrequency, AVoltageThatFailsDoesNoHarm) {
   size_t measured = 0;
   for (const FrequencyStretch& stretch : stretchesOf(voltages, voltage.rate)) {
     EXPECT_NEAR(stretch.frequency, 50.2, accuracy);
+    EXPECT_TRUE(stretch.isSeen) << stretch.begin;
     measured += stretch.isMeasured ? 1 : 0;
   }
   EXPECT_GT(measured, 20U);
@@ -146,8 +170,9 @@ TEST(MainsFrequency, WhatIsNoMainsIsNotMeasured) {
   const MainsVoltage constant{.parts = {}, .cycles = steady(50), .constant = 5};
   const MainsVoltage noise{.parts = {}, .cycles = steady(50), .noise = 1};
   const MainsVoltage elsewhere{.cycles = steady(80)};
+  const MainsVoltage above{.cycles = steady(72)}, below{.cycles = steady(41)};  // near enough to lean on the range
   const MainsVoltage weak{.parts = {{1, 1, 0}, {5, 2, 0}}, .cycles = steady(50)};
-  for (const MainsVoltage& voltage : {silence, constant, noise, elsewhere, weak}) {
+  for (const MainsVoltage& voltage : {silence, constant, noise, elsewhere, above, below, weak}) {
     for (const FrequencyStretch& stretch : stretchesOf(voltage, 1)) {
       EXPECT_FALSE(stretch.isMeasured || stretch.isSeen);
       EXPECT_EQ(stretch.frequency, 50);  // the fallback

@@ -72,6 +72,21 @@ TEST(PowerStream, AnglesOfHarmonicsStayThoseOfTheSignal) {
   }
 }
 
+/// An order so near to half of the rate that interpolation damps it is left out; one that it keeps is what it is.
+TEST(PowerStream, OrdersThatWereDampedAreNotTold) {
+  const auto harmonics = [](double frequency) {
+    const MainsVoltage voltage{
+        .rate = 1000, .parts = {{1, 1, 0}, {9, 0.2, 0}, {10, 0.1, 30}}, .cycles = steady(frequency)};
+    const Channels channels{voltage.samples(2)};
+    return windowsOf(channels, channels, {.windows = {.rate = 1000}}).at(4).phases[0].voltage.harmonics;
+  };
+  const auto kept = harmonics(49.70), damped = harmonics(49.74);  // the tenth at 497.0 Hz and at 497.4 Hz
+  ASSERT_EQ(kept.size(), 10U);
+  EXPECT_NEAR(kept[9], 0.1 / std::sqrt(2), 1e-4);
+  ASSERT_EQ(damped.size(), 9U);
+  EXPECT_NEAR(damped[8], 0.2 / std::sqrt(2), 3e-4);  // what is left of the tenth leaks
+}
+
 TEST(PowerStream, AtNominalFrequencyTheFiguresAreThoseOfTheSamples) {
   const MainsVoltage voltage{.parts = distorted(0.2), .cycles = steady(50)};
   const Channels u{voltage.samples(0.4)}, i{voltage.samples(0.4, -30)};

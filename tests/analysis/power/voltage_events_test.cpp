@@ -95,6 +95,15 @@ TEST(VoltageEvents, TheyBeginAndEndAtTheirThresholds) {
   EXPECT_FALSE(open[0].isOver);
 }
 
+TEST(VoltageEvents, OnePhaseThatFailsIsNoInterruption) {
+  VoltageEvents events;
+  events.setReference({100, 200});
+  EXPECT_TRUE(events.feed(0, std::array{1.0, 200.0}).empty());
+  EXPECT_TRUE(events.isIn(VoltageEventKind::dip));
+  EXPECT_FALSE(events.isIn(VoltageEventKind::interruption));
+  expectEvents(events.finish(1), {{VoltageEventKind::dip, 0, 1, 1, 0}});
+}
+
 struct Stream {
   std::vector<PowerWindow> windows;
   std::vector<VoltageEvent> events;
@@ -144,6 +153,20 @@ TEST(VoltageEvents, ADipInAStream) {
         EXPECT_NEAR(window.place.frequency, frequency, 0.01);
       }
     }
+  }
+}
+
+/// So short and shallow, and half in one window, half in the next, that the cycle across both alone shows it.
+TEST(VoltageEvents, ADipBetweenTwoWindows) {
+  const auto level = [](double time) { return std::abs(time - 1) < 0.005 ? 0.7 : 1; };
+  const MainsVoltage voltage{.cycles = steady(50), .level = level};
+  const Stream found = streamOf({voltage.samples(2)}, {.windows = {.rate = 12800}});
+  ASSERT_EQ(found.events.size(), 1U);
+  EXPECT_NEAR(found.events[0].begin, 0.99, 1e-6);
+  EXPECT_NEAR(found.events[0].duration, 0.01, 1e-6);
+  EXPECT_NEAR(found.events[0].ratio, std::sqrt((1 + 0.7 * 0.7) / 2), 0.002);
+  for (size_t i = 0; i < found.windows.size(); ++i) {
+    EXPECT_EQ(found.windows[i].place.flags.dip, i == 4 || i == 5) << i;
   }
 }
 
