@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "recordings/comtrade_reader.hpp"
+#include "recordings/text_reader.hpp"
 
 namespace {
 
@@ -32,7 +33,8 @@ struct Reading {
   std::string problem;
 };
 
-Reading readingOf(ComtradeReader& reader, size_t frames) {
+template <class Reader>
+Reading readingOf(Reader& reader, size_t frames) {
   Reading reading;
   std::vector<double> block(frames * reader.format().channels.size());
   while (true) {
@@ -61,7 +63,8 @@ void requireSame(const Reading& one, const Reading& other) {
   }
 }
 
-void exercise(Result<ComtradeReader> reader) {
+template <class Reader>
+void exercise(Result<Reader> reader) {
   if (!reader) {
     requireSentence(reader.problem());
     return;
@@ -79,9 +82,21 @@ std::unique_ptr<ByteSource> bytesOf(std::string_view bytes) {
   return std::make_unique<MemoryBytes>("fuzzed", bytes);
 }
 
+void exerciseText(std::string_view bytes, uint8_t choices) {
+  InputOptions options;
+  if ((choices & 8) != 0) {
+    options.decimalMark = ',';
+  }
+  options.timesAreValues = (choices & 16) != 0;
+  if ((choices & 32) != 0) {
+    options.columnNumbers = {2, 1, 2};
+  }
+  exercise(TextReader::open(bytesOf(bytes), options));
+}
+
 }  // namespace
 
-/// The first byte holds the options. A file of two parts has a form feed between them, others are one file.
+/// The first byte holds the options, and whether the others are a table in text or COMTRADE. There, a file of two parts has a form feed between them, others are one file.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size == 0) {
     return 0;
@@ -91,6 +106,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   options.status = (data[0] & 1) != 0;
   if ((data[0] & 2) != 0) {
     options.segment = data[0] >> 4;
+  }
+  if ((data[0] & 4) != 0) {
+    exerciseText(bytes, data[0]);
+    return 0;
   }
   const size_t border = bytes.find('\f');
   if (border == std::string_view::npos) {

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "support/comtrade_take.hpp"
+#include "support/hostile_texts.hpp"
 
 namespace {
 
@@ -32,5 +33,8 @@ int main(int argumentCount, char** arguments) {
       take.hasRates = false;
       write(arguments[1], name + "-stamps", '\0' + take.configuration() + '\f' + take.data());
     }
+  }
+  for (size_t i = 0; i < support::hostileTexts.size(); ++i) {
+    write(arguments[1], "text-" + std::to_string(i), '\4' + std::string(support::hostileTexts[i]));
   }
 }

@@ -223,6 +223,9 @@ std::unique_ptr<Recording> openRaw(const std::string& path, const InputOptions& 
   const auto type = std::find_if(types.begin(), types.end(), [&](const RawType& t) { return t.name == options.raw; });
   const uint64_t frameBytes = type->bytes * static_cast<uint64_t>(options.channels);
   const uint64_t size = std::filesystem::file_size(path);
+  if (size == 0) {
+    throw FileError(path, "is empty: it holds no samples");
+  }
   if (size % frameBytes != 0) {
     throw FileError(path, "is truncated or of another shape: " + std::to_string(size) +
                               " bytes are not a multiple of the frame's " + std::to_string(frameBytes));

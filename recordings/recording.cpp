@@ -43,6 +43,10 @@ std::string lowerCaseExtension(const std::string& file) {
   return extension;
 }
 
+bool isTextExtension(const std::string& extension) {
+  return extension == ".csv" || extension == ".tsv" || extension == ".txt" || extension == ".dat";
+}
+
 }  // namespace
 
 std::unique_ptr<Recording> openRecording(const std::string& file, const InputOptions& options) {
@@ -58,11 +62,9 @@ std::unique_ptr<Recording> openRecording(const std::string& file, const InputOpt
   if (options.status && !isComtrade) {
     throw FileError(file, "has no status channels: --status is for COMTRADE recordings");
   }
-  if (!options.raw && (extension == ".csv" || extension == ".tsv")) {
-    return openCsv(file, options);
-  }
-  if (!options.columns.empty()) {
-    throw FileError(file, "has no named columns: --column is for CSV files");
+  const bool isText = !options.raw && isTextExtension(extension);
+  if (!isText && (!options.columns.empty() || !options.columnNumbers.empty())) {
+    throw FileError(file, "has no named columns: --column and --columns are for text files");
   }
   if (isComtrade) {
     return openComtrade(file, options);
@@ -70,6 +72,9 @@ std::unique_ptr<Recording> openRecording(const std::string& file, const InputOpt
   if (!options.raw && extension == ".dat" &&
       std::filesystem::exists(std::filesystem::path(file).replace_extension(".cfg"))) {
     throw FileError(file, "is opened by the .cfg file beside it, or with --raw");
+  }
+  if (isText) {
+    return openCsv(file, options);
   }
   return options.raw ? openRaw(file, options) : openAudio(file, options);
 }

@@ -1,4 +1,4 @@
-// Recordings: audio containers, CSV files and raw interleaved samples, read in blocks of interleaved frames.
+// Recordings: audio containers, text files and raw interleaved samples, read in blocks of interleaved frames.
 #pragma once
 
 #include <cstddef>
@@ -54,12 +54,15 @@ struct Format {
 
 /// How to take the input files, from the command line.
 struct InputOptions {
-  std::optional<std::string> raw;    ///< sample type of raw files: "int16", "int32", "float" or "double"
-  int channels = 0;                  ///< of raw files
-  std::optional<double> rate;        ///< instead of the file's own
-  std::vector<std::string> columns;  ///< of CSV files; all numeric ones if empty
-  std::optional<int> segment;        ///< of COMTRADE recordings, numbered from 1; the longest unless all have one rate
-  bool status = false;               ///< take the status channels of COMTRADE recordings, too
+  std::optional<std::string> raw;     ///< sample type of raw files: "int16", "int32", "float" or "double"
+  int channels = 0;                   ///< of raw files
+  std::optional<double> rate;         ///< instead of the file's own
+  std::vector<std::string> columns;   ///< of text files, by name; without these and the next all numeric ones
+  std::vector<size_t> columnNumbers;  ///< of text files, from 1, behind the named ones
+  std::optional<char> decimalMark;    ///< of text files: '.' or ',' where the file is not to tell
+  bool timesAreValues = false;        ///< a column of times of text files is one as the others are
+  std::optional<int> segment;         ///< of COMTRADE recordings, numbered from 1; the longest unless all have one rate
+  bool status = false;                ///< take the status channels of COMTRADE recordings, too
 };
 
 class Recording {

@@ -4,6 +4,7 @@
 #include <fmt/ranges.h>
 
 #include <algorithm>
+#include <cmath>
 
 #include "host/pictures/picture_file.hpp"
 #include "recordings/text_fields.hpp"
@@ -28,11 +29,34 @@ CLI::Validator endingIn(const std::vector<std::string>& endings) {
           ""};
 }
 
+namespace {
+
+/// The numbers of a list as "1,3-5"; nothing if it is none, or longer than any table is wide.
+std::vector<size_t> numbersIn(const std::string& text) {
+  constexpr double most = 65536;
+  std::vector<size_t> numbers;
+  for (const std::string_view part : fieldsOf(text, ',')) {
+    const auto ends = fieldsOf(part, '-');
+    const auto first = numberIn(ends.front()), last = numberIn(ends.back());
+    const bool isRange = ends.size() <= 2 && first && last && *first >= 1 && *first <= *last && *last <= most &&
+                         std::floor(*first) == *first && std::floor(*last) == *last;
+    if (!isRange || numbers.size() > static_cast<size_t>(most)) {
+      return {};
+    }
+    for (auto number = static_cast<size_t>(*first); number <= static_cast<size_t>(*last); ++number) {
+      numbers.push_back(number);
+    }
+  }
+  return numbers;
+}
+
+}  // namespace
+
 CLI::Option& addRecordingOption(CLI::App& command, std::string& file) {
   return *command
               .add_option("FILE", file,
-                          "Recording: an audio file, a CSV file with a header row, a COMTRADE file (.cfg or .cff), "
-                          "raw\nsamples (--raw)")
+                          "Recording: an audio file, a text file (.csv, .tsv, .txt, .dat), a COMTRADE file (.cfg or "
+                          ".cff),\nraw samples (--raw)")
               ->type_name("");
 }
 
@@ -48,15 +72,37 @@ void addInputOptions(CLI::App& command, InputOptions& options, const std::string
   command.add_option(rateOption, options.rate, "Sample rate in Hz, for files that carry none, or instead of theirs")
       ->type_name("HZ");
   command
-      .add_option("--column", options.columns, "Take this column of CSV files (may be repeated; default: all numeric)")
+      .add_option("--column", options.columns, "Take this column of text files (may be repeated; default: all numeric)")
       ->type_name("NAME")
       ->allow_extra_args(false);
+  addTextOptions(command, options.columnNumbers, options.decimalMark);
   command
       .add_option("--segment", options.segment,
                   "Take this segment of COMTRADE recordings that change their rate, from 1 (default: the longest)")
       ->type_name("NUMBER");
   command.add_flag("--status", options.status,
                    "Also take the status channels of COMTRADE recordings, 0 and 1, behind the others");
+}
+
+void addTextOptions(CLI::App& command, std::vector<size_t>& columnNumbers, std::optional<char>& decimalMark) {
+  command
+      .add_option_function<std::string>(
+          "--columns",
+          [&columnNumbers](const std::string& text) {
+            columnNumbers = numbersIn(text);
+            if (columnNumbers.empty()) {
+              throw CLI::ValidationError("--columns", "is not a list of numbers from 1 as 1,3-5: " + text);
+            }
+          },
+          "Take these columns of text files by their numbers, from 1")
+      ->type_name("N,N-M");
+  command
+      .add_option_function<std::string>(
+          "--decimal",
+          [&decimalMark](const std::string& text) { decimalMark = text == "," || text == "comma" ? ',' : '.'; },
+          "Decimal mark of text files: point or comma (default: told from the file)")
+      ->type_name("MARK")
+      ->check(CLI::IsMember({".", ",", "point", "comma"}));
 }
 
 void addChannelOption(CLI::App& command, int& channel) {

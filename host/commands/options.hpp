@@ -41,6 +41,9 @@ CLI::Option& addRecordingOption(CLI::App& command, std::string& file);
 /// @param rateOption  what the one for the files' sample rate is called.
 void addInputOptions(CLI::App& command, InputOptions& options, const std::string& rateOption = "--rate");
 
+/// Adds those of them about text files that do not take names.
+void addTextOptions(CLI::App& command, std::vector<size_t>& columnNumbers, std::optional<char>& decimalMark);
+
 /// Adds the number of the one channel that a command takes.
 void addChannelOption(CLI::App& command, int& channel);
 

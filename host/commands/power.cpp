@@ -52,9 +52,11 @@ std::optional<double> nominalFrequency(const PowerOptions& options, const Format
 
 /// A CSV file of three columns: frequency in Hz, gain, phase in degrees.
 CorrectionCurve readCorrection(const std::string& file) {
-  const auto table = openRecording(file, {});
+  InputOptions input;
+  input.timesAreValues = true;
+  const auto table = openRecording(file, input);
   constexpr size_t columns = 3;
-  if (table->format().container != "csv" || table->format().channels.size() != columns) {
+  if (table->format().samples != "decimal" || table->format().channels.size() != columns) {
     throw FileError(file, "is not a CSV file of three columns: frequency in Hz, gain, phase in degrees");
   }
   std::vector<CorrectionPoint> points;

@@ -324,7 +324,7 @@ void addStatsCommand(CLI::App& program, Action& chosen) {
   command
       .add_option(
           "FILE", options->files,
-          "Recordings: audio files, CSV files with a header row, COMTRADE files (.cfg or .cff), raw samples\n(--raw)")
+          "Recordings: audio files, text files (.csv, .tsv, .txt, .dat), COMTRADE files (.cfg or .cff), raw samples\n(--raw)")
       ->required()
       ->type_name("");
   addInputOptions(command, options->input);

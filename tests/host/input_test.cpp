@@ -107,16 +107,35 @@ TEST_F(InputTest, RawFilesHaveOneChannelOrMoreButNotTooMany) {
 TEST_F(InputTest, ACsvFaultIsNamedWithItsLine) {
   expectStatsRefused(writeText("a.csv", "a,b\n1,2\n3,four\n"), "line 3, column b: not a number: four");
   expectStatsRefused(writeText("b.csv", "a,b\n1,2\n3,4 V\n"), "line 3, column b: not a number: 4 V");
-  expectStatsRefused(writeText("c.csv", "a,b\n1,2\n\n3,\n"), "line 4, column b: empty");
-  expectStatsRefused(writeText("d.csv", "a,b\n1,2\n3\n"), "line 3 has 1 fields, the header row has 2");
+  expectStatsRefused(writeText("d.csv", "a,b\n1,2\n3\n"), "line 3 has 1 field, the header row has 2");
   expectStatsRefused(writeText("e.csv", "a,b\n1,2\n3,4,5\n"), "line 3 has 3 fields, the header row has 2");
   expectStatsRefused(writeText("f.csv", "a,b\n1,\"2\n"), "line 2: a quote is not closed");
 }
 
-TEST_F(InputTest, ACsvFileNeedsAHeaderRowAndNumbers) {
+TEST_F(InputTest, ATextNeedsNumbers) {
   expectStatsRefused(writeText("a.csv", ""), "is empty");
-  expectStatsRefused(writeText("b.csv", "1,2\n3,4\n"), "has no header row");
+  expectStatsRefused(writeText("b.txt", "a b\n"), "holds a header row alone, and no rows of numbers");
   expectStatsRefused(writeText("c.csv", "a,b\nx,y\n"), "no column holds numbers");
+  expectStatsRefused(writeText("d.dat", std::string("\0\1\2\0\0\0", 6)), "is no text, its byte 1 is 0");
+  expectStatsRefused(writeText("e.txt", std::string("\xFF\xFE"
+                                                    "1\0\n\0",
+                                                    6)),
+                     "is text in UTF-16");
+  expectStatsRefused(writeText("f.raw", ""), "is empty: it holds no samples", {"--raw", "int16", "--channels", "2"});
+}
+
+TEST_F(InputTest, TextsOfOtherProgramsAreRead) {
+  const Outcome outcome = run({"stats", "--json", writeText("a.txt", "Zeit;U\ns;V\n0,000;1,5\n0,001;\n0,002;2,5\n")});
+  EXPECT_EQ(outcome.code, 0);
+  EXPECT_EQ(outcome.err, "kxhost: " + path("a.txt") +
+                             ": the sample rate, 1000 Hz, comes from column Zeit [s]\nkxhost: " + path("a.txt") +
+                             ": 1 sample of channel U [V] is missing and taken as NaN, in line 4\n");
+  const auto file = nlohmann::json::parse(outcome.out).at("files").at(0);
+  EXPECT_EQ(file.at("sample_rate"), 1000);
+  EXPECT_EQ(file.at("samples"), 3);
+  EXPECT_EQ(file.at("channels").at(0).at("nan_samples"), 1);
+  const auto chosen = stats({writeText("b.dat", "1 2,5 x\n3 4,5 y\n"), "--columns", "2", "--decimal", "comma"});
+  EXPECT_EQ(chosen.at(0).at("channels").at(0).at("average"), 3.5);
 }
 
 TEST_F(InputTest, AMissingColumnIsNamed) {

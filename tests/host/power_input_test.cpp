@@ -164,7 +164,7 @@ TEST_F(PowerInputTest, CorrectionCurvesThatCannotBeAreRefused) {
     expectRefused({"power", file, "--rate", "5000", "--correction", curve}, curve, reason);
   };
   refuse("f,g\n1,2\n", "is not a CSV file of three columns");
-  refuse("f,g,p\n", "holds no points");
+  refuse("f,g,p\n", "holds a header row alone, and no rows of numbers");
   refuse("f,g,p\n1,1,0\n1,2,0\n", "point 2: the frequencies do not ascend");
   refuse("f,g,p\n1,nan,0\n", "point 1 is not finite");
   refuse("f,g,p\n1,1,0\n2,x,0\n", "line 3, column g: not a number");

@@ -323,12 +323,6 @@ TEST_F(StatsTest, CsvFilesMayBeWrittenInManyWays) {
   EXPECT_EQ(quoted.at("channels").at(0).at("name"), "a, \"first\"");
 }
 
-TEST_F(StatsTest, ACsvFileWithoutRowsIsAnEmptyRecording) {
-  const auto result = stats({writeText("a.csv", "a,b\n")}).at(0);
-  EXPECT_EQ(result.at("samples"), 0);
-  EXPECT_EQ(result.at("channels").size(), 2);
-}
-
 std::vector<std::vector<std::string>> cellsOf(const std::string& table) {
   std::vector<std::vector<std::string>> rows;
   std::istringstream lines(table);

@@ -193,7 +193,7 @@ TEST_F(AudioTest, FilesThatCannotBeReadAreNamed) {
   setrlimit(RLIMIT_NOFILE, &before);
   InputOptions options;
   options.columns = {"a"};
-  EXPECT_EQ(problem(wave(2, "abcd"), options), "has no named columns: --column is for CSV files");
+  EXPECT_EQ(problem(wave(2, "abcd"), options), "has no named columns: --column and --columns are for text files");
   options = {};
   options.rate = 0.5;
   EXPECT_EQ(problem(path("a.wav"), options), "");
