@@ -45,15 +45,19 @@ public:
     nextLine();
   }
 
+  std::optional<uint64_t> lineOf(size_t frame) const override { return lines_.at(frame); }
+
   double position() const override { return static_cast<double>(bytesRead_) / static_cast<double>(bytes_); }
 
 protected:
   size_t readFrames(void* samples, size_t frames) override {
     auto* sample = static_cast<double*>(samples);
+    lines_.clear();
     for (size_t frame = 0; frame < frames; ++frame) {
       if (!nextRow()) {
         return frame;
       }
+      lines_.push_back(lineNumber_);
       for (const size_t column : columns_) {
         const auto number = numberIn(fields_[column]);
         if (!number) {
@@ -166,6 +170,7 @@ private:
   std::string line_;
   std::vector<std::string_view> fields_;  // of the line
   uint64_t lineNumber_ = 0;
+  std::vector<uint64_t> lines_;  // of the frames that were read last
   uint64_t bytesRead_ = 0;
 };
 

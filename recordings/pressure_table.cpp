@@ -39,6 +39,7 @@ void addRow(const std::string& file, PressureTable& table, std::span<const doubl
 PressureTable readPressureTable(const std::string& file, const std::vector<std::string>& columns, size_t most) {
   InputOptions options;
   options.columns = columns;
+  options.requiresFinite = true;
   const auto recording = openRecording(file, options);
   const std::vector<std::string>& names = recording->format().channels;
   if (!recording->notes().empty()) {
