@@ -6,6 +6,7 @@
 #include "analysis/statistics/statistics.hpp"
 #include "host/commands/command.hpp"
 #include "host/commands/options.hpp"
+#include "host/commands/outputs.hpp"
 #include "host/pictures/envelope_picture.hpp"
 #include "host/pictures/picture_file.hpp"
 #include "host/reports/floors.hpp"
@@ -42,7 +43,8 @@ struct FileResult {
   Format format;
   uint64_t samples = 0;
   std::vector<ChannelLine> channels;
-  std::vector<EnvelopePane> panes;  // with --plot only
+  std::vector<EnvelopePane> panes;    // with --plot only
+  std::optional<OutputFile> picture;  // which these are drawn in
 
   std::optional<double> duration() const {
     return format.rate ? std::optional(static_cast<double>(samples) / *format.rate) : std::nullopt;
@@ -118,7 +120,7 @@ FileResult measure(const Functions& functions, const std::string& file, Recordin
     throw FileError(file, "changed while it was read");
   }
 
-  FileResult result{file, recording.format(), frames, {}, {}};
+  FileResult result{file, recording.format(), frames, {}, {}, {}};
   for (size_t i = 0; i < channels; ++i) {
     result.channels.push_back(lineOf(plain[i], alternating[i], offsets[i]));
     result.channels.back().name = result.format.channels[i];
@@ -129,11 +131,11 @@ FileResult measure(const Functions& functions, const std::string& file, Recordin
   return result;
 }
 
-void draw(const OutputFile& picture, const FileResult& result) {
+void draw(const FileResult& result) {
   if (result.samples == 0) {
     throw FileError(result.file, "holds no samples to draw");
   }
-  drawEnvelopes(picture, titleOf(result.file, result.format), result.panes, result.samples,
+  drawEnvelopes(*result.picture, titleOf(result.file, result.format), result.panes, result.samples,
                 timeAxisTitle(result.format), result.format.rate.value_or(1));
 }
 
@@ -145,14 +147,12 @@ FileResult process(const Functions& functions, const StatsOptions& options, size
     throw FileError(file, fmt::format("has {} channels, a picture has room for {}", channels, maximumPanes));
   }
   const bool isNumbered = !options.picture.empty() && options.files.size() > 1;
-  const std::optional<OutputFile> picture =
+  std::optional<OutputFile> picture =
       begunPicture(isNumbered ? pictureFile(options.picture, std::to_string(index + 1)) : options.picture);
   FileResult result = visitSampleType(recording->format().type, [&]<class T>() {
     return measure<T>(functions, file, *recording, picture.has_value());
   });
-  if (picture) {
-    draw(*picture, result);
-  }
+  result.picture = std::move(picture);
   printNotes(file, recording->notes());
   return result;
 }
@@ -197,9 +197,9 @@ Json jsonOf(const std::vector<FileResult>& results) {
               {"container", result.format.container},
               {"sample_format", result.format.samples},
               {"unit", result.format.unit},
-              {"sample_rate", jsonNumber(result.format.rate)},
+              {"sample_rate_hz", jsonNumber(result.format.rate)},
               {"samples", result.samples},
-              {"duration", jsonNumber(result.duration())}};
+              {"duration_s", jsonNumber(result.duration())}};
     addTimes(file, result.format);
     file["channels"] = std::move(channels);
     files.push_back(std::move(file));
@@ -237,10 +237,17 @@ int runStats(const Functions& functions, const StatsOptions& options) {
       printTo(std::cerr, "kxhost: {}\n", error.what());
     }
   }
+  const int code = finishOutputs([&] {
+    for (const FileResult& result : results) {
+      if (result.picture) {
+        draw(result);
+      }
+    }
+  });
   if (!results.empty()) {
     print(results, options);
   }
-  return results.size() == options.files.size() ? 0 : 1;
+  return results.size() == options.files.size() ? code : 1;
 }
 
 }  // namespace
@@ -250,9 +257,10 @@ void addStatsCommand(CLI::App& program, Action& chosen) {
   CLI::App& command =
       *program.add_subcommand("stats", "Minimum, maximum, average, RMS and crest factor of every channel");
   command
-      .add_option(
-          "FILE", options->files,
-          "Recordings: audio files, CSV files with a header row, COMTRADE files (.cfg or .cff), raw samples\n(--raw)")
+      .add_option("FILE", options->files,
+                  "Recordings: audio files, CSV files with a header row, COMTRADE files (.cfg or .cff), raw "
+                  "samples\n(--raw), or - "
+                  "for standard input: CSV, audio or raw")
       ->required()
       ->type_name("");
   addInputOptions(command, options->input);

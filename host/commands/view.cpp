@@ -293,8 +293,10 @@ int runView(const Functions& functions, const ViewOptions& options) {
   const Format& format = recording->format();
   const size_t channel = channelIndex(options.file, format, options.channel);
   const OutputFile file(options.picture);
-  std::cout << visitSampleType(format.type,
-                               [&]<class T>() { return view<T>(functions, options, *recording, channel, file); });
+  const std::string said =
+      visitSampleType(format.type, [&]<class T>() { return view<T>(functions, options, *recording, channel, file); });
+  placeOutputs();
+  std::cout << said;
   printNotes(options.file, recording->notes());
   return 0;
 }
@@ -314,16 +316,17 @@ void addViewCommand(CLI::App& program, Action& chosen) {
   CLI::App& command = *program.add_subcommand("view", "Picture of a channel's curve, with a cursor on it");
   addRecordingOption(command, options->file).required();
   addInputOptions(command, options->input);
-  command.add_option("-o,--output", options->picture, "The picture to draw")
+  command.add_option("-o,--output", options->picture, "The picture to draw; - is standard output")
       ->required()
       ->type_name("PICTURE.png")
-      ->check(endingIn({".png"}));
+      ->check(streamOrEndingIn({".png"}));
   addChannelOption(command, options->channel);
   command.add_option("--from", options->from, "Begin at this time, in seconds (in samples where no rate is known)")
-      ->type_name("TIME");
-  command.add_option("--to", options->to, "End before this time")->type_name("TIME");
-  command.add_option("--scale", options->scale, "Value of one step of the file")->type_name("NUMBER");
-  command.add_option("--offset", options->offset, "Value of step 0")->type_name("NUMBER");
+      ->type_name("TIME")
+      ->check(finite());
+  command.add_option("--to", options->to, "End before this time")->type_name("TIME")->check(finite());
+  command.add_option("--scale", options->scale, "Value of one step of the file")->type_name("NUMBER")->check(finite());
+  command.add_option("--offset", options->offset, "Value of step 0")->type_name("NUMBER")->check(finite());
   command.add_option("--unit", options->unit, "Unit of the values, for the picture")->type_name("TEXT");
   using ScaleNames = std::vector<std::pair<std::string, AxisScale>>;
   command.add_option("--x-axis", options->xScale, "Time axis: lin or log")

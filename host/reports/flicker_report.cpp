@@ -52,10 +52,10 @@ Json jsonOf(const FlickerResult& result) {
   auto periods = Json::array();
   for (size_t i = 0; i < result.periods.size(); ++i) {
     const Severity severity = severityOf(result.periods[i].classes);
-    periods.push_back({{"from", result.beginOf(i)},
-                       {"to", result.beginOf(i + 1)},
+    periods.push_back({{"from_s", result.beginOf(i)},
+                       {"length_s", result.secondsOf(result.period)},
                        {"pst", severity.shortTerm},
-                       {"p0.1", severity.p01},
+                       {"p0_1", severity.p01},
                        {"p1s", severity.p1s},
                        {"p3s", severity.p3s},
                        {"p10s", severity.p10s},
@@ -64,12 +64,12 @@ Json jsonOf(const FlickerResult& result) {
   }
   return {{"file", result.file},
           {"channel", result.channel},
-          {"sample_rate", result.rate},
+          {"sample_rate_hz", result.rate},
           {"samples", result.samples},
-          {"lamp_volts", nominalVoltage(result.setting.lamp)},
-          {"mains_hz", result.setting.mains},
-          {"settling", result.secondsOf(result.settling)},
-          {"period", result.secondsOf(result.period)},
+          {"lamp_v", nominalVoltage(result.setting.lamp)},
+          {"nominal_frequency_hz", result.setting.mains},
+          {"settling_s", result.secondsOf(result.settling)},
+          {"period_s", result.secondsOf(result.period)},
           {"periods", std::move(periods)},
           {"plt", result.longTermSeverities()}};
 }

@@ -14,7 +14,7 @@ Json jsonSignal(const std::string& name, const SignalFigures& figures) {
           {"rms", jsonNumber(figures.rms)},
           {"thd_percent", jsonNumber(ratio ? std::optional(100 * *ratio) : std::nullopt)},
           {"harmonics_rms", figures.harmonics},
-          {"harmonics_degrees", figures.angles}};
+          {"harmonics_deg", figures.angles}};
 }
 
 Json jsonPower(const PowerFigures& power) {
