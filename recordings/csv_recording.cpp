@@ -18,9 +18,9 @@ T required(Result<T> result) {
   return std::move(*result);
 }
 
-bool isCsv(const std::filesystem::path& file) {
+bool isPlainText(const std::filesystem::path& file) {
   const std::string extension = upperCase(file.extension().string());
-  return extension == ".CSV" || extension == ".TSV";
+  return extension == ".TXT" || extension == ".DAT";
 }
 
 class CsvRecording final : public Recording {
@@ -28,11 +28,13 @@ public:
   CsvRecording(const std::string& file, const InputOptions& options)
       : reader_(required(TextReader::open(std::make_unique<FileBytes>(file), options))) {
     format_ = reader_.format();
-    format_.container = isCsv(file) ? "csv" : "text";
+    format_.container = isPlainText(file) ? "text" : "csv";
     notes_ = reader_.notes();
   }
 
   void rewind() override { reader_.rewind(); }
+
+  std::optional<uint64_t> lineOf(size_t frame) const override { return reader_.linesRead().at(frame); }
 
   double position() const override { return reader_.position(); }
 

@@ -38,6 +38,7 @@ void addRow(const std::string& file, PressureTable& table, std::span<const doubl
 
 PressureTable readPressureTable(const std::string& file, InputOptions input, size_t most) {
   input.timesAreValues = true;
+  input.requiresFinite = true;
   const auto recording = openRecording(file, input);
   const std::vector<std::string>& names = recording->format().channels;
   if (names.size() < 2) {

@@ -13,6 +13,10 @@
 #include "recordings/audio_recording.hpp"
 #include "recordings/comtrade_recording.hpp"
 #include "recordings/csv_recording.hpp"
+#include "recordings/output_file.hpp"
+#include "recordings/shown_text.hpp"
+#include "recordings/standard_input.hpp"
+#include "recordings/watched_recording.hpp"
 
 namespace kxrecordings {
 namespace {
@@ -49,8 +53,16 @@ bool isTextExtension(const std::string& extension) {
 
 }  // namespace
 
+std::string shownName(const std::string& file) {
+  return file == "-" ? standardInputName : file;
+}
+
 std::unique_ptr<Recording> openRecording(const std::string& file, const InputOptions& options) {
-  requireReadableFile(file);
+  const bool isStandardInput = file == "-";
+  if (!isStandardInput) {
+    requireReadableFile(file);
+    noteInput(file);
+  }
   if (options.rate && !(*options.rate > 0 && std::isfinite(*options.rate))) {
     throw FileError(file, "the sample rate must be above 0");
   }
@@ -62,26 +74,28 @@ std::unique_ptr<Recording> openRecording(const std::string& file, const InputOpt
   if (options.status && !isComtrade) {
     throw FileError(file, "has no status channels: --status is for COMTRADE recordings");
   }
+  if (isStandardInput) {
+    return openStandardInput(options);
+  }
   const bool isText = !options.raw && isTextExtension(extension);
   if (!isText && (!options.columns.empty() || !options.columnNumbers.empty())) {
     throw FileError(file, "has no named columns: --column and --columns are for text files");
   }
   if (isComtrade) {
-    return openComtrade(file, options);
+    return openShown(file, file, options, openComtrade);
   }
   if (!options.raw && extension == ".dat" &&
       std::filesystem::exists(std::filesystem::path(file).replace_extension(".cfg"))) {
     throw FileError(file, "is opened by the .cfg file beside it, or with --raw");
   }
-  if (isText) {
-    return openCsv(file, options);
-  }
-  return options.raw ? openRaw(file, options) : openAudio(file, options);
+  return openShown(file, file, options, isText ? openCsv : (options.raw ? openRaw : openAudio));
 }
 
 std::string titleOf(const std::string& file, const Format& format) {
   const std::string rate = format.rate ? fmt::format(", {:.6g} Hz", *format.rate) : "";
-  return std::filesystem::path(file).filename().string() + " (" + format.container + ", " + format.samples + rate + ')';
+  constexpr size_t longest = 60;  // of a name
+  const std::string name = file == "-" ? standardInputName : std::filesystem::path(file).filename().string();
+  return shortened(shownText(name), longest) + " (" + format.container + ", " + format.samples + rate + ')';
 }
 
 std::string timeAxisTitle(const Format& format) {

@@ -313,6 +313,7 @@ Result<bool> TextReader::nextRow() {
 
 Result<size_t> TextReader::read(std::span<double> samples) {
   const size_t channels = columns_.size(), wanted = samples.size() / channels;
+  linesRead_.clear();
   for (size_t frame = 0; frame < wanted; ++frame) {
     const auto next = nextRow();
     if (!next) {
@@ -328,6 +329,7 @@ Result<size_t> TextReader::read(std::span<double> samples) {
                          : what.starts_with("column ") ? ", " + what
                                                        : ": " + what);
     }
+    linesRead_.push_back(lines_->number());
     countMissing(values);
   }
   return wanted;

@@ -50,6 +50,9 @@ public:
   /// Of the row that was read last, counted from 1.
   uint64_t line() const { return lines_->number(); }
 
+  /// Of the frames that were read last.
+  const std::vector<uint64_t>& linesRead() const { return linesRead_; }
+
 private:
   struct TimeColumn {
     size_t index;
@@ -83,6 +86,7 @@ private:
   Format format_;
   std::vector<std::string> notes_;
   std::vector<MissingSamples> missing_;
+  std::vector<uint64_t> linesRead_;
   uint64_t countedTo_ = 0;  // the last line of which missing samples are counted
 };
 

@@ -8,6 +8,7 @@
 #include "analysis/combustion/pressure_cycles.hpp"
 #include "host/commands/combustion_options.hpp"
 #include "host/commands/command.hpp"
+#include "host/commands/outputs.hpp"
 #include "host/pictures/combustion_pictures.hpp"
 #include "host/pictures/picture_file.hpp"
 #include "host/reports/floors.hpp"
@@ -170,7 +171,7 @@ Json jsonOf(const CombustionOptions& options, const PressureCycles& cycles, cons
   for (const Quantity& quantity : quantitiesOf(figures)) {
     overall[quantity.name] = jsonOf(quantity.spread);
   }
-  return {{"source", options.source()},
+  return {{"file", options.source()},
           {"samples_per_cycle", cycles.angles.size()},
           {"step_deg", cycles.step()},
           {"displacement_cm3", options.engine.displacement()},
@@ -227,6 +228,7 @@ CutCycles cyclesFor(const CombustionOptions& options) {
 }
 
 int runCombustion(const Functions& functions, const CombustionOptions& options) {
+  noteInput(options.file);
   std::optional<Pictures> pictures;
   std::optional<OutputFile> output;
   if (!options.picture.empty()) {
@@ -242,12 +244,14 @@ int runCombustion(const Functions& functions, const CombustionOptions& options) 
   for (size_t i = 0; i < cycles.count(); ++i) {
     figures.push_back(analysis.feed(cycles.cycle(i)));
   }
-  if (output) {
-    writePressureTable(*output, cycles.angles, cycles.samples);
-  }
-  if (pictures) {
-    pictures->draw(functions, titleOf(options, cycles), analysis, figures);
-  }
+  const int code = finishOutputs([&] {
+    if (output) {
+      writePressureTable(*output, cycles.angles, cycles.samples);
+    }
+    if (pictures) {
+      pictures->draw(functions, titleOf(options, cycles), analysis, figures);
+    }
+  });
   if (leftOut > 0) {
     printNotes(options.file,
                {fmt::format("{} samples outside of the {} complete cycles are left out", leftOut, cycles.count())});
@@ -257,7 +261,7 @@ int runCombustion(const Functions& functions, const CombustionOptions& options) 
   } else {
     printText(options, cycles, analysis, figures);
   }
-  return 0;
+  return code;
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <cmath>
+#include <limits>
 
 #include "host/commands/options.hpp"
 #include "host/reports/floors.hpp"
@@ -115,6 +116,7 @@ void addSimulation(CLI::App& command, Simulation& simulation, CLI::Option* simul
   numbers.add("--step", s.step, 0.05, 5, "DEG", "Degrees between samples, of which 720 are a whole number");
   command.add_option("--seed", s.seed, "Seed of scatter and noise: the same gives the same samples")
       ->type_name("NUMBER")
+      ->check(wholeNumber(0, std::numeric_limits<decltype(s.seed)>::max()))
       ->needs(simulate)
       ->group(numbers.group)
       ->capture_default_str();
@@ -193,7 +195,7 @@ void CombustionOptions::requireSense() const {
 void addCombustionOptions(CLI::App& command, CombustionOptions& options) {
   command.add_option("FILE", options.file, "Crank angle and pressures")
       ->type_name("")
-      ->check(endingIn({".csv", ".tsv", ".txt", ".dat"}));
+      ->check(streamOrEndingIn({".csv", ".tsv", ".txt", ".dat"}));
   auto* simulate = command.add_flag("--simulate", options.simulate, "Simulate the cycles instead of reading them");
   command
       .add_option("--column", options.input.columns,
@@ -217,7 +219,7 @@ void addCombustionOptions(CLI::App& command, CombustionOptions& options) {
   command.add_option("-o,--output", options.output, "Write the simulated pressures, as FILE takes them")
       ->type_name("OUT.csv")
       ->needs(simulate)
-      ->check(endingIn({".csv"}));
+      ->check(streamOrEndingIn({".csv"}));
   addEngine(command, options.engine);
   addAnalysis(command, options.analysis);
   addSimulation(command, options.simulation, simulate);

@@ -12,13 +12,14 @@
 #include "host/commands/frame_writer.hpp"
 #include "host/commands/input_files.hpp"
 #include "host/commands/options.hpp"
+#include "host/commands/outputs.hpp"
 #include "host/pictures/picture_file.hpp"
 #include "host/pictures/response_picture.hpp"
 #include "host/reports/floors.hpp"
 #include "host/reports/notes.hpp"
 #include "host/reports/progress.hpp"
 #include "host/reports/required.hpp"
-#include "recordings/audio_output.hpp"
+#include "recordings/frame_output.hpp"
 #include "recordings/recording.hpp"
 
 namespace kxhost {
@@ -31,7 +32,7 @@ struct Edges {
 
 struct FilterOptions {
   std::string file;
-  std::string output;
+  RecordingOutput output;
   std::string picture;
   InputOptions input;
   Edges edges;
@@ -89,7 +90,7 @@ FilterDesign designOf(const FilterOptions& options, const PassBand& band) {
 /// filtered as doubles.
 template <class T>
 void filterInto(const Functions& functions, const FilterOptions& options, Recording& recording,
-                const FilterDesign& design, AudioOutput& output) {
+                const FilterDesign& design, FrameOutput& output) {
   using Value = std::conditional_t<std::is_same_v<T, int32_t> || std::is_same_v<T, double>, double, float>;
   const Format& format = recording.format();
   const size_t channels = format.channels.size();
@@ -99,16 +100,12 @@ void filterInto(const Functions& functions, const FilterOptions& options, Record
   Progress progress(options.file);
   std::vector<T> block(blockFrames * channels);
   std::vector<Value> values(blockFrames);
-  uint64_t total = 0;
   while (const size_t frames = recording.read(std::span(block))) {
     const auto channel = std::span(values).first(frames);
     for (size_t i = 0; i < channels; ++i) {
       channelValues(functions, block.data() + i, channels, scaling, channel);
-      // It would never leave a recursive filter again, and spoils all that goes through a transform with it.
-      requireFinite(options.file, "filtered", std::span<const Value>(channel), total);
       writer.add(i, filters[i].feed(std::span<const Value>(channel)));
     }
-    total += frames;
     progress.update(recording.position());
   }
   for (size_t i = 0; i < channels; ++i) {
@@ -116,14 +113,13 @@ void filterInto(const Functions& functions, const FilterOptions& options, Record
   }
 }
 
-int wholeRate(const FilterOptions& options, double rate) {
+void requireWholeRate(const FilterOptions& options, double rate) {
   if (rate != std::floor(rate) || rate > std::numeric_limits<int>::max()) {
     throw FileError(options.file,
                     fmt::format("cannot be filtered into an audio file: its rate of {:.6g} Hz is not a whole number "
                                 "that those can hold",
                                 rate));
   }
-  return static_cast<int>(rate);
 }
 
 int runFilter(const Functions& functions, const FilterOptions& options) {
@@ -133,9 +129,12 @@ int runFilter(const Functions& functions, const FilterOptions& options) {
   const PassBand band = bandOf(options, rate);
   const FilterDesign design = designOf(options, band);
   const std::optional<OutputFile> picture = begunPicture(options.picture);
-  std::optional<AudioOutput> output;
-  if (!options.output.empty()) {
-    output.emplace(options.output, format.channels.size(), wholeRate(options, rate));
+  std::unique_ptr<FrameOutput> output;
+  if (options.output.isWanted()) {
+    if (options.output.kind() == FrameFormat::wav) {
+      requireWholeRate(options, rate);
+    }
+    output = beginRecording(options.output, {format.channels, rate, recording->frames()});
     visitSampleType(format.type, [&]<class T>() { filterInto<T>(functions, options, *recording, design, *output); });
   }
   const std::string name = nameOf(options, design);
@@ -144,18 +143,22 @@ int runFilter(const Functions& functions, const FilterOptions& options) {
     const double delay = static_cast<double>(*options.taps - 1) / 2;
     said += fmt::format("delay: {} samples, {:.6g} ms\n", numberText(delay, allDigits), 1000 * delay / rate);
   }
-  if (picture) {
-    const Responses responses = responsesOf(functions, design, options.way, band, rate);
-    drawResponses(*picture, fmt::format("{}, sample rate {:.6g} Hz", name, rate), responses);
-    said += edgesText(responses) + '\n';
-  }
-  if (output) {
-    output->finish();
-    said += fmt::format("{}: {} frames at {:.6g} Hz\n", options.output, output->frames(), rate);
+  const int code = finishOutputs([&] {
+    if (picture) {
+      const Responses responses = responsesOf(functions, design, options.way, band, rate);
+      said += edgesText(responses) + '\n';
+      drawResponses(*picture, fmt::format("{}, sample rate {:.6g} Hz", name, rate), responses);
+    }
+    if (output) {
+      output->finish();
+    }
+  });
+  if (output && code == 0) {
+    said += fmt::format("{}: {} frames at {:.6g} Hz\n", options.output.name(), output->frames(), rate);
   }
   printNotes(options.file, recording->notes());
   std::cout << said;
-  return 0;
+  return code;
 }
 
 Edges edgesIn(const std::string& text) {
@@ -177,14 +180,16 @@ void addDesignOptions(CLI::App& command, const std::shared_ptr<FilterOptions>& o
             options->edges = {std::nullopt, edge};
           },
           "Frequencies below this one, in Hz")
-      ->type_name("HZ");
+      ->type_name("HZ")
+      ->check(aboveZero());
   band.add_option_function<double>(
           "--highpass",
           [options](double edge) {
             options->edges = {edge, std::nullopt};
           },
           "Frequencies above this one")
-      ->type_name("HZ");
+      ->type_name("HZ")
+      ->check(aboveZero());
   band.add_option_function<std::string>(
           "--bandpass", [options](const std::string& text) { options->edges = edgesIn(text); },
           "Frequencies between these two")
@@ -220,7 +225,7 @@ void addFilterCommand(CLI::App& program, Action& chosen) {
   addRecordingOption(command, options->file).required();
   addInputOptions(command, options->input);
   addDesignOptions(command, options);
-  addAudioOutputOption(command, options->output, "The file to write, of 32-bit floats");
+  addRecordingOutput(command, options->output, "The file to write");
   addPictureOption(command, options->picture, "Draw the filter's frequency response, as designed and as measured");
   command.footer(
       "A Butterworth filter is 3.01 dB down at its edges and falls by 6.02 dB an octave for each order beyond; it is\n"
@@ -238,8 +243,9 @@ void addFilterCommand(CLI::App& program, Action& chosen) {
       "  kxhost filter take1.wav --highpass 80 --order 2 -o take1-without-rumble.wav\n"
       "  kxhost filter take1.wav --bandpass 300,3400 --order 6 -o phone.wav --plot response.png\n"
       "  kxhost filter take1.wav --lowpass 1000 --fir 201 --window blackman --plot response.svg");
+  options->input.requiresFinite = true;  // else nothing but NaNs would come out of a recursive filter ever after
   command.callback([options, &chosen] {
-    if (options->output.empty() && options->picture.empty()) {
+    if (!options->output.isWanted() && options->picture.empty()) {
       throw CLI::RequiredError("--output or --plot");
     }
     if (options->taps && *options->taps % 2 == 0 && !options->edges.high) {

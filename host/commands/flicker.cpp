@@ -13,6 +13,7 @@
 #include "host/commands/command.hpp"
 #include "host/commands/input_files.hpp"
 #include "host/commands/options.hpp"
+#include "host/commands/outputs.hpp"
 #include "host/pictures/flicker_picture.hpp"
 #include "host/pictures/picture_file.hpp"
 #include "host/reports/flicker_conformity.hpp"
@@ -139,19 +140,21 @@ int runFile(const Functions& functions, const FlickerOptions& options) {
                     fmt::format("lasts {:.5g} s: settling and one period (--settling, --period) take {:.5g} s",
                                 result.secondsOf(result.samples), result.beginOf(1)));
   }
-  if (picture) {
-    drawFlicker(
-        *picture,
-        fmt::format("{}, channel {}, {}", titleOf(options.file, format), result.channel, settingText(result.setting)),
-        result);
-  }
+  const int code = finishOutputs([&] {
+    if (picture) {
+      drawFlicker(
+          *picture,
+          fmt::format("{}, channel {}, {}", titleOf(options.file, format), result.channel, settingText(result.setting)),
+          result);
+    }
+  });
   printNotes(options.file, recording->notes());
   if (options.json) {
     printJson(jsonOf(result));
   } else {
     printTable(result);
   }
-  return 0;
+  return code;
 }
 
 int runConformity(const Functions& functions, const FlickerOptions& options) {
@@ -200,6 +203,7 @@ void addConformityOptions(CLI::App& command, FlickerOptions& options) {
   }
   command.add_option("--tolerance", options.tolerance, "With --test: allow this deviation instead of the standard's")
       ->type_name("PERCENT")
+      ->check(aboveZero())
       ->needs(test);
 }
 
@@ -210,6 +214,7 @@ void addFlickerCommand(CLI::App& program, Action& chosen) {
   CLI::App& command = *program.add_subcommand("flicker", "Flicker severity of a mains voltage (IEC 61000-4-15)");
   addRecordingOption(command, options->file);
   addInputOptions(command, options->input);
+  options->input.requiresFinite = true;  // the meter's filters would give NaNs ever after
   command.add_option("--lamp", options->lamp, "Lamp: of 230 V or of 120 V (default: 230, of --test: both)")
       ->type_name("VOLTS")
       ->check(CLI::IsMember({230, 120}));
@@ -247,9 +252,7 @@ void addFlickerCommand(CLI::App& program, Action& chosen) {
     if (!isAboutConformity && options->file.empty()) {
       throw CLI::RequiredError("FILE or --test");
     }
-    if (options->tolerance && !(*options->tolerance > 0)) {
-      throw CLI::ValidationError("--tolerance", "is not above 0 %");
-    }
+    options->input.finiteChannel = options->channel;
     chosen = [options, isAboutConformity](const Functions& functions) {
       return isAboutConformity ? runConformity(functions, *options) : runFile(functions, *options);
     };

@@ -6,14 +6,14 @@
 #include <vector>
 
 #include "host/reports/floors.hpp"
-#include "recordings/audio_output.hpp"
+#include "recordings/frame_output.hpp"
 
 namespace kxhost {
 
 /// All channels are fed the same numbers of samples, so that they deliver the same numbers of outputs.
 class FrameWriter {
 public:
-  FrameWriter(AudioOutput& output, size_t channels) : output_(output), channels_(channels) {}
+  FrameWriter(FrameOutput& output, size_t channels) : output_(output), channels_(channels) {}
 
   /// Of the channels in turn; with the last one the frames are written.
   template <class Value>
@@ -28,7 +28,7 @@ public:
   }
 
 private:
-  AudioOutput& output_;
+  FrameOutput& output_;
   size_t channels_;
   std::vector<float> frames_;
 };

@@ -5,19 +5,6 @@
 #include <cmath>
 
 namespace kxhost {
-namespace {
-
-template <class T>
-void requireAllFinite(const std::string& file, const std::string& done, std::span<const T> values,
-                      uint64_t firstFrame) {
-  for (size_t i = 0; i < values.size(); ++i) {
-    if (!std::isfinite(values[i])) {
-      throw FileError(file, fmt::format("cannot be {}: sample {} is not a finite number", done, firstFrame + i));
-    }
-  }
-}
-
-}  // namespace
 
 double rateOf(const std::string& file, const Format& format, const std::string& option) {
   if (!format.rate) {
@@ -35,12 +22,11 @@ size_t channelIndex(const std::string& file, const Format& format, int channel) 
 
 void requireFinite(const std::string& file, const std::string& done, std::span<const float> values,
                    uint64_t firstFrame) {
-  requireAllFinite(file, done, values, firstFrame);
-}
-
-void requireFinite(const std::string& file, const std::string& done, std::span<const double> values,
-                   uint64_t firstFrame) {
-  requireAllFinite(file, done, values, firstFrame);
+  for (size_t i = 0; i < values.size(); ++i) {
+    if (!std::isfinite(values[i])) {
+      throw FileError(file, fmt::format("cannot be {}: sample {} is not a finite number", done, firstFrame + i));
+    }
+  }
 }
 
 }  // namespace kxhost

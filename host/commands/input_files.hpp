@@ -21,7 +21,5 @@ size_t channelIndex(const std::string& file, const Format& format, int channel);
 /// @param firstFrame  of the recording, where the values begin.
 void requireFinite(const std::string& file, const std::string& done, std::span<const float> values,
                    uint64_t firstFrame);
-void requireFinite(const std::string& file, const std::string& done, std::span<const double> values,
-                   uint64_t firstFrame);
 
 }  // namespace kxhost

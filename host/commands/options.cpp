@@ -5,18 +5,49 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 
 #include "host/pictures/picture_file.hpp"
 #include "recordings/text_fields.hpp"
 
 namespace kxhost {
 
-CLI::Validator between(double least, double most, const std::string& what) {
+namespace {
+
+/// A check of numbers; an empty text is none.
+/// @param says  what is wrong with a text that isRight() does not find a number that may be.
+CLI::Validator numberThat(std::function<bool(double)> isRight, const std::string& says) {
   return {[=](const std::string& text) {
             const auto number = numberIn(text);
-            return number && *number >= least && *number <= most
+            return number && isRight(*number) ? "" : fmt::format("{} {}", text.empty() ? "nothing" : text, says);
+          },
+          ""};
+}
+
+}  // namespace
+
+CLI::Validator between(double least, double most, const std::string& what) {
+  return numberThat([=](double number) { return number >= least && number <= most; },
+                    fmt::format("is not a {} from {:.10g} to {:.10g}", what, least, most));
+}
+
+CLI::Validator aboveZero() {
+  return numberThat([](double number) { return number > 0 && std::isfinite(number); }, "is not a number above 0");
+}
+
+CLI::Validator finite() {
+  return numberThat([](double number) { return std::isfinite(number); }, "is not a finite number");
+}
+
+CLI::Validator wholeNumber(uint64_t least, uint64_t most) {
+  return {[=](const std::string& text) {
+            uint64_t number = 0;
+            const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+            const bool isNumber = error == std::errc() && end == text.data() + text.size();
+            return isNumber && number >= least && number <= most
                        ? ""
-                       : fmt::format("{} is not a {} from {:.10g} to {:.10g}", text, what, least, most);
+                       : fmt::format("{} is not a whole number from {} to {}", text.empty() ? "nothing" : text, least,
+                                     most);
           },
           ""};
 }
@@ -26,6 +57,11 @@ CLI::Validator endingIn(const std::vector<std::string>& endings) {
             const bool isOne = std::ranges::any_of(endings, [&](const auto& ending) { return file.ends_with(ending); });
             return isOne ? "" : fmt::format("{} does not end in {}", file, fmt::join(endings, " or "));
           },
+          ""};
+}
+
+CLI::Validator streamOrEndingIn(const std::vector<std::string>& endings) {
+  return {[check = endingIn(endings)](const std::string& file) { return file == "-" ? std::string() : check(file); },
           ""};
 }
 
@@ -56,21 +92,24 @@ CLI::Option& addRecordingOption(CLI::App& command, std::string& file) {
   return *command
               .add_option("FILE", file,
                           "Recording: an audio file, a text file (.csv, .tsv, .txt, .dat), a COMTRADE file (.cfg or "
-                          ".cff),\nraw samples (--raw)")
+                          ".cff),\nraw samples (--raw), or - for standard input: text, audio or raw")
               ->type_name("");
 }
 
 void addInputOptions(CLI::App& command, InputOptions& options, const std::string& rateOption) {
+  constexpr int mostChannels = 1024;  // of libsndfile
   auto* raw =
       command.add_option("--raw", options.raw, "Take files as raw interleaved little-endian samples of this type")
           ->type_name("TYPE")
           ->check(CLI::IsMember({"int16", "int32", "float", "double"}));
   auto* channels = command.add_option("--channels", options.channels, "Number of channels of raw files")
                        ->type_name("NUMBER")
+                       ->check(wholeNumber(1, mostChannels))
                        ->needs(raw);
   raw->needs(channels);
   command.add_option(rateOption, options.rate, "Sample rate in Hz, for files that carry none, or instead of theirs")
-      ->type_name("HZ");
+      ->type_name("HZ")
+      ->check(aboveZero());
   command
       .add_option("--column", options.columns, "Take this column of text files (may be repeated; default: all numeric)")
       ->type_name("NAME")
@@ -79,9 +118,13 @@ void addInputOptions(CLI::App& command, InputOptions& options, const std::string
   command
       .add_option("--segment", options.segment,
                   "Take this segment of COMTRADE recordings that change their rate, from 1 (default: the longest)")
-      ->type_name("NUMBER");
+      ->type_name("NUMBER")
+      ->check(wholeNumber(1, INT32_MAX));
   command.add_flag("--status", options.status,
                    "Also take the status channels of COMTRADE recordings, 0 and 1, behind the others");
+  command.add_flag(
+      "--strict", options.strict,
+      "Refuse what is read with a note otherwise: truncated audio files, values that are not finite numbers");
 }
 
 void addTextOptions(CLI::App& command, std::vector<size_t>& columnNumbers, std::optional<char>& decimalMark) {
@@ -106,11 +149,10 @@ void addTextOptions(CLI::App& command, std::vector<size_t>& columnNumbers, std::
 }
 
 void addChannelOption(CLI::App& command, int& channel) {
-  command.add_option("--channel", channel, "Which channel, counted from 1")->type_name("NUMBER")->capture_default_str();
-}
-
-CLI::Option& addAudioOutputOption(CLI::App& command, std::string& file, const std::string& help) {
-  return *command.add_option("-o,--output", file, help)->type_name("OUT.wav")->check(endingIn({".wav"}));
+  command.add_option("--channel", channel, "Which channel, counted from 1")
+      ->type_name("NUMBER")
+      ->check(wholeNumber(1, INT32_MAX))
+      ->capture_default_str();
 }
 
 void addScaleOptions(CLI::App& command, AxisScale& xScale, AxisScale& yScale, const std::string& xAxis) {

@@ -10,6 +10,7 @@
 #include "host/commands/command.hpp"
 #include "host/commands/input_files.hpp"
 #include "host/commands/options.hpp"
+#include "host/commands/outputs.hpp"
 #include "host/pictures/picture_file.hpp"
 #include "host/pictures/power_pictures.hpp"
 #include "host/reports/channel_list.hpp"
@@ -202,11 +203,13 @@ int runPower(const Functions& functions, const PowerOptions& options) {
   }
   visitSampleType(format.type,
                   [&]<class T>() { analyzeWindows<T>(functions, options, channels, *recording, stream, report); });
-  if (!pictures.empty()) {
-    drawPhasors(*pictures[0], report);
-    drawHarmonics(*pictures[1], report);
-    drawTrends(*pictures[2], report);
-  }
+  const int code = finishOutputs([&] {
+    if (!pictures.empty()) {
+      drawPhasors(*pictures[0], report);
+      drawHarmonics(*pictures[1], report);
+      drawTrends(*pictures[2], report);
+    }
+  });
   std::vector<std::string> notes = recording->notes();
   if (channels.isProposed) {
     notes.push_back("of its channels those are taken that belong together: " + optionsFor(groupOf(channels)));
@@ -216,7 +219,7 @@ int runPower(const Functions& functions, const PowerOptions& options) {
   }
   printNotes(options.file, notes);
   print(report, options);
-  return 0;
+  return code;
 }
 
 void addChannelOptions(CLI::App& command, PowerChannelOptions& options) {
@@ -237,6 +240,7 @@ void addChannelOptions(CLI::App& command, PowerChannelOptions& options) {
                   "V and A per unit of the file: a factor for all voltages and one for all currents, or one for each\n"
                   "channel, the voltages' first")
       ->type_name("FACTORS")
+      ->check(finite())
       ->delimiter(',')
       ->allow_extra_args(false);
 }

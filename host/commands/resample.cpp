@@ -15,12 +15,13 @@
 #include "host/commands/frame_writer.hpp"
 #include "host/commands/input_files.hpp"
 #include "host/commands/options.hpp"
+#include "host/commands/outputs.hpp"
 #include "host/reports/floors.hpp"
 #include "host/reports/notes.hpp"
 #include "host/reports/print.hpp"
 #include "host/reports/progress.hpp"
 #include "host/reports/required.hpp"
-#include "recordings/audio_output.hpp"
+#include "recordings/frame_output.hpp"
 #include "recordings/recording.hpp"
 
 namespace kxhost {
@@ -28,14 +29,14 @@ namespace {
 
 struct ResampleOptions {
   std::string file;
-  std::string output;
+  RecordingOutput output;
   InputOptions input;
   double rate = 0;
   bool isPlain = false;
 };
 
 /// What limits the recordings that a resampler takes: the spline counts their samples in 32 bits, the filters spread what is
-/// not finite over many outputs.
+/// not finite, once taken for a single, over many outputs.
 void requireUsable(const ResampleOptions& options, std::span<const float> values, uint64_t firstFrame) {
   if (!options.isPlain) {
     requireFinite(options.file, "resampled (unless --plain is given)", values, firstFrame);
@@ -47,7 +48,7 @@ void requireUsable(const ResampleOptions& options, std::span<const float> values
 /// Streams a recording into the output, every channel through a resampler of its own; returns its number of frames.
 template <class AnyResampler, class T>
 uint64_t resample(const ResampleOptions& options, Recording& recording, const Functions& functions,
-                  std::vector<AnyResampler> resamplers, AudioOutput& output) {
+                  std::vector<AnyResampler> resamplers, FrameOutput& output) {
   const Format& format = recording.format();
   const size_t channels = format.channels.size();
   const Scaling scaling{1 / format.fullScale, 0};
@@ -76,7 +77,7 @@ uint64_t resample(const ResampleOptions& options, Recording& recording, const Fu
 /// The same with the resamplers that the options ask for.
 template <class T>
 uint64_t resample(const ResampleOptions& options, Recording& recording, const Functions& functions,
-                  AudioOutput& output) {
+                  FrameOutput& output) {
   const double oldRate = *recording.format().rate;
   const size_t channels = recording.format().channels.size();
   if (options.isPlain) {
@@ -102,13 +103,18 @@ int runResample(const Functions& functions, const ResampleOptions& options) {
                                 numberText(options.rate, allDigits), mostHertz));
   }
   const int rate = static_cast<int>(options.rate);
-  AudioOutput output(options.output, format.channels.size(), rate);
+  std::optional<uint64_t> expected;
+  if (const auto known = recording->frames()) {
+    expected = static_cast<uint64_t>(static_cast<double>(*known) / oldRate * rate);
+  }
+  const auto output = beginRecording(options.output, {format.channels, options.rate, expected});
   const uint64_t frames =
-      visitSampleType(format.type, [&]<class T>() { return resample<T>(options, *recording, functions, output); });
-  output.finish();
+      visitSampleType(format.type, [&]<class T>() { return resample<T>(options, *recording, functions, *output); });
+  output->finish();
+  placeOutputs();
   printNotes(options.file, recording->notes());
-  printTo(std::cout, "{}: {} frames at {} Hz, from {} at {} Hz\n", options.output, output.frames(), rate, frames,
-          numberText(oldRate, allDigits));
+  printTo(std::cout, "{}: {} frames at {} Hz, from {} at {} Hz\n", options.output.name(), output->frames(), rate,
+          frames, numberText(oldRate, allDigits));
   return 0;
 }
 
@@ -119,8 +125,11 @@ void addResampleCommand(CLI::App& program, Action& chosen) {
   CLI::App& command = *program.add_subcommand("resample", "Write a recording at another sample rate");
   addRecordingOption(command, options->file).required();
   addInputOptions(command, options->input, "--input-rate");
-  command.add_option("--rate", options->rate, "The new sample rate, a whole number of Hz")->required()->type_name("HZ");
-  addAudioOutputOption(command, options->output, "The file to write, of 32-bit floats").required();
+  command.add_option("--rate", options->rate, "The new sample rate, a whole number of Hz")
+      ->required()
+      ->type_name("HZ")
+      ->check(wholeNumber(1, INT32_MAX));
+  addRecordingOutput(command, options->output, "The file to write").required();
   command.add_flag("--plain", options->isPlain, "Take the bare spline, without the filters that keep to the band");
   command.footer(
       "Frequencies up to 0.45 of the lower one of both rates stay as they are, within 0.1 dB; what lies above its half "
@@ -134,6 +143,7 @@ void addResampleCommand(CLI::App& program, Action& chosen) {
       "  kxhost resample --input-rate 50000 --column Va --column Ia mains.csv --rate 8000 -o mains.wav\n"
       "  kxhost resample slow.csv --input-rate 10 --rate 1000 --plain -o smooth.wav");
   command.callback([options, &chosen] {
+    options->input.requiresFinite = !options->isPlain;
     chosen = [options](const Functions& functions) { return runResample(functions, *options); };
   });
 }

@@ -6,6 +6,7 @@
 #include <numeric>
 
 #include "host/commands/input_files.hpp"
+#include "host/commands/options.hpp"
 #include "recordings/channel_units.hpp"
 
 namespace kxhost {
@@ -25,8 +26,9 @@ uint64_t frameAt(const std::string& file, const char* option, double time, doubl
 
 void addTimeRangeOptions(CLI::App& command, TimeRange& range) {
   command.add_option("--from", range.from, "Begin at this time, in seconds (in samples where no rate is known)")
-      ->type_name("TIME");
-  command.add_option("--to", range.to, "End before this time")->type_name("TIME");
+      ->type_name("TIME")
+      ->check(finite());
+  command.add_option("--to", range.to, "End before this time")->type_name("TIME")->check(finite());
 }
 
 FrameRange framesIn(const TimeRange& range, const std::string& file, const Format& format, uint64_t frames) {
@@ -48,8 +50,8 @@ std::string timeText(const Format& format, uint64_t frame) {
 }
 
 void addValueOptions(CLI::App& command, ValueOptions& values) {
-  command.add_option("--scale", values.scale, "Value of one step of the file")->type_name("NUMBER");
-  command.add_option("--offset", values.offset, "Value of step 0")->type_name("NUMBER");
+  command.add_option("--scale", values.scale, "Value of one step of the file")->type_name("NUMBER")->check(finite());
+  command.add_option("--offset", values.offset, "Value of step 0")->type_name("NUMBER")->check(finite());
   command.add_option("--unit", values.unit, "Unit of the values (default: the one that a channel's name ends in)")
       ->type_name("TEXT");
 }
@@ -72,6 +74,7 @@ void addChannelsOption(CLI::App& command, std::vector<int>& channels, const std:
   command.add_option("--channel", channels, fmt::format("Which channels, counted from 1: 1,3 (default: {})", ifNone))
       ->type_name("NUMBERS")
       ->delimiter(',')
+      ->check(wholeNumber(1, INT32_MAX))
       ->allow_extra_args(false);
 }
 

@@ -6,6 +6,7 @@
 #include "host/commands/command.hpp"
 #include "host/commands/input_files.hpp"
 #include "host/commands/options.hpp"
+#include "host/commands/outputs.hpp"
 #include "host/commands/selection.hpp"
 #include "host/pictures/picture_file.hpp"
 #include "host/pictures/spectrum_picture.hpp"
@@ -150,9 +151,11 @@ int runSpectrum(const Functions& functions, const SpectrumOptions& options) {
   const std::optional<OutputFile> picture = begunPicture(options.picture);
   const SpectrumReport report =
       visitSampleType(recording->format().type, [&]<class T>() { return analyse<T>(functions, options, *recording); });
-  if (picture) {
-    drawSpectra(*picture, report, options.xScale, options.yScale);
-  }
+  const int code = finishOutputs([&] {
+    if (picture) {
+      drawSpectra(*picture, report, options.xScale, options.yScale);
+    }
+  });
   printNotes(options.file, recording->notes());
   if (options.json) {
     printJson(jsonOf(report));
@@ -161,7 +164,7 @@ int runSpectrum(const Functions& functions, const SpectrumOptions& options) {
   } else {
     printSpectrum(std::cout, report);
   }
-  return 0;
+  return code;
 }
 
 template <class Names>

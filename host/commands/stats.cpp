@@ -7,6 +7,7 @@
 #include "analysis/statistics/statistics.hpp"
 #include "host/commands/command.hpp"
 #include "host/commands/options.hpp"
+#include "host/commands/outputs.hpp"
 #include "host/commands/selection.hpp"
 #include "host/pictures/envelope_picture.hpp"
 #include "host/pictures/picture_file.hpp"
@@ -47,7 +48,8 @@ struct FileResult {
   Format format;
   FrameRange range;
   std::vector<ChannelLine> channels;
-  std::vector<EnvelopePane> panes;  // with --plot only
+  std::vector<EnvelopePane> panes;    // with --plot only
+  std::optional<OutputFile> picture;  // which these are drawn in
 
   std::optional<double> duration() const {
     return format.rate ? std::optional(static_cast<double>(range.count()) / *format.rate) : std::nullopt;
@@ -165,7 +167,7 @@ FileResult measure(const Functions& functions, const std::string& file, const St
     }
   }
 
-  FileResult result{file, format, range, {}, {}};
+  FileResult result{file, format, range, {}, {}, {}};
   for (size_t i = 0; i < channels; ++i) {
     result.channels.push_back(measurements[i].line());
     result.channels.back().name = format.channels[i];
@@ -176,12 +178,12 @@ FileResult measure(const Functions& functions, const std::string& file, const St
   return result;
 }
 
-void draw(const OutputFile& picture, const FileResult& result) {
+void draw(const FileResult& result) {
   if (result.range.count() == 0) {
     throw FileError(result.file, "holds no samples to draw");
   }
-  drawEnvelopes(picture, titleOf(result.file, result.format), result.panes, result.range.begin, result.range.end,
-                timeAxisTitle(result.format), result.format.rate.value_or(1));
+  drawEnvelopes(*result.picture, titleOf(result.file, result.format), result.panes, result.range.begin,
+                result.range.end, timeAxisTitle(result.format), result.format.rate.value_or(1));
 }
 
 FileResult process(const Functions& functions, const StatsOptions& options, size_t index) {
@@ -192,13 +194,11 @@ FileResult process(const Functions& functions, const StatsOptions& options, size
     throw FileError(file, fmt::format("has {} channels, a picture has room for {}", channels, maximumPanes));
   }
   const bool isNumbered = !options.picture.empty() && options.files.size() > 1;
-  const std::optional<OutputFile> picture =
+  std::optional<OutputFile> picture =
       begunPicture(isNumbered ? pictureFile(options.picture, std::to_string(index + 1)) : options.picture);
   FileResult result = visitSampleType(recording->format().type,
                                       [&]<class T>() { return measure<T>(functions, file, options, *recording); });
-  if (picture) {
-    draw(*picture, result);
-  }
+  result.picture = std::move(picture);
   printNotes(file, recording->notes());
   return result;
 }
@@ -268,10 +268,10 @@ Json jsonOf(const std::vector<FileResult>& results, const std::vector<double>& p
               {"container", result.format.container},
               {"sample_format", result.format.samples},
               {"unit", result.format.unit},
-              {"sample_rate", jsonNumber(result.format.rate)},
-              {"from", static_cast<double>(result.range.begin) / result.format.rate.value_or(1)},
+              {"sample_rate_hz", jsonNumber(result.format.rate)},
+              {"from_s", static_cast<double>(result.range.begin) / result.format.rate.value_or(1)},
               {"samples", result.range.count()},
-              {"duration", jsonNumber(result.duration())}};
+              {"duration_s", jsonNumber(result.duration())}};
     addTimes(file, result.format);
     file["channels"] = std::move(channels);
     files.push_back(std::move(file));
@@ -309,10 +309,17 @@ int runStats(const Functions& functions, const StatsOptions& options) {
       printTo(std::cerr, "kxhost: {}\n", error.what());
     }
   }
+  const int code = finishOutputs([&] {
+    for (const FileResult& result : results) {
+      if (result.picture) {
+        draw(result);
+      }
+    }
+  });
   if (!results.empty()) {
     print(results, options);
   }
-  return results.size() == options.files.size() ? 0 : 1;
+  return results.size() == options.files.size() ? code : 1;
 }
 
 }  // namespace
@@ -322,9 +329,9 @@ void addStatsCommand(CLI::App& program, Action& chosen) {
   CLI::App& command =
       *program.add_subcommand("stats", "Minimum, maximum, average, RMS and crest factor of every channel");
   command
-      .add_option(
-          "FILE", options->files,
-          "Recordings: audio files, text files (.csv, .tsv, .txt, .dat), COMTRADE files (.cfg or .cff), raw samples\n(--raw)")
+      .add_option("FILE", options->files,
+                  "Recordings: audio files, text files (.csv, .tsv, .txt, .dat), COMTRADE files (.cfg or .cff),\nraw "
+                  "samples (--raw), or - for standard input: text, audio or raw")
       ->required()
       ->type_name("");
   addInputOptions(command, options->input);

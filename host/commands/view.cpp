@@ -378,8 +378,10 @@ int runView(const Functions& functions, const ViewOptions& options) {
   const Format& format = recording->format();
   const std::vector<size_t> channels = channelsOf(options, format);
   const OutputFile file(options.picture);
-  std::cout << visitSampleType(format.type,
-                               [&]<class T>() { return View<T>(functions, options, *recording, channels).draw(file); });
+  const std::string said = visitSampleType(
+      format.type, [&]<class T>() { return View<T>(functions, options, *recording, channels).draw(file); });
+  placeOutputs();
+  std::cout << said;
   printNotes(options.file, recording->notes());
   return 0;
 }
@@ -399,10 +401,10 @@ void addViewCommand(CLI::App& program, Action& chosen) {
   CLI::App& command = *program.add_subcommand("view", "Picture of channels' curves, with cursors on them");
   addRecordingOption(command, options->file).required();
   addInputOptions(command, options->input);
-  command.add_option("-o,--output", options->picture, "The picture to draw")
+  command.add_option("-o,--output", options->picture, "The picture to draw; - is standard output")
       ->required()
       ->type_name("PICTURE.png")
-      ->check(endingIn({".png"}));
+      ->check(streamOrEndingIn({".png"}));
   addChannelsOption(command, options->channels, "1");
   command.add_flag("--stacked", options->isStacked, "Draw several channels below each other, not over one another");
   addTimeRangeOptions(command, options->range);

@@ -36,6 +36,7 @@ std::string rowsOf(const EnvelopePane& pane, uint64_t begin, double framesAUnit)
 /// Settings and curves of a pane, from its data block.
 std::string paneScript(const EnvelopePane& pane, const std::string& data) {
   const auto [low, high] = yRange(pane.columns);
+  constexpr size_t longestUnit = 16;
   const std::string outline = lines("#4a86c0", 0.6);
   return fmt::format(
       "set yrange [{:.9g}:{:.9g}]\n"
@@ -45,7 +46,8 @@ std::string paneScript(const EnvelopePane& pane, const std::string& data) {
       "'' using 1:2 {} notitle, '' using 1:3 {} notitle, '' using 1:4 {} title 'RMS'\n"
       "unset key\n"
       "unset label 1\n",
-      low, high, gnuplotText(pane.unit), gnuplotText(pane.title), data, outline, outline, lines("#c03020", 1.4));
+      low, high, gnuplotText(pane.unit, longestUnit), gnuplotText(pane.title), data, outline, outline,
+      lines("#c03020", 1.4));
 }
 
 }  // namespace

@@ -91,7 +91,7 @@ Json jsonOf(const ToneFigures& tone, double rate, std::optional<double> range) {
   }
   return {{"frequency_hz", tone.sine.frequency * rate},
           {"amplitude", tone.sine.amplitude},
-          {"phase_degrees", 360 * tone.sine.turn},
+          {"phase_deg", 360 * tone.sine.turn},
           {"offset", tone.sine.offset},
           {"sinad_db", decibelsOf(tone.sinad())},
           {"snr_db", decibelsOf(tone.snr())},

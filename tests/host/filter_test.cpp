@@ -579,7 +579,11 @@ TEST_F(FilterTest, AFilterThatTakesTooLongToSettleIsNotMeasured) {
 TEST_F(FilterTest, EdgesThatCannotBeAreRefused) {
   const std::string file = writeAudio("a.wav", floatWav, 1, std::vector<float>(12, 1));
   const std::string limits = "the edges of a filter lie above 0 and below 24000 Hz";
-  for (const char* edge : {"0", "-5", "24000", "30000", "nan", "inf", "0.04"}) {
+  for (const char* edge : {"0", "-5", "nan", "inf", ""}) {
+    expectFilterMisuse("is not a number above 0", {std::string("--lowpass=") + edge, "-o", output()});
+    expectFilterMisuse("is not a number above 0", {std::string("--highpass=") + edge, "-o", output()});
+  }
+  for (const char* edge : {"24000", "30000", "0.04"}) {
     expectFilterRefused(file, limits, {std::string("--lowpass=") + edge});
     expectFilterRefused(file, limits, {std::string("--highpass=") + edge});
   }
@@ -598,7 +602,9 @@ TEST_F(FilterTest, RecordingsThatCannotBeFilteredAreRefused) {
   for (const float bad : {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity()}) {
     samples[blockFrames + 3] = bad;
     expectFilterRefused(writeAudio("bad.wav", floatWav, 1, samples),
-                        "sample " + std::to_string(blockFrames + 3) + " is not a finite number", {"--lowpass", "100"});
+                        "sample " + std::to_string(blockFrames + 3) +
+                            " (0.08539583 s), channel 1: " + std::to_string(bad) + " is not a finite number",
+                        {"--lowpass", "100"});
   }
   EXPECT_EQ(filesPresent(), (std::vector<std::string>{"a.csv", "bad.wav"}));
 }
@@ -634,11 +640,13 @@ TEST_F(FilterTest, MisuseIsExplainedInOneLine) {
 TEST_F(FilterTest, NothingIsLeftAfterAFailureAndAnOlderFileStays) {
   const std::string file = writeAudio("a.wav", floatWav, 1, as<float>(noise(20000, 24), 0x1p-23));
   const std::string broken = cut(file, "cut.wav", 1), older = writeText("older.wav", "an older recording");
-  expectRefused({"filter", broken, "--lowpass", "99", "-o", older, "--plot", path("out.png")}, broken, "is truncated");
-  expectRefused({"filter", file, "--lowpass", "99", "-o", older, "--plot", path("out.png")}, path("out.png"),
+  expectRefused({"filter", broken, "--lowpass", "99", "-o", path("out.wav"), "--plot", path("out.png"), "--strict"},
+                broken, "is truncated");
+  expectUndrawn({"filter", file, "--lowpass", "99", "-o", older, "--plot", path("out.png")}, path("out.png"),
                 "gnuplot cannot be started", "PATH=/nowhere");
   const std::string nowhere = path("nowhere/out.png");
-  expectRefused({"filter", file, "--lowpass", "99", "-o", older, "--plot", nowhere}, nowhere, "cannot be written");
+  expectRefused({"filter", file, "--lowpass", "99", "-o", path("out.wav"), "--plot", nowhere}, nowhere,
+                "cannot be written");
   EXPECT_EQ(read(older), "an older recording");
   EXPECT_EQ(filesPresent(), (std::vector<std::string>{"a.wav", "cut.wav", "older.wav"}));
 }

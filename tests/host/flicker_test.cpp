@@ -265,9 +265,8 @@ TEST_F(FlickerTest, RecordingsThatCannotBeMeasuredAreRefused) {
   expectRefused({"flicker", file}, file, "lasts 4 s: settling and one period (--settling, --period) take 630 s");
   expectRefused({"flicker", file, "--settling", "1", "--period", "3.001"}, file, "take 4.001 s");
   expectRefused({"flicker", file, "--channel", "2"}, file, "has no channel 2");
-  expectRefused({"flicker", file, "--channel", "0"}, file, "has no channel 0");
+  expectMisuse({"flicker", file, "--channel", "0"}, "0 is not a whole number from 1 to 2147483647");
   expectRefused({"flicker", slow}, slow, "has a sample rate of 3999 Hz, flicker needs at least 4000 Hz");
-  expectRefused({"flicker", file, "--rate", "nan"}, file, "sample rate must be above 0");
   expectRefused({"flicker", file, "--rate", "1e6", "--period", "86400"}, file, "more than can be counted");
   expectRefused({"flicker", csv}, csv, "carries no sample rate");
   expectRefused({"flicker", silent, "--settling", "1", "--period", "3"}, silent, "has no voltage in channel 1");
@@ -276,13 +275,13 @@ TEST_F(FlickerTest, RecordingsThatCannotBeMeasuredAreRefused) {
     holed[12345] = wrong;
     const std::string broken = record("holed.wav", holed);
     expectRefused({"flicker", broken, "--plot", path("out.png")}, broken,
-                  "holds a sample that is not a finite number in channel 1");
+                  "channel 1: " + std::to_string(wrong) + " is not a finite number");
   }
   EXPECT_FALSE(std::filesystem::exists(path("out.png")));
   const std::string empty = record("empty.wav", {});
   expectRefused({"flicker", empty, "--plot", path("out.png")}, empty, "lasts 0 s");
   EXPECT_FALSE(std::filesystem::exists(path("out.png")));
-  for (const char* const wrong : {"3999", "1000001", "nan"}) {
+  for (const char* const wrong : {"3999", "1000001"}) {
     expectRefused({"flicker", "--test", "--rate", wrong}, "--test", "must be from 4000 to 1000000 Hz");
   }
 }

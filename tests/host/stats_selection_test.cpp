@@ -44,9 +44,9 @@ double sortedPercentile(const std::vector<T>& interleaved, size_t channel, size_
 TEST_F(StatsSelectionTest, FromAndToSelectTheSamplesThatCount) {
   const std::string file = writeAudio("a.wav", SF_FORMAT_WAV | SF_FORMAT_DOUBLE, 2, ramp(20000, 2), 1000);
   const auto result = stats({file, "--from", "4.5", "--to", "12.25"}).at(0);
-  EXPECT_EQ(result.at("from"), 4.5);
+  EXPECT_EQ(result.at("from_s"), 4.5);
   EXPECT_EQ(result.at("samples"), 7750);
-  EXPECT_EQ(result.at("duration"), 7.75);
+  EXPECT_EQ(result.at("duration_s"), 7.75);
   const auto& second = result.at("channels").at(1);
   EXPECT_EQ(second.at("minimum"), 104500);
   EXPECT_EQ(second.at("maximum"), 112249);
@@ -54,7 +54,7 @@ TEST_F(StatsSelectionTest, FromAndToSelectTheSamplesThatCount) {
   EXPECT_NEAR(second.at("ac_rms"), std::sqrt((7750.0 * 7750 - 1) / 12), 1e-6);
   EXPECT_EQ(channel({file, "--from", "19.999"}).at("minimum"), 19999);
   EXPECT_EQ(channel({file, "--to", "0.001"}).at("maximum"), 0);
-  EXPECT_EQ(stats({file}).at(0).at("from"), 0);
+  EXPECT_EQ(stats({file}).at(0).at("from_s"), 0);
   EXPECT_EQ(stats({file, "--from", "0", "--to", "20"}).at(0).at("channels"), stats({file}).at(0).at("channels"));
 }
 

@@ -227,9 +227,9 @@ TEST_F(CsvTest, PressuresThatCannotBeAreNamed) {
   EXPECT_EQ(problemOf(file, [&] { readPressureTable(file, {}, 9); }),
             "has one column: a crank angle and at least one pressure are needed");
   EXPECT_EQ(refused("a,p\n1,2\n1e10,3\n", 1), "data row 2: column a: 1e+10 is no crank angle");
-  EXPECT_EQ(refused("a,p\n1,2\nnan,3\n", 1), "data row 2: column a: nan is no crank angle");
+  EXPECT_EQ(refused("a,p\n1,2\nnan,3\n", 1), "line 3, channel a: nan is not a finite number");
   EXPECT_EQ(refused("a,p,q\n1,2,3\n2,3,-1e10\n", 1), "data row 2: column q: -1e+10 is no pressure");
-  EXPECT_EQ(refused("a,p,q\n1,inf,3\n", 0), "data row 1: column p: inf is no pressure");
+  EXPECT_EQ(refused("a,p,q\n1,inf,3\n", 0), "line 2, channel p: inf is not a finite number");
   EXPECT_EQ(refused("a,p\n1,2\n3,x\n", 1), "line 3, column p: not a number: x");
   EXPECT_EQ(refused("a,p\n1e9,-1e9\n", 1), "");
   EXPECT_EQ(refused("a,p,q\n1,2,3\n2,3,4\n", 2, 3), "holds more than 3 samples");
