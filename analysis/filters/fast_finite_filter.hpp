@@ -16,7 +16,7 @@ namespace kxanalysis {
 class FastFiniteFilter {
 public:
   /// From so many coefficients on it is the quicker way.
-  static constexpr size_t worthwhile = 129;
+  static constexpr size_t worthwhile = 64;
 
   /// @param coefficients  1 to most.
   static Result<FastFiniteFilter> create(std::span<const float> coefficients);

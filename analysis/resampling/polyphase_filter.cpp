@@ -27,14 +27,15 @@ double dotProduct(const double* samples, const double* coefficients, size_t coun
 /// The sum of the dot products with three rows of coefficients, times their weights.
 double weightedDotProduct(const double* samples, const double* rows, size_t count,
                           const std::array<double, 3>& weights) {
-  std::array<Lanes, 3> sums{};
+  const double *first = rows, *second = rows + count, *third = rows + 2 * count;
+  Lanes a{}, b{}, c{};
   for (size_t i = 0; i < count; i += laneCount) {
     const Lanes pair = load(samples + i);
-    for (size_t row = 0; row < sums.size(); ++row) {
-      sums[row] += pair * load(rows + row * count + i);
-    }
+    a += pair * load(first + i);
+    b += pair * load(second + i);
+    c += pair * load(third + i);
   }
-  const Lanes sum = weights[0] * sums[0] + weights[1] * sums[1] + weights[2] * sums[2];
+  const Lanes sum = weights[0] * a + weights[1] * b + weights[2] * c;
   return sum[0] + sum[1];
 }
 

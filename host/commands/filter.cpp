@@ -234,7 +234,7 @@ void addFilterCommand(CLI::App& program, Action& chosen) {
       "all frequencies by (TAPS - 1) / 2 samples, and falls within about 3.3 (hamming) or 5.5 (blackman) sample rates\n"
       "over TAPS to below -50 or -74 dB. A high-pass needs an odd number of taps.\n"
       "Every channel begins at rest. Integer files are written with a full scale of 1, others as they are.\n"
-      "More than 128 taps go through Fourier transforms of blocks, which give the kernel's outputs within 1e-6 of "
+      "64 taps and more go through Fourier transforms of blocks, which give the kernel's outputs within 1e-6 of "
       "full\n"
       "scale in a small part of its time; --exact takes the kernel.\n"
       "The measured response is that of white noise through the same filter; without -o nothing else is filtered.\n"

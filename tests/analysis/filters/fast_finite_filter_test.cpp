@@ -56,7 +56,7 @@ double convolutionAt(const std::vector<float>& coefficients, const std::vector<f
 }
 
 TEST(FastFiniteFilter, ItIsTheConvolution) {
-  for (const size_t taps : std::to_array<size_t>({1, 2, 3, 128, 129, 130, 511, 512, 513, 2000, 8192, 16383})) {
+  for (const size_t taps : std::to_array<size_t>({1, 2, 3, 63, 64, 65, 129, 511, 512, 513, 2000, 8192, 16383})) {
     const std::vector<float> coefficients = noise(taps, 1);
     for (const size_t count : std::to_array<size_t>({1, 2, taps, 5000, 140001})) {
       const std::vector<float> samples = noise(count, 2);
@@ -91,7 +91,7 @@ std::map<std::string, std::vector<float>> signals(size_t count) {
 
 /// The kernel's sums round to single: with thousands of taps they are further from the convolution than a millionth.
 TEST(FastFiniteFilter, ItIsWithinAMillionthOfTheKernelAndNearerToTheConvolution) {
-  for (const size_t taps : std::to_array<size_t>({127, 128, 129, 130, 255, 1001, 2001, 16383})) {
+  for (const size_t taps : std::to_array<size_t>({63, 64, 65, 129, 255, 1001, 2001, 16383})) {
     const double kernelRounding = taps < 3000 ? 1e-6 : 3e-6;
     for (const PassBand& band : {PassBand{0, 0.1}, PassBand{0.05, 0.2}, PassBand{0.25, 0.5}}) {
       if (band.isHighPass() && taps % 2 == 0) {
