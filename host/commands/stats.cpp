@@ -322,9 +322,9 @@ void addStatsCommand(CLI::App& program, Action& chosen) {
   CLI::App& command =
       *program.add_subcommand("stats", "Minimum, maximum, average, RMS and crest factor of every channel");
   command
-      .add_option(
-          "FILE", options->files,
-          "Recordings: audio files, text files (.csv, .tsv, .txt, .dat), COMTRADE files (.cfg or .cff), raw samples\n(--raw)")
+      .add_option("FILE", options->files,
+                  "Recordings: audio files, text files (.csv, .tsv, .txt, .dat), COMTRADE files (.cfg or .cff), raw "
+                  "samples\n(--raw)")
       ->required()
       ->type_name("");
   addInputOptions(command, options->input);
