@@ -96,7 +96,8 @@ void exerciseText(std::string_view bytes, uint8_t choices) {
 
 }  // namespace
 
-/// The first byte holds the options, and whether the others are a table in text or COMTRADE. There, a file of two parts has a form feed between them, others are one file.
+/// The first byte holds the options, and whether the others are a table in text or COMTRADE. There, a file of two parts has a form
+/// feed between them, others are one file.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size == 0) {
     return 0;

@@ -50,8 +50,10 @@ bool isUtf16(std::string_view bytes) {
   }
   constexpr double nearlyAll = 0.9;
   const bool isMarked = bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF");
-  return isMarked || (std::min(zeros[0], zeros[1]) == 0 && static_cast<double>(std::max(zeros[0], zeros[1])) >=
-                                                               nearlyAll * static_cast<double>(bytes.size() / 2));
+  const auto more = static_cast<double>(std::max(zeros[0], zeros[1]));
+  const bool isAlternating =
+      std::min(zeros[0], zeros[1]) == 0 && 2 * more >= nearlyAll * static_cast<double>(bytes.size());
+  return isMarked || isAlternating;
 }
 
 }  // namespace
@@ -298,7 +300,7 @@ Result<> TextReader::findRate(const TimeColumn& column, bool isGiven) {
 
 Result<bool> TextReader::nextRow() {
   while (true) {
-    const auto next = lines_->next();
+    auto next = lines_->next();
     if (!next || !*next) {
       return next;
     }
