@@ -27,7 +27,9 @@ std::vector<std::string> choicesIn(const std::string& type) {
   for (size_t begin = open; begin != std::string::npos && begin < close;) {
     const size_t end = std::min(type.find(',', begin + 1), close);
     const std::string choice = type.substr(begin + 1, end - begin - 1);
-    choices.push_back(choice.substr(0, choice.find("->")));
+    if (!choice.empty()) {  // of a comma nothing is left
+      choices.push_back(choice.substr(0, choice.find("->")));
+    }
     begin = end;
   }
   return choices;

@@ -303,6 +303,7 @@ void CurvePicture::finish(const std::vector<Reading>& readings, const std::strin
   using enum Lettering::Anchor;
   writeKeys();
   std::vector<Rectangle> boxes;
+  boxes.reserve(readings.size());
   for (const Reading& reading : readings) {
     boxes.push_back(drawCrosshair(reading));
   }

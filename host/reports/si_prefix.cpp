@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::array units{"V", "A", "W", "VA", "var", "Hz", "s", "Pa", "N", "m", "J", "C", "F", "H", "bar", "\u03A9"};
 constexpr std::array prefixes{"p", "n", "\u00B5", "m", "", "k", "M", "G", "T"};
-constexpr int none = 4;  // index of the empty prefix
+constexpr double none = 4;  // index of the empty prefix
 
 }  // namespace
 
@@ -24,9 +24,9 @@ SiPrefix siPrefix(double magnitude, const std::string& unit) {
     return {};
   }
   constexpr double belowAThousand = 1e-9;  // by which 999.9999999 counts as 1000
-  const double thousands = std::floor(std::log10(std::abs(magnitude)) / 3 + belowAThousand);
-  const int index = static_cast<int>(std::clamp(thousands, -double{none}, double{prefixes.size() - 1 - none}));
-  return {std::pow(1000.0, index), prefixes.at(static_cast<size_t>(index + none))};
+  const double thousands = std::clamp(std::floor(std::log10(std::abs(magnitude)) / 3 + belowAThousand), -none,
+                                      static_cast<double>(prefixes.size() - 1) - none);
+  return {std::pow(1000.0, thousands), prefixes.at(static_cast<size_t>(thousands + none))};
 }
 
 std::string siText(double value, int digits, const std::string& unit) {
