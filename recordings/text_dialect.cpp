@@ -62,6 +62,11 @@ struct CutLine {
     return std::ranges::all_of(kinds, [](Kind kind) { return kind == Kind::missing; });
   }
 
+  /// In words: empty fields alone may be anything.
+  bool saysAllMissing() const {
+    return isAllMissing() && std::ranges::any_of(fields, [](const std::string& field) { return !field.empty(); });
+  }
+
   /// Numbers wherever another line has them.
   bool covers(const CutLine& other) const {
     for (size_t i = 0; i < other.size(); ++i) {
@@ -134,14 +139,17 @@ bool beginsRows(const Cut& cut, size_t at) {
          std::none_of(cut.begin(), below, [&](const CutLine& line) { return line.covers(first); });
 }
 
-/// The first row of samples; nothing where no line has a number. A row that misses all samples is one, too.
+/// The first row of samples; nothing where no line has a number or says that all are missing. A row that misses all samples is one, too.
 std::optional<size_t> firstRowOf(const Cut& cut) {
   size_t first = 0;
   while (first < cut.size() && !beginsRows(cut, first)) {
     ++first;
   }
   if (first == cut.size()) {
-    const auto any = std::ranges::find_if(cut, &CutLine::hasNumber);
+    auto any = std::ranges::find_if(cut, &CutLine::hasNumber);
+    if (any == cut.end()) {
+      any = std::ranges::find_if(cut, &CutLine::saysAllMissing);
+    }
     if (any == cut.end()) {
       return std::nullopt;
     }

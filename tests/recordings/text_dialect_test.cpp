@@ -96,6 +96,7 @@ TEST(TextDialect, RowsThatDamageDoesNotHideAreRows) {
   EXPECT_EQ(tableIn("a,b\n1,2\n3\n"), ",.2|a|b");
   EXPECT_EQ(tableIn("a,b\n,\nNaN,n/a\n1,2\n"), ",.2|a|b");
   EXPECT_EQ(tableIn("a,b\n,2\n1,\n"), ",.2|a|b");
+  EXPECT_EQ(tableIn("a,b\nnan,nan\n,nan\n"), ",.2|a|b");
   EXPECT_EQ(tableIn("a;b;\n1;2;\n"), ";?2|a|b|3(empty)");
   EXPECT_EQ(tableIn("a;b\n1;2;\n3;4;\n"), ";?2|a|b");
   EXPECT_EQ(tableIn("a;b;\n1;2\n3;4\n"), ";?2|a|b");
