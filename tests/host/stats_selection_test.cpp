@@ -60,9 +60,13 @@ TEST_F(StatsSelectionTest, FromAndToSelectTheSamplesThatCount) {
 
 TEST_F(StatsSelectionTest, SelectionsThatLieOutsideOrHoldNothingAreRefused) {
   const std::string file = writeAudio("a.wav", SF_FORMAT_WAV | SF_FORMAT_DOUBLE, 1, ramp(1000, 1), 1000);
-  for (const char* time : {"-0.1", "1.1", "1e300", "nan", "inf"}) {
+  for (const char* time : {"-0.1", "1.1", "1e300"}) {
     expectRefused({"stats", file, std::string("--from=") + time}, file, "lies outside of the recording");
     expectRefused({"stats", file, std::string("--to=") + time}, file, "lies outside of the recording");
+  }
+  for (const char* time : {"nan", "inf"}) {
+    expectMisuse({"stats", file, std::string("--from=") + time}, "is not a finite number");
+    expectMisuse({"stats", file, std::string("--to=") + time}, "is not a finite number");
   }
   expectRefused({"stats", file, "--from", "0.5", "--to", "0.5"}, file, "nothing is selected");
   const std::string empty = writeAudio("e.wav", SF_FORMAT_WAV | SF_FORMAT_DOUBLE, 1, std::vector<double>{});
