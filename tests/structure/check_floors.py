@@ -60,7 +60,7 @@ LIBRARIES = [
     (r"CLI/.*", {"host", "host/commands"}),
     (r"nlohmann/.*", {"host/reports", "host/commands", "tests/host"}),
     (r"cairo.*|png\.h", {"host/pictures", "tests/host"}),
-    (r"sndfile.*", {"recordings", "tests/recordings", "tests/host"}),
+    (r"sndfile.*", {"recordings", "fuzz", "tests/recordings", "tests/host"}),
     (r"fast_float/.*", {"recordings"}),
     (r"kiss_?fft.*", {"analysis"}),
     (r"nanobind/.*|Python\.h", {"python"}),
