@@ -27,7 +27,7 @@ ROOMS = [
     ("host/pictures", BELOW_FRONT_ENDS | {"host/reports"}),
     ("host/commands", BELOW_FRONT_ENDS | {"host/reports", "host/pictures"}),
     ("host", BELOW_FRONT_ENDS | {"host/reports", "host/pictures", "host/commands"}),  # main.cpp
-    ("python", BELOW_FRONT_ENDS),  # a front end knows no other one
+    ("python", BELOW_FRONT_ENDS | {"verify"}),  # a front end knows no other one
     ("web", BELOW_FRONT_ENDS),
     ("verify", {HEADER, FUNCTIONS}),
     ("bench", {HEADER, FUNCTIONS, "verify"}),
