@@ -5,6 +5,7 @@
 // SIGNUM Newsletter 18, 1983: of the product with 2 / pi only those bits that are not whole turns, in integers.
 #pragma once
 
+#include "frame/wide_integers.hpp"
 #include "vmath/double_double.hpp"
 
 namespace kxcalc {
@@ -74,8 +75,7 @@ KXCALC_INLINE Steps<double> inStepsOfAny(double angle) {
   for (int i = 0; i < 3; ++i) {
     const int from = stepBits + 53 * i, shift64 = from % 64;  // never 0
     const uint64_t* const pair = words64 + from / 64;
-    parts[i] =
-        static_cast<double>(static_cast<int64_t>((pair[0] << shift64 | pair[1] >> (64 - shift64)) >> 11)) * weight;
+    parts[i] = toDouble(static_cast<int64_t>((pair[0] << shift64 | pair[1] >> (64 - shift64)) >> 11)) * weight;
     weight *= 0x1p-53;
   }
   const DoubleDouble leading = orderedSum(parts[0], parts[1]);
