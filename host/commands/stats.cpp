@@ -51,8 +51,12 @@ struct FileResult {
   std::vector<EnvelopePane> panes;    // with --plot only
   std::optional<OutputFile> picture;  // which these are drawn in
 
-  std::optional<double> duration() const {
-    return format.rate ? std::optional(static_cast<double>(range.count()) / *format.rate) : std::nullopt;
+  std::optional<double> begin() const { return secondsOf(range.begin); }
+  std::optional<double> duration() const { return secondsOf(range.count()); }
+
+private:
+  std::optional<double> secondsOf(uint64_t frames) const {
+    return format.rate ? std::optional(static_cast<double>(frames) / *format.rate) : std::nullopt;
   }
 };
 
@@ -269,7 +273,7 @@ Json jsonOf(const std::vector<FileResult>& results, const std::vector<double>& p
               {"sample_format", result.format.samples},
               {"unit", result.format.unit},
               {"sample_rate_hz", jsonNumber(result.format.rate)},
-              {"from_s", static_cast<double>(result.range.begin) / result.format.rate.value_or(1)},
+              {"from_s", jsonNumber(result.begin())},
               {"samples", result.range.count()},
               {"duration_s", jsonNumber(result.duration())}};
     addTimes(file, result.format);

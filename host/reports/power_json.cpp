@@ -61,7 +61,7 @@ Json jsonEvents(const PowerReport& report) {
                       {"duration_s", event.duration},
                       {"is_over", event.isOver},
                       {"extreme_v", event.extreme},
-                      {"percent", 100 * event.ratio},
+                      {"extreme_percent", 100 * event.ratio},
                       {"channel", report.voltageNames[event.phase]}});
   }
   return events;

@@ -34,6 +34,10 @@ std::string inUnit(const std::string& title, const std::string& unit) {
   return unit.empty() ? title : fmt::format("{}/{}", title, unit);
 }
 
+std::string densityUnit(const std::string& unit) {
+  return unit.empty() ? "1/Hz" : unit + "\u00B2/Hz";
+}
+
 /// The unit that all channels have; nothing if they do not.
 std::string commonUnit(const SpectrumReport& report) {
   const std::string& first = report.channels.front().unit;
@@ -116,6 +120,7 @@ Json jsonOf(const SpectrumReport& report, const ChannelSpectrum& channel) {
   if (channel.tone) {
     json["tone"] = jsonOf(*channel.tone, report.rate, channel.range);
   }
+  json["spectrum_unit"] = report.quantity == SpectrumQuantity::density ? densityUnit(channel.unit) : channel.unit;
   json["spectrum"] = channel.values;
   return json;
 }
@@ -152,7 +157,7 @@ std::string quantityTitle(const SpectrumReport& report, const std::string& unit)
     case SpectrumQuantity::density:
       break;
   }
-  return unit.empty() ? "power density in 1/Hz" : fmt::format("power density in {}\u00B2/Hz", unit);
+  return "power density in " + densityUnit(unit);
 }
 
 std::string levelTitle(const SpectrumReport& report, const std::string& unit) {

@@ -373,7 +373,7 @@ TEST_F(PowerTest, EventsAreListed) {
   EXPECT_NEAR(dip.at("from_s").get<double>(), 0.63, 1e-6);  // the cycle half of which is in the dip
   EXPECT_NEAR(dip.at("duration_s").get<double>(), 0.11, 1e-6);
   expectClose(dip.at("extreme_v"), 0.6 * 230);
-  expectClose(dip.at("percent"), 60);
+  expectClose(dip.at("extreme_percent"), 60);
   EXPECT_EQ(dip.at("is_over"), true);
   EXPECT_EQ(result.at("windows").at(3).at("flags"), nlohmann::json::array({"dip"}));
   EXPECT_EQ(result.at("windows_flagged"), 1);

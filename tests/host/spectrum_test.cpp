@@ -99,6 +99,9 @@ TEST_F(SpectrumTest, TheQuantityIsTheOneAskedFor) {
   EXPECT_NEAR(rms.at("channels").at(0).at("peaks").at(0).at("rms"), 0.5 / std::sqrt(2.0), 1e-8);
   const auto density = spectrum({file, "--length", "800", "--quantity", "density", "--window", "rectangular"});
   EXPECT_NEAR(density.at("channels").at(0).at("spectrum").at(100), 0.125 / 10, 1e-10);  // all of it in a bin of 10 Hz
+  EXPECT_EQ(density.at("channels").at(0).at("spectrum_unit"), "1/Hz");
+  const auto volts = spectrum({file, "--quantity", "density", "--unit", "V"});
+  EXPECT_EQ(volts.at("channels").at(0).at("spectrum_unit"), "V\u00B2/Hz");
   const auto level = spectrum({file, "--length", "800", "--reference", "0.05"});
   EXPECT_NEAR(level.at("channels").at(0).at("peaks").at(0).at("level_db"), 20, 1e-6);
 }
@@ -139,6 +142,7 @@ TEST_F(SpectrumTest, ChannelsRangesAndScalesAreTaken) {
   ASSERT_EQ(channel.at("peaks").size(), 1);
   EXPECT_NEAR(channel.at("peaks").at(0).at("frequency_hz"), 1500, 1e-3);
   EXPECT_NEAR(channel.at("peaks").at(0).at("amplitude"), 300, 1e-4);
+  EXPECT_EQ(channel.at("spectrum_unit"), "V");
   EXPECT_NEAR(channel.at("spectrum").at(0), 7, 1e-6);
   const Outcome table = run({"spectrum", file, "--channel", "2,1", "--unit", "V", "--peaks", "1"});
   EXPECT_EQ(table.code, 0) << table.err;

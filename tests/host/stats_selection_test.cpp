@@ -58,6 +58,14 @@ TEST_F(StatsSelectionTest, FromAndToSelectTheSamplesThatCount) {
   EXPECT_EQ(stats({file, "--from", "0", "--to", "20"}).at(0).at("channels"), stats({file}).at(0).at("channels"));
 }
 
+TEST_F(StatsSelectionTest, WithoutARateSamplesAreSelectedAndSecondsUnknown) {
+  const auto result = stats({writeText("a.csv", "a\n1\n2\n3\n4\n"), "--from", "1", "--to", "3"}).at(0);
+  EXPECT_EQ(result.at("samples"), 2);
+  EXPECT_EQ(result.at("channels").at(0).at("maximum"), 3);
+  EXPECT_TRUE(result.at("from_s").is_null());
+  EXPECT_TRUE(result.at("duration_s").is_null());
+}
+
 TEST_F(StatsSelectionTest, SelectionsThatLieOutsideOrHoldNothingAreRefused) {
   const std::string file = writeAudio("a.wav", SF_FORMAT_WAV | SF_FORMAT_DOUBLE, 1, ramp(1000, 1), 1000);
   for (const char* time : {"-0.1", "1.1", "1e300"}) {
