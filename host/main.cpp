@@ -7,8 +7,10 @@
 
 #include "functions/library.hpp"
 #include "host/commands/command.hpp"
+#include "host/commands/outputs.hpp"
 #include "host/reports/floors.hpp"
 #include "host/reports/print.hpp"
+#include "recordings/clean_end.hpp"
 
 namespace {
 
@@ -46,6 +48,7 @@ int run(int argumentCount, char** arguments) {
   program.fallthrough();
   kxhost::addStatsCommand(program, chosen);
   kxhost::addViewCommand(program, chosen);
+  kxhost::addSpectrumCommand(program, chosen);
   kxhost::addResampleCommand(program, chosen);
   kxhost::addFilterCommand(program, chosen);
   kxhost::addNoiseCommand(program, chosen);
@@ -53,13 +56,19 @@ int run(int argumentCount, char** arguments) {
   kxhost::addPowerCommand(program, chosen);
   kxhost::addFlickerCommand(program, chosen);
   kxhost::addGenerateCommand(program, chosen);
+  kxhost::addManCommand(program);
+  kxhost::addCompletionCommand(program);
+  bool force = false;
+  kxhost::addForceOption(program, force);
   program.footer(
-      "Exit code: 0 if all went well, 1 if an input could not be used, 2 if the command line is wrong.\n"
+      "Exit code: 0 if all went well, 1 if an input could not be used or an output not be written, 2 if the command\n"
+      "line is wrong, 128 and its number after a signal.\n"
       "\n"
       "Examples:\n"
       "  kxhost stats recording.wav\n"
       "  kxhost stats --plot overview.png recording.wav\n"
       "  kxhost view recording.wav -o curve.png --cursor 600,200\n"
+      "  kxhost spectrum recording.wav --plot spectrum.png --tone\n"
       "  kxhost resample recording.wav --rate 48000 -o resampled.wav\n"
       "  kxhost filter recording.wav --lowpass 1000 -o filtered.wav --plot response.png\n"
       "  kxhost noise --pink --seconds 10 -o pink.wav --plot spectrum.png\n"
@@ -82,8 +91,15 @@ int run(int argumentCount, char** arguments) {
     kxhost::printTo(std::cerr, "kxhost: {} (kxhost --help tells more)\n", message);
     return misused;
   }
+  if (kxhost::writesToStandardOutput(program)) {
+    std::cout.rdbuf(std::cerr.rdbuf());
+  }
   const kxcalc::Library opened = openLibrary(library);
+  kxrecordings::OutputRun outputs(kxhost::replacing(force));
   const int code = chosen(opened.functions());
+  if (code == 0) {
+    outputs.place();
+  }
   if (!std::cout.flush()) {
     throw std::runtime_error("standard output cannot be written");
   }
@@ -93,6 +109,7 @@ int run(int argumentCount, char** arguments) {
 }  // namespace
 
 int main(int argumentCount, char** arguments) {
+  kxrecordings::endCleanlyOnSignals();
   try {
     return run(argumentCount, arguments);
   } catch (const std::exception& error) {

@@ -20,7 +20,9 @@ struct AudioOutput::Handle {
   SNDFILE* file;
 };
 
-AudioOutput::AudioOutput(const std::string& file, size_t channels, int rate) : file_(file), channels_(channels) {
+AudioOutput::AudioOutput(const std::string& file, size_t channels, int rate, std::optional<uint64_t> expected)
+    : file_(file), channels_(channels) {
+  file_.requireRoom(expected.value_or(0) * channels * sizeof(float));
   SF_INFO info{};
   // Plain WAV ends at 4 GiB. This is its successor for longer files, and turns back into it when the file stays
   // shorter.

@@ -2,28 +2,27 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 
+#include "recordings/frame_output.hpp"
 #include "recordings/output_file.hpp"
 
 namespace kxrecordings {
 
 /// A WAV file of 32-bit floats in the making.
-class AudioOutput {
+class AudioOutput final : public FrameOutput {
 public:
   /// Throws FileError if nothing can be written there.
-  AudioOutput(const std::string& file, size_t channels, int rate);
-  ~AudioOutput();
+  /// @param expected  frames, for which there must be room.
+  AudioOutput(const std::string& file, size_t channels, int rate, std::optional<uint64_t> expected = std::nullopt);
+  ~AudioOutput() override;
   AudioOutput(const AudioOutput&) = delete;
   AudioOutput& operator=(const AudioOutput&) = delete;
 
-  /// Appends interleaved frames.
-  void write(std::span<const float> samples);
-
-  uint64_t frames() const { return frames_; }
-
-  /// Completes the file and puts it in place.
-  void finish();
+  void write(std::span<const float> samples) override;
+  uint64_t frames() const override { return frames_; }
+  void finish() override;
 
 private:
   struct Handle;

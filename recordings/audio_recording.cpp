@@ -107,8 +107,8 @@ class AudioRecording final : public Recording {
 public:
   /// @param requested  what the file was opened as.
   AudioRecording(std::string path, const SF_INFO& requested, AudioFile file, std::string container,
-                 std::optional<double> rate)
-      : path_(std::move(path)), requested_(requested), file_(std::move(file)) {
+                 const InputOptions& options)
+      : path_(std::move(path)), requested_(requested), file_(std::move(file)), strict_(options.strict) {
     Encoding encoding = encodingOf(file_);
     shift_ = encoding.shift;
     format_.container = std::move(container);
@@ -121,7 +121,20 @@ public:
     for (int i = 1; i <= file_.info.channels; ++i) {
       format_.channels.push_back(std::to_string(i));
     }
-    format_.rate = rate;
+    format_.rate = options.rate;
+    if (!options.rate && format_.container != "raw") {
+      format_.rate = file_.info.samplerate;
+    }
+  }
+
+  /// That the file ends early: a note, or strictly, an error. Told once.
+  void tellEnd(const std::string& how) {
+    if (strict_) {
+      throw FileError(path_, how);
+    }
+    if (notes_.empty()) {
+      notes_.push_back(how);
+    }
   }
 
   void rewind() override {
@@ -134,6 +147,10 @@ public:
     }
     file_ = std::move(again);
     framesRead_ = 0;
+  }
+
+  std::optional<uint64_t> frames() const override {
+    return file_.lengthIsKnown() ? std::optional(static_cast<uint64_t>(file_.info.frames)) : std::nullopt;
   }
 
   double position() const override {
@@ -163,8 +180,8 @@ protected:
     framesRead_ += got;
     const bool endsEarly = got < wanted && file_.lengthIsKnown() && framesRead_ < file_.info.frames;
     if (endsEarly || sf_error(file_.handle.get()) != SF_ERR_NO_ERROR) {
-      throw FileError(path_, "is truncated or damaged: reading stopped after " + std::to_string(framesRead_) +
-                                 (file_.lengthIsKnown() ? " of " + std::to_string(file_.info.frames) : "") + " frames");
+      tellEnd("is truncated or damaged: reading stopped after " + std::to_string(framesRead_) +
+              (file_.lengthIsKnown() ? " of " + std::to_string(file_.info.frames) : "") + " frames");
     }
     return static_cast<size_t>(got);
   }
@@ -181,6 +198,7 @@ private:
   std::string path_;
   SF_INFO requested_;
   AudioFile file_;
+  bool strict_;
   int shift_ = 0;
   sf_count_t framesRead_ = 0;
 };
@@ -189,21 +207,22 @@ private:
 
 std::unique_ptr<Recording> openAudio(const std::string& path, const InputOptions& options) {
   AudioFile file = openFile(path, {});
-  std::ifstream header(path, std::ios::binary);
-  const uint64_t size = std::filesystem::file_size(path);
-  if (const auto promised = promisedSize(header); promised && size < *promised) {
-    throw FileError(path, "is truncated: its header announces " + std::to_string(*promised) + " bytes, there are " +
-                              std::to_string(size));
-  }
-  if (!file.lengthIsKnown() && file.container() == SF_FORMAT_OGG) {
-    throw FileError(path, "is truncated: its last page is not complete");  // that page would tell the length
-  }
   if (file.info.samplerate < 1) {
     throw FileError(path, "has a sample rate of " + std::to_string(file.info.samplerate));
   }
   std::string container = containerOf(file);
-  return std::make_unique<AudioRecording>(path, SF_INFO{}, std::move(file), std::move(container),
-                                          options.rate.value_or(file.info.samplerate));
+  const bool hasOpenEnd = !file.lengthIsKnown() && file.container() == SF_FORMAT_OGG;
+  auto recording = std::make_unique<AudioRecording>(path, SF_INFO{}, std::move(file), std::move(container), options);
+  std::ifstream header(path, std::ios::binary);
+  const uint64_t size = std::filesystem::file_size(path);
+  if (const auto promised = promisedSize(header); promised && size < *promised) {
+    recording->tellEnd("is truncated: its header announces " + std::to_string(*promised) + " bytes, there are " +
+                       std::to_string(size));
+  }
+  if (hasOpenEnd) {
+    recording->tellEnd("is truncated: its last page is not complete");  // that page would tell the length
+  }
+  return recording;
 }
 
 std::unique_ptr<Recording> openRaw(const std::string& path, const InputOptions& options) {
@@ -223,16 +242,19 @@ std::unique_ptr<Recording> openRaw(const std::string& path, const InputOptions& 
   const auto type = std::find_if(types.begin(), types.end(), [&](const RawType& t) { return t.name == options.raw; });
   const uint64_t frameBytes = type->bytes * static_cast<uint64_t>(options.channels);
   const uint64_t size = std::filesystem::file_size(path);
-  if (size % frameBytes != 0) {
-    throw FileError(path, "is truncated or of another shape: " + std::to_string(size) +
-                              " bytes are not a multiple of the frame's " + std::to_string(frameBytes));
+  if (size == 0) {
+    throw FileError(path, "is empty: it holds no samples");
   }
   SF_INFO info{};
   info.format = SF_FORMAT_RAW | type->encoding | SF_ENDIAN_LITTLE;
   info.channels = options.channels;
   info.samplerate = 1;  // one is wanted, but whole; the true rate, if any, is kept beside it
-  AudioFile file = openFile(path, info);
-  return std::make_unique<AudioRecording>(path, info, std::move(file), "raw", options.rate);
+  auto recording = std::make_unique<AudioRecording>(path, info, openFile(path, info), "raw", options);
+  if (size % frameBytes != 0) {
+    recording->tellEnd("is truncated or of another shape: " + std::to_string(size) +
+                       " bytes are not a multiple of the frame's " + std::to_string(frameBytes));
+  }
+  return recording;
 }
 
 }  // namespace kxrecordings

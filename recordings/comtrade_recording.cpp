@@ -5,6 +5,7 @@
 
 #include "recordings/comtrade_reader.hpp"
 #include "recordings/file_bytes.hpp"
+#include "recordings/output_file.hpp"
 #include "recordings/text_fields.hpp"
 
 namespace kxrecordings {
@@ -45,7 +46,9 @@ ComtradeReader readerOf(const std::string& file, const InputOptions& options) {
   if (isComplete(file)) {
     return required(ComtradeReader::open(std::move(bytes), options));
   }
-  return required(ComtradeReader::open(std::move(bytes), std::make_unique<FileBytes>(dataFileOf(file)), options));
+  const std::string data = dataFileOf(file);
+  noteInput(data);
+  return required(ComtradeReader::open(std::move(bytes), std::make_unique<FileBytes>(data), options));
 }
 
 class ComtradeRecording final : public Recording {

@@ -16,13 +16,14 @@ public:
   /// @param source       outlives the reader.
   /// @param linesBefore  the range, in the numbering.
   /// @param longest      characters that are kept of a line.
+  /// @param lineEnd      a line feed, with or without a carriage return before it, or a carriage return alone.
   LineReader(ByteSource& source, ByteRange range, size_t longest, EndMark endMark = EndMark::endsText,
-             uint64_t linesBefore = 0);
+             uint64_t linesBefore = 0, char lineEnd = '\n');
 
   /// Goes to the next line; false at the end.
   Result<bool> next();
 
-  /// Without the line end, a line feed with or without a carriage return before it. Stays until the next call.
+  /// Without the line end. Stays until the next call.
   std::string_view line() const { return line_; }
 
   /// Whether all of the line is there.
@@ -37,6 +38,9 @@ public:
 private:
   Result<> nextPiece();
 
+  /// The line, if the piece holds all of it.
+  bool takeWholeLine();
+
   /// Takes what the piece has of the line; true if the line ends there.
   bool takeFromPiece();
 
@@ -47,7 +51,9 @@ private:
   size_t used_ = 0;  // of the piece
   size_t longest_;
   EndMark endMark_;
-  std::string line_;
+  char lineEnd_;
+  std::string gathered_;   // of a line that goes on from piece to piece
+  std::string_view line_;  // in the piece or gathered
   bool isWhole_ = true;
   uint64_t number_;
 };

@@ -5,8 +5,6 @@
 #include <cmath>
 #include <fstream>
 
-#include "recordings/recording.hpp"
-
 namespace kxrecordings {
 namespace {
 
@@ -29,33 +27,34 @@ void addRow(const std::string& file, PressureTable& table, std::span<const doubl
     if (!(std::abs(row[i]) <= greatestPressure)) {
       refuse(i, "pressure");
     }
-    table.pressures.push_back(static_cast<float>(row[i]));
+  }
+  for (const double pressure : row.subspan(1)) {
+    table.pressures.push_back(static_cast<float>(pressure));
   }
   table.angles.push_back(row[0]);
 }
 
 }  // namespace
 
-PressureTable readPressureTable(const std::string& file, const std::vector<std::string>& columns, size_t most) {
-  InputOptions options;
-  options.columns = columns;
-  const auto recording = openRecording(file, options);
+PressureTable readPressureTable(const std::string& file, InputOptions input, size_t most) {
+  input.timesAreValues = true;
+  input.requiresFinite = true;
+  const auto recording = openRecording(file, input);
   const std::vector<std::string>& names = recording->format().channels;
-  if (!recording->notes().empty()) {
-    throw FileError(file, "data row 1: " + recording->notes().front() + ", which only --column can allow");
-  }
   if (names.size() < 2) {
     throw FileError(file, "has one column: a crank angle and at least one pressure are needed");
   }
-  PressureTable table{{}, {}, names.size() - 1};
-  std::vector<double> block(blockFrames * names.size());
-  while (const size_t frames = recording->read(std::span(block))) {
-    for (size_t frame = 0; frame < frames; ++frame) {
-      addRow(file, table, std::span(block).subspan(frame * names.size(), names.size()), names);
+  PressureTable table{{}, {}, names.size() - 1, recording->notes(), ""};
+  std::vector<double> row(names.size());  // one at a time: those before a bad one count
+  try {
+    while (recording->read(std::span(row)) == 1) {
+      addRow(file, table, row, names);
       if (table.pressures.size() > most) {
         throw FileError(file, fmt::format("holds more than {} samples", most));
       }
     }
+  } catch (const FileError& error) {
+    table.problem = error.what();
   }
   return table;
 }

@@ -13,6 +13,10 @@
 #include "recordings/audio_recording.hpp"
 #include "recordings/comtrade_recording.hpp"
 #include "recordings/csv_recording.hpp"
+#include "recordings/output_file.hpp"
+#include "recordings/shown_text.hpp"
+#include "recordings/standard_input.hpp"
+#include "recordings/watched_recording.hpp"
 
 namespace kxrecordings {
 namespace {
@@ -43,10 +47,22 @@ std::string lowerCaseExtension(const std::string& file) {
   return extension;
 }
 
+bool isTextExtension(const std::string& extension) {
+  return extension == ".csv" || extension == ".tsv" || extension == ".txt" || extension == ".dat";
+}
+
 }  // namespace
 
+std::string shownName(const std::string& file) {
+  return file == "-" ? standardInputName : file;
+}
+
 std::unique_ptr<Recording> openRecording(const std::string& file, const InputOptions& options) {
-  requireReadableFile(file);
+  const bool isStandardInput = file == "-";
+  if (!isStandardInput) {
+    requireReadableFile(file);
+    noteInput(file);
+  }
   if (options.rate && !(*options.rate > 0 && std::isfinite(*options.rate))) {
     throw FileError(file, "the sample rate must be above 0");
   }
@@ -58,25 +74,28 @@ std::unique_ptr<Recording> openRecording(const std::string& file, const InputOpt
   if (options.status && !isComtrade) {
     throw FileError(file, "has no status channels: --status is for COMTRADE recordings");
   }
-  if (!options.raw && (extension == ".csv" || extension == ".tsv")) {
-    return openCsv(file, options);
+  if (isStandardInput) {
+    return openStandardInput(options);
   }
-  if (!options.columns.empty()) {
-    throw FileError(file, "has no named columns: --column is for CSV files");
+  const bool isText = !options.raw && isTextExtension(extension);
+  if (!isText && (!options.columns.empty() || !options.columnNumbers.empty())) {
+    throw FileError(file, "has no named columns: --column and --columns are for text files");
   }
   if (isComtrade) {
-    return openComtrade(file, options);
+    return openShown(file, file, options, openComtrade);
   }
   if (!options.raw && extension == ".dat" &&
       std::filesystem::exists(std::filesystem::path(file).replace_extension(".cfg"))) {
     throw FileError(file, "is opened by the .cfg file beside it, or with --raw");
   }
-  return options.raw ? openRaw(file, options) : openAudio(file, options);
+  return openShown(file, file, options, isText ? openCsv : (options.raw ? openRaw : openAudio));
 }
 
 std::string titleOf(const std::string& file, const Format& format) {
   const std::string rate = format.rate ? fmt::format(", {:.6g} Hz", *format.rate) : "";
-  return std::filesystem::path(file).filename().string() + " (" + format.container + ", " + format.samples + rate + ')';
+  constexpr size_t longest = 60;  // of a name
+  const std::string name = file == "-" ? standardInputName : std::filesystem::path(file).filename().string();
+  return shortened(shownText(name), longest) + " (" + format.container + ", " + format.samples + rate + ')';
 }
 
 std::string timeAxisTitle(const Format& format) {

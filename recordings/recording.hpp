@@ -1,4 +1,4 @@
-// Recordings: audio containers, CSV files and raw interleaved samples, read in blocks of interleaved frames.
+// Recordings: audio containers, text files and raw interleaved samples, read in blocks of interleaved frames.
 #pragma once
 
 #include <cstddef>
@@ -14,10 +14,13 @@
 
 namespace kxrecordings {
 
+/// A file as it is called in what is said of it: "-" is standard input.
+std::string shownName(const std::string& file);
+
 /// What is wrong with a file.
 class FileError : public std::runtime_error {
 public:
-  FileError(const std::string& file, const std::string& what) : std::runtime_error(file + ": " + what) {}
+  FileError(const std::string& file, const std::string& what) : std::runtime_error(shownName(file) + ": " + what) {}
 
   /// @param sentence  begins with the file's name.
   explicit FileError(const std::string& sentence) : std::runtime_error(sentence) {}
@@ -54,12 +57,18 @@ struct Format {
 
 /// How to take the input files, from the command line.
 struct InputOptions {
-  std::optional<std::string> raw;    ///< sample type of raw files: "int16", "int32", "float" or "double"
-  int channels = 0;                  ///< of raw files
-  std::optional<double> rate;        ///< instead of the file's own
-  std::vector<std::string> columns;  ///< of CSV files; all numeric ones if empty
-  std::optional<int> segment;        ///< of COMTRADE recordings, numbered from 1; the longest unless all have one rate
-  bool status = false;               ///< take the status channels of COMTRADE recordings, too
+  std::optional<std::string> raw;     ///< sample type of raw files: "int16", "int32", "float" or "double"
+  int channels = 0;                   ///< of raw files
+  std::optional<double> rate;         ///< instead of the file's own
+  std::vector<std::string> columns;   ///< of text files, by name; without these and the next all numeric ones
+  std::vector<size_t> columnNumbers;  ///< of text files, from 1, behind the named ones
+  std::optional<char> decimalMark;    ///< of text files: '.' or ',' where the file is not to tell
+  bool timesAreValues = false;        ///< a column of times of text files is one as the others are
+  std::optional<int> segment;         ///< of COMTRADE recordings, numbered from 1; the longest unless all have one rate
+  bool status = false;                ///< take the status channels of COMTRADE recordings, too
+  bool strict = false;                ///< refuse what is odd and yet could be read: truncated audio files, NaNs
+  bool requiresFinite = false;        ///< refuse values that are not finite numbers, which else are noted,
+  std::optional<int> finiteChannel;   ///< in this channel, numbered from 1, or in all
 };
 
 class Recording {
@@ -84,6 +93,12 @@ public:
   /// Share of the file that has been read, 0 to 1.
   virtual double position() const = 0;
 
+  /// How many there are, where the file tells.
+  virtual std::optional<uint64_t> frames() const { return std::nullopt; }
+
+  /// In text files, the line of a frame, counted from 1. The frame is one of those that were read last.
+  virtual std::optional<uint64_t> lineOf(size_t /*frame*/) const { return std::nullopt; }
+
 protected:
   virtual size_t readFrames(void* samples, size_t frames) = 0;
 
@@ -91,7 +106,7 @@ protected:
   std::vector<std::string> notes_;
 };
 
-/// Opens a file as what its name and the options say. Throws FileError.
+/// Opens a file as what its name and the options say, or standard input ("-"). Throws FileError.
 std::unique_ptr<Recording> openRecording(const std::string& file, const InputOptions& options);
 
 /// A heading for pictures: the file's name without folders, and its format.

@@ -34,8 +34,11 @@ std::optional<Problem> problemOf(const AnalysisOptions& options, const std::vect
                    ": -180 to 180 degrees are needed"};
   }
   const size_t needed = options.pegging == Pegging::none ? 0 : options.pegging == Pegging::intake ? 1 : 2;
-  const std::pair<AngleWindow, size_t> windows[] = {
-      {peggingWindowOf(options), needed}, {options.compression, 2}, {options.expansion, 2}};
+  const std::pair<AngleWindow, size_t> windows[] = {{peggingWindowOf(options), needed},
+                                                    {options.compression, 2},
+                                                    {options.expansion, 2},
+                                                    {options.rise, 3},
+                                                    {options.burn, 3}};
   for (const auto& [window, samples] : windows) {
     if (samplesIn(angles, window).count < samples) {
       return Problem{"holds less than " + std::to_string(samples) + " samples of a cycle from " + windowText(window)};
@@ -126,16 +129,33 @@ CycleFigures CycleAnalysis::feed(std::span<const float> raw) {
   figures.offset = static_cast<double>(offset);
   if (peakIndex != noPeakIndex) {
     figures.peak = static_cast<double>(peak);
-    figures.peakAngle = angles_[peakIndex];
+    // Of equal peaks the kernel names the first of some lane.
+    const auto first = std::find(corrected_.begin(), corrected_.end(), peak) - corrected_.begin();
+    figures.peakAngle = angles_[static_cast<size_t>(first)];
   }
   figures.meanEffectivePressure = grossMeanEffectivePressure(engine_, angles_, corrected_);
-  figures.rise = steepestRise(angles_, smoothed_);
+  figures.netMeanEffectivePressure = netMeanEffectivePressure(engine_, angles_, corrected_);
+  figures.rise = steepestRise(angles_, smoothed_, options_.rise);
+  figures.burn = burn();
   figures.averagePeak = foldIntoAverages();
   Statistics<float> windowed(*functions_);
   windowed.feed(windowed_.curve());
   figures.windowedPeak = windowed.maximum();
   ++cycles_;
   return figures;
+}
+
+std::optional<HeatRelease> CycleAnalysis::burn() const {
+  auto exponents = options_.heatExponents;
+  if (!exponents) {
+    const auto compression = fitPolytrope(engine_, angles_, smoothed_, options_.compression);
+    const auto expansion = fitPolytrope(engine_, angles_, smoothed_, options_.expansion);
+    if (!compression || !expansion) {
+      return std::nullopt;
+    }
+    exponents = HeatExponents{compression->exponent, expansion->exponent};
+  }
+  return heatRelease(engine_, angles_, smoothed_, options_.burn, *exponents);
 }
 
 /// Returns the peak of the average of all cycles.

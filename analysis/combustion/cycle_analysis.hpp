@@ -8,6 +8,7 @@
 #include "analysis/combustion/cycle_figures.hpp"
 #include "analysis/combustion/cycle_smoothing.hpp"
 #include "analysis/combustion/engine.hpp"
+#include "analysis/combustion/heat_release.hpp"
 #include "analysis/combustion/windowed_average.hpp"
 #include "analysis/problem.hpp"
 #include "analysis/statistics/statistics.hpp"
@@ -31,6 +32,9 @@ struct AnalysisOptions {
   uint32_t window = 20;                ///< cycles in the windowed average, at least 1
   AngleWindow compression{-100, -40};  ///< where the polytropic exponents are fitted
   AngleWindow expansion{80, 120};
+  AngleWindow rise{-60, 60};   ///< where the steepest rise is looked for: elsewhere noise or valves may win
+  AngleWindow burn{-60, 100};  ///< where the heat is released
+  std::optional<HeatExponents> heatExponents;  ///< each cycle's own, fitted in the windows above, if none
 };
 
 /// The window that a method of pegging looks at by default.
@@ -38,13 +42,15 @@ AngleWindow defaultPeggingWindow(Pegging pegging);
 
 /// Of one cycle, pressures in bar and angles in degrees.
 struct CycleFigures {
-  double offset;               ///< the zero level that was taken off
-  std::optional<double> peak;  ///< of the pressure before smoothing; none if no pressure is above 0
-  std::optional<double> peakAngle;
-  double meanEffectivePressure;       ///< gross
-  PressureRise rise;                  ///< of the smoothed pressure
-  std::optional<double> averagePeak;  ///< of the average of all cycles up to this one
-  double windowedPeak;                ///< of the average of the last cycles
+  double offset;                                   ///< the zero level that was taken off
+  std::optional<double> peak;                      ///< of the pressure before smoothing; none if no pressure is above 0
+  std::optional<double> peakAngle;                 ///< of the first of equal peaks
+  double meanEffectivePressure;                    ///< gross
+  std::optional<double> netMeanEffectivePressure;  ///< none if the angles are not those of all four strokes
+  PressureRise rise;                               ///< of the smoothed pressure
+  std::optional<HeatRelease> burn;                 ///< of the smoothed pressure; none if the charge does not burn
+  std::optional<double> averagePeak;               ///< of the average of all cycles up to this one
+  double windowedPeak;                             ///< of the average of the last cycles
 };
 
 /// Takes cycle after cycle and keeps what all of them, and the last of them, have in common.
@@ -89,6 +95,7 @@ private:
                 const std::vector<double>& angles, CycleSmoother smoother);
 
   double zeroLevel(std::span<const float> raw) const;
+  std::optional<HeatRelease> burn() const;
   std::optional<double> foldIntoAverages();
 
   const Functions* functions_;

@@ -60,8 +60,26 @@ double grossMeanEffectivePressure(const Engine& engine, const std::vector<double
   return work / engine.displacement();
 }
 
-PressureRise steepestRise(const std::vector<double>& angles, std::span<const float> pressures) {
-  const SampleRange range = samplesIn(angles, closedCycle);
+/// Heywood (1988), section 2.4. A last angle that is left to the next cycle is closed with the cycle's own first sample.
+std::optional<double> netMeanEffectivePressure(const Engine& engine, const std::vector<double>& angles,
+                                               std::span<const float> pressures) {
+  constexpr double cycleDegrees = 720, tolerance = 0.1;
+  const double span = angles.back() - angles.front(), step = span / static_cast<double>(angles.size() - 1);
+  const bool isOpen = std::abs(span + step - cycleDegrees) <= tolerance * step;
+  if (!isOpen && std::abs(span - cycleDegrees) > tolerance * step) {
+    return std::nullopt;
+  }
+  double work = 0;
+  for (size_t i = 1; i < angles.size() + (isOpen ? 1 : 0); ++i) {
+    const size_t end = i % angles.size();
+    const double sum = static_cast<double>(pressures[i - 1]) + static_cast<double>(pressures[end]);
+    work += sum / 2 * (engine.volume(angles[end]) - engine.volume(angles[i - 1]));
+  }
+  return work / engine.displacement();
+}
+
+PressureRise steepestRise(const std::vector<double>& angles, std::span<const float> pressures, AngleWindow window) {
+  const SampleRange range = samplesIn(angles, window);
   PressureRise steepest{-std::numeric_limits<double>::infinity(), 0};
   for (size_t i = range.first + 1; i + 1 < range.first + range.count; ++i) {
     const double difference = static_cast<double>(pressures[i + 1]) - static_cast<double>(pressures[i - 1]);

@@ -40,13 +40,18 @@ constexpr AngleWindow closedCycle{-180, 180};
 double grossMeanEffectivePressure(const Engine& engine, const std::vector<double>& angles,
                                   std::span<const float> pressures);
 
+/// Net indicated mean effective pressure: the same over all four strokes. None if the angles are not those of a whole cycle of 720
+/// degrees, with the last one there or left to the next cycle.
+std::optional<double> netMeanEffectivePressure(const Engine& engine, const std::vector<double>& angles,
+                                               std::span<const float> pressures);
+
 struct PressureRise {
   double steepness;  ///< pressure per degree
   double angle;      ///< in degrees
 };
 
-/// The steepest rise from -180 to 180 degrees, of differences over two steps.
-PressureRise steepestRise(const std::vector<double>& angles, std::span<const float> pressures);
+/// The steepest rise in a window, the first of equal ones, of differences over two steps.
+PressureRise steepestRise(const std::vector<double>& angles, std::span<const float> pressures, AngleWindow window);
 
 /// p V^exponent = constant, fitted over a window.
 struct Polytrope {

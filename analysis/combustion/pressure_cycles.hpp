@@ -30,17 +30,24 @@ struct PressureCycles {
 /// Cycles that were cut out of rows.
 struct CutCycles {
   PressureCycles cycles;
-  size_t leftOut = 0;  ///< samples before the first complete cycle and after the last one
+  size_t leftOut =
+      0;  ///< samples before the first complete cycle and after the last one, or of an angle that is there twice
 };
 
-/// Cuts rows of a crank angle and pressures into cycles. Either the angles are those of one cycle, from -360 to 360
-/// degrees at most, and every column is a cycle; or there is one column of pressures that runs on over many cycles of
-/// 720 degrees, of which the complete ones from -360 to 360 degrees are taken.
+/// Cuts rows of a crank angle and pressures into cycles. Either the angles are those of one cycle, and every column is one; or there
+/// is one column of pressures that runs on over many cycles of 720 degrees, of which the complete ones from -360 to 360 degrees are
+/// taken. Angles that begin anew with each cycle run on. Those of one whole cycle may lie anywhere: where they leave -360 to 360
+/// degrees, they go on from the other end with the same column's pressures.
 /// @param angles     in degrees, one a row, rising in even steps of 10 degrees at most; they are allowed a tenth of a
 ///                   step of rounding.
 /// @param pressures  in bar, row after row; finite, and so small (1e9 at most) that sums of many cycles stay so.
 /// @param columns    of pressures, at least 1.
-/// @return           problems of a row are told as "data row 1: ...".
-Result<CutCycles> cyclesOf(std::vector<double> angles, const std::vector<float>& pressures, size_t columns);
+/// @param tdc        the angle of the top dead centre of combustion.
+/// @return           problems of a row are told as "data row 1: ...", of the first one.
+Result<CutCycles> cyclesOf(std::vector<double> angles, const std::vector<float>& pressures, size_t columns,
+                           double tdc = 0);
+
+/// What cyclesOf() says of angles of which more may come: nothing, or the problem of the first row that is not even.
+Result<> checkedAngles(std::vector<double> angles);
 
 }  // namespace kxanalysis

@@ -168,7 +168,7 @@ Result<std::vector<float>> windowedSinc(const PassBand& band, size_t taps, Windo
     return std::move(*problem);
   }
   if (taps < minimumTaps || taps > maximumTaps) {
-    return unsuitable("taps", static_cast<double>(taps), "they are from 3 to 16383");
+    return unsuitable("taps", static_cast<double>(taps), "they are from 3 to 131071");
   }
   if (band.isHighPass() && taps % 2 == 0) {
     return unsuitable("taps", static_cast<double>(taps), "a high-pass needs an odd number");

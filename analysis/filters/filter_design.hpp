@@ -40,7 +40,7 @@ Result<std::vector<Section>> butterworth(const PassBand& band, int order);
 
 enum class Window { hamming, blackman };
 
-constexpr size_t minimumTaps = 3, maximumTaps = 16383;
+constexpr size_t minimumTaps = 3, maximumTaps = 131071;
 
 /// Symmetric coefficients, of linear phase: the ideal filter's impulse response under a window. The gain is 1 at 0, of a
 /// high-pass at half of the sample rate, of a band-pass in the middle of the band; the edges are about 6 dB down.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <utility>
 
 #include "analysis/filters/white_noise.hpp"
 #include "analysis/spectra/real_transform.hpp"
@@ -21,6 +22,10 @@ void addPower(RealTransform& transform, std::span<const double> samples, std::ve
   }
 }
 
+void append(std::vector<double>& all, std::span<const double> part) {
+  all.insert(all.end(), part.begin(), part.end());
+}
+
 /// Calls found(left, right) for the neighbouring points between which a curve passes a level.
 template <class Found>
 void forEachCrossing(std::span<const LevelPoint> curve, double level, Found found) {
@@ -33,7 +38,7 @@ void forEachCrossing(std::span<const LevelPoint> curve, double level, Found foun
 
 }  // namespace
 
-Result<std::vector<LevelPoint>> measuredResponse(StreamFilter& filter, size_t period, double rate) {
+Result<std::vector<LevelPoint>> measuredResponse(FilteredStream& filter, size_t period, double rate) {
   if (period < 2) {
     return unsuitable("period", static_cast<double>(period), "at least 2 samples are needed");
   }
@@ -45,16 +50,17 @@ Result<std::vector<LevelPoint>> measuredResponse(StreamFilter& filter, size_t pe
     return Problem{transform.problem()};
   }
   std::vector<double> sent(transform->binCount()), received(transform->binCount());
-  std::vector<double> noise(period), output(period);
+  std::vector<double> noise(period), output;
   WhiteNoise source(1);
   for (int i = 0; i < noises; ++i) {
     std::ranges::generate(noise, [&] { return source.next(); });
+    output.clear();
     for (int repetition = 0; repetition <= periodsToSettle; ++repetition) {
-      output = noise;
-      filter.feed(std::span(output));
+      append(output, filter.feed(std::span(std::as_const(noise))));
     }
+    append(output, filter.finish());
     addPower(*transform, noise, sent);
-    addPower(*transform, output, received);
+    addPower(*transform, std::span(output).last(period), received);
   }
   std::vector<LevelPoint> curve;
   for (size_t i = 1; i < sent.size(); ++i) {

@@ -6,11 +6,14 @@
 
 namespace kxanalysis {
 
-BetweenSamples::BetweenSamples(size_t reach) : cosines_(2 * reach), sines_(2 * reach), weights_(2 * reach) {
+BetweenSamples::BetweenSamples(size_t reach) : weights_(2 * reach) {
   for (size_t i = 0; i < weights_.size(); ++i) {
-    const double angle = std::numbers::pi * (static_cast<double>(i + 1) / static_cast<double>(reach) - 1);
-    cosines_[i] = std::cos(angle);
-    sines_[i] = std::sin(angle);
+    const double distance = static_cast<double>(i + 1) - static_cast<double>(reach);
+    const double angle = std::numbers::pi * distance / static_cast<double>(reach);
+    distances_.push_back(distance);
+    signs_.push_back((i + reach) % 2 == 0 ? 1 : -1);
+    cosines_.push_back(std::cos(angle));
+    sines_.push_back(std::sin(angle));
   }
 }
 
@@ -23,17 +26,12 @@ std::span<const double> BetweenSamples::weightsAt(double place) {
     weights_[reach() - 1] = 1;
     return weights_;
   }
-  const auto reach = static_cast<double>(this->reach());
-  const double shift = std::numbers::pi * place / reach, cosine = std::cos(shift), sine = std::sin(shift);
+  const double shift = std::numbers::pi * place / static_cast<double>(reach());
+  const double cosine = std::cos(shift), sine = std::sin(shift);
   const double height = std::sin(std::numbers::pi * place) / std::numbers::pi;
-  const double firstSign = this->reach() % 2 == 0 ? 1 : -1;  // of the weight of sample 1 - reach
   for (size_t i = 0; i < weights_.size(); ++i) {
-    const double distance = static_cast<double>(i + 1) - reach - place;
     const double c = cosines_[i] * cosine + sines_[i] * sine;
-    weights_[i] = firstSign * height / distance * (0.34 + c * (0.5 + 0.16 * c));
-  }
-  for (size_t i = 1; i < weights_.size(); i += 2) {
-    weights_[i] = -weights_[i];
+    weights_[i] = signs_[i] * height / (distances_[i] - place) * (0.34 + c * (0.5 + 0.16 * c));
   }
   return weights_;
 }

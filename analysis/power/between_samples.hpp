@@ -31,7 +31,8 @@ private:
   /// Half of what Blackman's window takes from keeping to stopping, in cycles a sample, times the reach.
   static constexpr double halfTransition = 1.375;
 
-  std::vector<double> cosines_, sines_;  // of pi k / reach
+  std::vector<double> distances_, signs_;  // of samples 1 - reach to reach: from sample 0, and those of sin(pi (t - k))
+  std::vector<double> cosines_, sines_;    // of pi k / reach
   std::vector<double> weights_;
 };
 

@@ -19,6 +19,34 @@ double toSample(double position) {
   return std::abs(position - nearest) <= isTheSample ? nearest : position;
 }
 
+/// The least even number from one on without prime factors above 5: transforms of such lengths are the quick ones.
+size_t quickLength(size_t least) {
+  for (size_t length = least + least % 2;; length += 2) {
+    size_t rest = length;
+    for (const size_t factor : {2U, 3U, 5U}) {
+      while (rest % factor == 0) {
+        rest /= factor;
+      }
+    }
+    if (rest == 1) {
+      return length;
+    }
+  }
+}
+
+/// In four sums: additions that wait for each other would take most of the time.
+/// @param weights  of an even reach, so that they come in fours.
+double weightedSum(std::span<const double> weights, const double* samples) {
+  constexpr size_t lanes = 4;
+  std::array<double, lanes> sums{};
+  for (size_t k = 0; k < weights.size(); k += lanes) {
+    for (size_t lane = 0; lane < lanes; ++lane) {
+      sums[lane] += weights[k + lane] * samples[k + lane];
+    }
+  }
+  return (sums[0] + sums[1]) + (sums[2] + sums[3]);
+}
+
 }  // namespace
 
 Result<CycleWindows> CycleWindows::create(const CycleSettings& settings, size_t voltages) {
@@ -152,17 +180,20 @@ void CycleWindows::keepToSamples(CycleWindow& window) const {
   window.length = std::round(window.length);
 }
 
-/// So far that the highest order below half of the sample rate is kept, up to the 51st: the groups of 50 orders end
-/// there.
+/// Reaches so far that the highest order below half of the sample rate is kept, up to the 51st, where the groups of 50
+/// orders end; and takes no fewer samples than a window has in the stream.
 void CycleWindows::takeReachFor(double frequency) {
   constexpr double mostOrders = 51, leastReach = 32, mostReach = 512, change = 0.005;
-  if (count_ != 0 && std::abs(static_cast<double>(count_) * frequency / (cycles_ * rate_) - 1) <= change) {
+  constexpr size_t leastCount = 2;
+  if (std::abs(reachFrequency_ / frequency - 1) <= change) {
     return;
   }
-  count_ = static_cast<size_t>(std::lround(cycles_ * rate_ / frequency));
+  reachFrequency_ = frequency;
+  count_ = quickLength(std::max(leastCount, static_cast<size_t>(std::lround(cycles_ * rate_ / frequency))));
   const double order = frequency / rate_, highest = BetweenSamples::highestFrequency(mostReach);
   const double kept = order * std::clamp(std::floor(highest / order), 1.0, mostOrders);
-  const double reach = std::clamp(std::ceil(BetweenSamples::reachFor(std::min(kept, highest))), leastReach, mostReach);
+  const double needed = BetweenSamples::reachFor(std::min(kept, highest));
+  const double reach = std::clamp(2 * std::ceil(needed / 2), leastReach, mostReach);  // even
   between_ = BetweenSamples(static_cast<size_t>(reach));
   highestFrequency_ = rate_ * BetweenSamples::highestFrequency(reach);
 }
@@ -189,11 +220,7 @@ void CycleWindows::fill(CycleWindow& window) {
     const std::span<const double> weights = between_.weightsAt(position - before);
     for (size_t channel = 0; channel < around.size(); ++channel) {
       const double* const samples = around[channel].data() + static_cast<size_t>(before) + 1;
-      double value = 0;
-      for (size_t k = 0; k < weights.size(); ++k) {
-        value += weights[k] * samples[k];
-      }
-      window.samples[channel][i] = value;
+      window.samples[channel][i] = weightedSum(weights, samples);
     }
   }
 }

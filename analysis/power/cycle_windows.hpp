@@ -89,9 +89,10 @@ private:
   std::vector<FrequencyStretch> added_;
   std::vector<std::vector<double>> waiting_;  // samples of each channel from dropped_ on
   size_t dropped_ = 0, total_ = 0;
-  double begin_ = 0;       // of the next window
-  bool isEnding_ = false;  // whether no more samples come
-  size_t count_ = 0;       // samples that windows are interpolated to
+  double begin_ = 0;           // of the next window
+  bool isEnding_ = false;      // whether no more samples come
+  double reachFrequency_ = 0;  // that count_ and between_ are for
+  size_t count_ = 0;           // samples that windows are interpolated to
   BetweenSamples between_{1};
   double highestFrequency_ = 0;
   std::vector<CycleWindow> windows_;

@@ -6,22 +6,16 @@
 #include <bit>
 #include <cstdint>
 #include <kissfft.hh>
-#include <numbers>
 #include <optional>
 #include <utility>
 #include <vector>
+
+#include "analysis/spectra/rotation.hpp"
 
 namespace kxanalysis {
 namespace {
 
 using Complex = std::complex<double>;
-
-/// exp(-2 pi i turns / whole), by the angle that is nearest to 0.
-Complex rotation(uint64_t turns, uint64_t whole) {
-  const uint64_t rest = turns % whole;
-  const double left = rest > whole / 2 ? -static_cast<double>(whole - rest) : static_cast<double>(rest);
-  return std::polar(1.0, -2 * std::numbers::pi * left / static_cast<double>(whole));
-}
 
 /// Without the check for infinities that std::complex makes of a product: there are none but those of the samples.
 Complex product(Complex a, Complex b) {

@@ -12,12 +12,6 @@ struct Tone {
   double magnitude;
 };
 
-/// What a tone leaves in a bin, and what its negative frequency does.
-double leftOf(const Tone& tone, double bin, const SpectrumSettings& settings) {
-  return tone.magnitude * (leakage(settings.window, bin - tone.bin, settings.length) +
-                           leakage(settings.window, bin + tone.bin, settings.length));
-}
-
 Tone toneAt(size_t bin, const std::vector<double>& magnitudes, const SpectrumSettings& settings) {
   const double offset =
       offsetOfTone(settings.window, magnitudes[bin - 1], magnitudes[bin], magnitudes[bin + 1], settings.length);
@@ -52,8 +46,9 @@ std::vector<SpectralPeak> peaksOf(const AveragedSpectrum& spectrum, double rate,
     }
     double leaked = least;
     for (const Tone& tone : stronger) {
-      leaked += leftOf(tone, static_cast<double>(bin), settings);
+      leaked += tone.magnitude * leakage(settings.window, static_cast<double>(bin) - tone.bin, settings.length);
     }
+    // Twice, for the negative frequencies: they lie further away from every bin and leak no more.
     if (magnitudes[bin] > 2 * leaked) {
       stronger.push_back(toneAt(bin, magnitudes, settings));
       peaks.push_back({stronger.back().bin * rate / static_cast<double>(settings.length), stronger.back().magnitude});

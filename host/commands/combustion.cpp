@@ -1,5 +1,6 @@
 // kxhost combustion: cylinder pressure over the crank angle, cycle by cycle.
 #include <filesystem>
+#include <functional>
 #include <iostream>
 
 #include "analysis/combustion/cycle_analysis.hpp"
@@ -7,6 +8,7 @@
 #include "analysis/combustion/pressure_cycles.hpp"
 #include "host/commands/combustion_options.hpp"
 #include "host/commands/command.hpp"
+#include "host/commands/outputs.hpp"
 #include "host/pictures/combustion_pictures.hpp"
 #include "host/pictures/picture_file.hpp"
 #include "host/reports/floors.hpp"
@@ -24,6 +26,12 @@ namespace {
 std::string figure(std::optional<double> number) {
   constexpr int digits = 6;
   return cell(number, digits);
+}
+
+/// A figure of the heat release, where the charge burns.
+template <class Figure>
+std::optional<double> ofBurn(const CycleFigures& cycle, Figure figure) {
+  return cycle.burn ? std::optional<double>(std::invoke(figure, *cycle.burn)) : std::nullopt;
 }
 
 /// One figure of all cycles that have it.
@@ -51,20 +59,30 @@ std::vector<Quantity> quantitiesOf(const std::vector<CycleFigures>& cycles) {
       {"Peak at/deg", "peak_pressure_angle_deg", spreadOver(cycles, [](const auto& c) { return c.peakAngle; })},
       {"Gross IMEP/bar", "gross_imep_bar",
        spreadOver(cycles, [](const auto& c) { return std::optional(c.meanEffectivePressure); })},
+      {"Net IMEP/bar", "net_imep_bar", spreadOver(cycles, [](const auto& c) { return c.netMeanEffectivePressure; })},
       {"Steepest rise/(bar/deg)", "steepest_rise_bar_per_deg",
        spreadOver(cycles, [](const auto& c) { return std::optional(c.rise.steepness); })},
       {"Rise at/deg", "steepest_rise_angle_deg",
        spreadOver(cycles, [](const auto& c) { return std::optional(c.rise.angle); })},
+      {"Heat/J", "heat_release_j", spreadOver(cycles, [](const auto& c) { return ofBurn(c, &HeatRelease::heat); })},
+      {"CA10/deg", "ca10_deg", spreadOver(cycles, [](const auto& c) { return ofBurn(c, &HeatRelease::angle10); })},
+      {"CA50/deg", "ca50_deg", spreadOver(cycles, [](const auto& c) { return ofBurn(c, &HeatRelease::angle50); })},
+      {"CA90/deg", "ca90_deg", spreadOver(cycles, [](const auto& c) { return ofBurn(c, &HeatRelease::angle90); })},
+      {"Burn/deg", "burn_duration_deg",
+       spreadOver(cycles, [](const auto& c) { return ofBurn(c, &HeatRelease::duration); })},
   };
 }
 
 void printCycles(const std::vector<CycleFigures>& cycles) {
-  Table table({"Cycle", "Zero level/bar", "Peak pressure/bar", "Peak at/deg", "Gross IMEP/bar",
-               "Steepest rise/(bar/deg)", "Rise at/deg"});
+  Table table({"Cycle", "Zero level/bar", "Peak pressure/bar", "Peak at/deg", "Gross IMEP/bar", "Net IMEP/bar",
+               "Steepest rise/(bar/deg)", "Rise at/deg", "Heat/J", "CA10/deg", "CA50/deg", "CA90/deg", "Burn/deg"});
   for (size_t i = 0; i < cycles.size(); ++i) {
     const CycleFigures& cycle = cycles[i];
     table.add({std::to_string(i + 1), figure(cycle.offset), figure(cycle.peak), figure(cycle.peakAngle),
-               figure(cycle.meanEffectivePressure), figure(cycle.rise.steepness), figure(cycle.rise.angle)});
+               figure(cycle.meanEffectivePressure), figure(cycle.netMeanEffectivePressure),
+               figure(cycle.rise.steepness), figure(cycle.rise.angle), figure(ofBurn(cycle, &HeatRelease::heat)),
+               figure(ofBurn(cycle, &HeatRelease::angle10)), figure(ofBurn(cycle, &HeatRelease::angle50)),
+               figure(ofBurn(cycle, &HeatRelease::angle90)), figure(ofBurn(cycle, &HeatRelease::duration))});
   }
   table.print(std::cout);
 }
@@ -75,10 +93,11 @@ void printOverall(const std::vector<CycleFigures>& cycles) {
   for (const Quantity& quantity : quantitiesOf(cycles)) {
     const Spread& spread = quantity.spread;
     const auto orNone = [&](double number) { return figure(spread.count > 0 ? std::optional(number) : std::nullopt); };
-    const bool isPressure = std::string_view(quantity.name).find("pressure_bar") != std::string_view::npos ||
-                            std::string_view(quantity.name).find("imep") != std::string_view::npos;
+    const bool hasZero = std::string_view(quantity.name).find("pressure_bar") != std::string_view::npos ||
+                         std::string_view(quantity.name).find("imep") != std::string_view::npos ||
+                         std::string_view(quantity.name).find("heat") != std::string_view::npos;
     table.add({quantity.title, orNone(spread.mean), orNone(spread.minimum), orNone(spread.maximum),
-               figure(spread.deviation), isPressure ? figure(spread.variation()) : ""});
+               figure(spread.deviation), hasZero ? figure(spread.variation()) : ""});
   }
   table.print(std::cout);
 }
@@ -116,8 +135,14 @@ Json jsonOf(const std::vector<CycleFigures>& figures) {
                       {"peak_pressure_bar", jsonNumber(cycle.peak)},
                       {"peak_pressure_angle_deg", jsonNumber(cycle.peakAngle)},
                       {"gross_imep_bar", cycle.meanEffectivePressure},
+                      {"net_imep_bar", jsonNumber(cycle.netMeanEffectivePressure)},
                       {"steepest_rise_bar_per_deg", cycle.rise.steepness},
                       {"steepest_rise_angle_deg", cycle.rise.angle},
+                      {"heat_release_j", jsonNumber(ofBurn(cycle, &HeatRelease::heat))},
+                      {"ca10_deg", jsonNumber(ofBurn(cycle, &HeatRelease::angle10))},
+                      {"ca50_deg", jsonNumber(ofBurn(cycle, &HeatRelease::angle50))},
+                      {"ca90_deg", jsonNumber(ofBurn(cycle, &HeatRelease::angle90))},
+                      {"burn_duration_deg", jsonNumber(ofBurn(cycle, &HeatRelease::duration))},
                       {"average_peak_pressure_bar", jsonNumber(cycle.averagePeak)},
                       {"windowed_peak_pressure_bar", cycle.windowedPeak}});
   }
@@ -146,7 +171,7 @@ Json jsonOf(const CombustionOptions& options, const PressureCycles& cycles, cons
   for (const Quantity& quantity : quantitiesOf(figures)) {
     overall[quantity.name] = jsonOf(quantity.spread);
   }
-  return {{"source", options.source()},
+  return {{"file", options.source()},
           {"samples_per_cycle", cycles.angles.size()},
           {"step_deg", cycles.step()},
           {"displacement_cm3", options.engine.displacement()},
@@ -192,11 +217,18 @@ CutCycles cyclesFor(const CombustionOptions& options) {
   if (options.simulate) {
     return {required(simulate(options.engine, options.simulation), options.source())};
   }
-  PressureTable table = readPressureTable(options.file, options.columns, mostPressures);
-  return required(cyclesOf(std::move(table.angles), table.pressures, table.columns), options.file);
+  PressureTable table = readPressureTable(options.file, options.input, mostPressures);
+  printNotes(options.file, table.notes);
+  if (!table.problem.empty()) {
+    required(checkedAngles(table.angles), options.file);  // a bad row before that one
+    throw FileError(table.problem);
+  }
+  return required(cyclesOf(std::move(table.angles), table.pressures, table.columns, options.topDeadCentre),
+                  options.file);
 }
 
 int runCombustion(const Functions& functions, const CombustionOptions& options) {
+  noteInput(options.file);
   std::optional<Pictures> pictures;
   std::optional<OutputFile> output;
   if (!options.picture.empty()) {
@@ -212,12 +244,14 @@ int runCombustion(const Functions& functions, const CombustionOptions& options) 
   for (size_t i = 0; i < cycles.count(); ++i) {
     figures.push_back(analysis.feed(cycles.cycle(i)));
   }
-  if (output) {
-    writePressureTable(*output, cycles.angles, cycles.samples);
-  }
-  if (pictures) {
-    pictures->draw(functions, titleOf(options, cycles), analysis, figures);
-  }
+  const int code = finishOutputs([&] {
+    if (output) {
+      writePressureTable(*output, cycles.angles, cycles.samples);
+    }
+    if (pictures) {
+      pictures->draw(functions, titleOf(options, cycles), analysis, figures);
+    }
+  });
   if (leftOut > 0) {
     printNotes(options.file,
                {fmt::format("{} samples outside of the {} complete cycles are left out", leftOut, cycles.count())});
@@ -227,7 +261,7 @@ int runCombustion(const Functions& functions, const CombustionOptions& options) 
   } else {
     printText(options, cycles, analysis, figures);
   }
-  return 0;
+  return code;
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <cmath>
+#include <limits>
 
 #include "host/commands/options.hpp"
 #include "host/reports/floors.hpp"
@@ -85,8 +86,27 @@ void addAnalysis(CLI::App& command, AnalysisOptions& analysis) {
             "Angles at which the compression's exponent is fitted", "-100,-40");
   addWindow(command, "--expansion-window", analysis.expansion, "Angles at which the expansion's exponent is fitted",
             "80,120");
-  command.get_option("--compression-window")->group(group);
-  command.get_option("--expansion-window")->group(group);
+  addWindow(command, "--rise-window", analysis.rise, "Angles at which the steepest rise is looked for", "-60,60");
+  addWindow(command, "--burn-window", analysis.burn, "Angles at which heat is released", "-60,100");
+  command
+      .add_option_function<std::string>(
+          "--heat-exponents",
+          [&analysis](const std::string& text) {
+            constexpr double least = 1.01, most = 2;
+            const auto pair = pairIn<double>(text);
+            const auto isOne = [&](double n) { return n >= least && n <= most; };
+            if (!pair || !isOne(pair->first) || !isOne(pair->second)) {
+              throw CLI::ValidationError("--heat-exponents", "is not two exponents from 1.01 to 2: " + text);
+            }
+            analysis.heatExponents = HeatExponents{pair->first, pair->second};
+          },
+          "Polytropic exponents before and after combustion that the heat is worked out with (default: each\n"
+          "cycle's own)")
+      ->type_name("N,N")
+      ->group(group);
+  for (const char* const name : {"--compression-window", "--expansion-window", "--rise-window", "--burn-window"}) {
+    command.get_option(name)->group(group);
+  }
 }
 
 void addSimulation(CLI::App& command, Simulation& simulation, CLI::Option* simulate) {
@@ -96,6 +116,7 @@ void addSimulation(CLI::App& command, Simulation& simulation, CLI::Option* simul
   numbers.add("--step", s.step, 0.05, 5, "DEG", "Degrees between samples, of which 720 are a whole number");
   command.add_option("--seed", s.seed, "Seed of scatter and noise: the same gives the same samples")
       ->type_name("NUMBER")
+      ->check(wholeNumber(0, std::numeric_limits<decltype(s.seed)>::max()))
       ->needs(simulate)
       ->group(numbers.group)
       ->capture_default_str();
@@ -118,17 +139,22 @@ void addSimulation(CLI::App& command, Simulation& simulation, CLI::Option* simul
 }
 
 constexpr const char* explanation =
-    "FILE.csv has a header row, then a row a crank angle. The first column is the angle in degrees, 0 at the top dead\n"
-    "centre of combustion, rising in even steps. The others are pressures in bar, either a cycle each (from -360 to\n"
-    "360 degrees at most, from -180 to 180 at least), or a single one that runs on over many cycles of 720 degrees.\n"
+    "FILE has a row a crank angle: text with commas, semicolons, tabs or blanks between, decimal points or commas,\n"
+    "with a header row or without. The first column is the angle in degrees, 0 (or --tdc-offset) at the top dead\n"
+    "centre of combustion, rising in even steps. The others are pressures in bar, either a cycle each (a whole one of\n"
+    "720 degrees from any angle on, or from -360 to 360 degrees at most, from -180 to 180 at least), or a single one\n"
+    "that runs on over many cycles, with angles that run on or begin anew with each cycle.\n"
     "\n"
     "Of every cycle the zero level is taken off. 'intake' finds it where the gas has the intake's pressure, around\n"
     "bottom dead centre; 'polytropic' finds the one that makes the compression follow p V^n = constant. The peak\n"
-    "pressure and the gross IMEP are those of the pressure then; IMEP is the integral of p dV from -180 to 180\n"
-    "degrees over the displacement. The pressure is smoothed by a parabola of least squares around each sample, or\n"
-    "the average of the samples around it; the steepest rise and the averages over the cycles are those of the\n"
-    "smoothed pressure. The polytropic exponents are fitted to the average of all cycles. The coefficient of\n"
-    "variation is the standard deviation over the mean.\n"
+    "pressure (of equal ones the first) and IMEP are those of the pressure then; IMEP is the integral of p dV over\n"
+    "the displacement: gross from -180 to 180 degrees, net over all four strokes. The pressure is smoothed by a\n"
+    "parabola of least squares around each sample, or the average of the samples around it; the steepest rise, the\n"
+    "heat and the averages over the cycles are those of the smoothed pressure. The heat is the apparent net one,\n"
+    "dQ = n / (n - 1) p dV + 1 / (n - 1) V dp (Heywood, equation 10.6), with n going from the compression's to the\n"
+    "expansion's polytropic exponent as the charge burns; at CA10, CA50 and CA90 those percents of it are released,\n"
+    "and from CA10 to CA90 the burn lasts. The polytropic exponents that are printed are fitted to the average of all\n"
+    "cycles. The coefficient of variation is the standard deviation over the mean.\n"
     "\n"
     "The simulation is one zone of gas in a slider-crank cylinder: polytropic compression and expansion, heat after\n"
     "a Wiebe function, scatter from cycle to cycle, and a sensor with noise and a drifting zero level. Its defaults\n"
@@ -139,14 +165,15 @@ constexpr const char* explanation =
     "  kxhost combustion cylinder1.csv --bore 86 --stroke 86 --rod 143 --compression-ratio 10\n"
     "  kxhost combustion --simulate --cycles 200 --plot engine.png -o engine.csv\n"
     "  kxhost combustion cylinder1.csv --peg polytropic --smooth average --width 7 --json\n"
-    "  kxhost combustion logger.csv --column angle --column cyl1 --peg-window=-185,-175";
+    "  kxhost combustion logger.csv --column angle --column cyl1 --peg-window=-185,-175\n"
+    "  kxhost combustion bench.txt --columns 1,3 --tdc-offset 360";
 
 }  // namespace
 
 void CombustionOptions::requireSense() const {
   if (file.empty() != simulate) {
     throw CLI::ValidationError("combustion",
-                               simulate ? "takes FILE.csv or --simulate, not both" : "needs FILE.csv or --simulate");
+                               simulate ? "takes FILE or --simulate, not both" : "needs FILE or --simulate");
   }
   if (engine.rod <= engine.stroke / 2) {
     throw CLI::ValidationError("--rod", "must be longer than half of the stroke");
@@ -168,21 +195,31 @@ void CombustionOptions::requireSense() const {
 void addCombustionOptions(CLI::App& command, CombustionOptions& options) {
   command.add_option("FILE", options.file, "Crank angle and pressures")
       ->type_name("")
-      ->check(endingIn({".csv", ".tsv"}));
+      ->check(streamOrEndingIn({".csv", ".tsv", ".txt", ".dat"}));
   auto* simulate = command.add_flag("--simulate", options.simulate, "Simulate the cycles instead of reading them");
   command
-      .add_option("--column", options.columns,
+      .add_option("--column", options.input.columns,
                   "Take this column of the file (may be repeated; the angle first; default: all numeric)")
       ->type_name("NAME")
       ->allow_extra_args(false)
       ->excludes(simulate);
+  addTextOptions(command, options.input.columnNumbers, options.input.decimalMark);
+  command.get_option("--columns")->excludes(simulate);
+  command.get_option("--decimal")->excludes(simulate);
+  command
+      .add_option("--tdc-offset", options.topDeadCentre,
+                  "The file's angle at which the top dead centre of combustion lies; it is taken off all angles")
+      ->type_name("DEG")
+      ->check(between(-720, 720))
+      ->excludes(simulate)
+      ->capture_default_str();
   command.add_flag("--json", options.json, "Print JSON");
   addPictureOption(command, options.picture,
                    "Draw OUT-pressure.png, OUT-pv.png, OUT-pv-log.png (double-logarithmic) and OUT-trend.png");
-  command.add_option("-o,--output", options.output, "Write the simulated pressures, as FILE.csv takes them")
+  command.add_option("-o,--output", options.output, "Write the simulated pressures, as FILE takes them")
       ->type_name("OUT.csv")
       ->needs(simulate)
-      ->check(endingIn({".csv"}));
+      ->check(streamOrEndingIn({".csv"}));
   addEngine(command, options.engine);
   addAnalysis(command, options.analysis);
   addSimulation(command, options.simulation, simulate);

@@ -8,13 +8,15 @@
 #include "analysis/combustion/engine.hpp"
 #include "analysis/combustion/engine_simulation.hpp"
 #include "host/reports/floors.hpp"
+#include "recordings/recording.hpp"
 
 namespace kxhost {
 
 /// The command line of `kxhost combustion`.
 struct CombustionOptions {
   std::string file;
-  std::vector<std::string> columns;
+  InputOptions input;
+  double topDeadCentre = 0;  // in the file's angles
   bool simulate = false;
   bool json = false;
   std::string picture;

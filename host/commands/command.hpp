@@ -15,6 +15,7 @@ using Action = std::function<int(const Functions&)>;
 /// Each of these adds a subcommand, which sets `chosen` when it is the one.
 void addStatsCommand(CLI::App& program, Action& chosen);
 void addViewCommand(CLI::App& program, Action& chosen);
+void addSpectrumCommand(CLI::App& program, Action& chosen);
 void addResampleCommand(CLI::App& program, Action& chosen);
 void addFilterCommand(CLI::App& program, Action& chosen);
 void addNoiseCommand(CLI::App& program, Action& chosen);
@@ -22,5 +23,9 @@ void addCombustionCommand(CLI::App& program, Action& chosen);
 void addPowerCommand(CLI::App& program, Action& chosen);
 void addFlickerCommand(CLI::App& program, Action& chosen);
 void addGenerateCommand(CLI::App& program, Action& chosen);
+
+/// These print what is made of the program's own options, and need no library.
+void addManCommand(CLI::App& program);
+void addCompletionCommand(CLI::App& program);
 
 }  // namespace kxhost

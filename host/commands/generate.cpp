@@ -7,26 +7,25 @@
 #include "analysis/power/mains_signal.hpp"
 #include "host/commands/command.hpp"
 #include "host/commands/options.hpp"
+#include "host/commands/outputs.hpp"
 #include "host/reports/floors.hpp"
 #include "host/reports/print.hpp"
 #include "host/reports/required.hpp"
-#include "recordings/audio_output.hpp"
-#include "recordings/csv_output.hpp"
+#include "recordings/frame_output.hpp"
 
 namespace kxhost {
 namespace {
 
 struct GeneratePowerOptions {
-  std::string output;
+  RecordingOutput output;
   double seconds = 10;
   int rate = 12800;
   MainsSettings mains;
 
-  bool isCsv() const { return output.ends_with(".csv"); }
+  bool isCsv() const { return output.kind() == FrameFormat::csv; }
 };
 
-template <class Output>
-void writeMains(const Functions& functions, const MainsSettings& settings, uint64_t frames, Output& output) {
+void writeMains(const Functions& functions, const MainsSettings& settings, uint64_t frames, FrameOutput& output) {
   MainsSignal signal = required(MainsSignal::create(functions, settings));
   std::vector<float> block(blockFrames * MainsSignal::channels);
   for (uint64_t written = 0; written < frames; written += blockFrames) {
@@ -40,27 +39,26 @@ void writeMains(const Functions& functions, const MainsSettings& settings, uint6
 int runGeneratePower(const Functions& functions, const GeneratePowerOptions& options) {
   const double frames = std::round(options.seconds * options.rate);
   if (frames < 1) {
-    throw FileError(options.output, "would hold no samples");
+    throw FileError(options.output.name(), "would hold no samples");
   }
   MainsSettings settings = options.mains;
   settings.rate = options.rate;
   if (!(settings.frequency < settings.rate / 2)) {
-    throw FileError(options.output,
+    throw FileError(options.output.name(),
                     fmt::format("cannot hold a frequency of {} Hz: it must be below half of the sample rate",
                                 numberText(settings.frequency, allDigits)));
   }
-  if (options.isCsv()) {
-    CsvOutput output(options.output, {"U1 [V]", "U2 [V]", "U3 [V]", "I1 [A]", "I2 [A]", "I3 [A]"});
-    writeMains(functions, settings, static_cast<uint64_t>(frames), output);
-  } else {
-    AudioOutput output(options.output, MainsSignal::channels, options.rate);
-    writeMains(functions, settings, static_cast<uint64_t>(frames), output);
-  }
+  const auto output = beginRecording(
+      options.output,
+      {{"U1 [V]", "U2 [V]", "U3 [V]", "I1 [A]", "I2 [A]", "I3 [A]"}, settings.rate, static_cast<uint64_t>(frames)});
+  writeMains(functions, settings, static_cast<uint64_t>(frames), *output);
+  placeOutputs();
   printTo(std::cout,
           "{0}: {1} frames at {2} Hz, channels 1 to 3 U1 to U3 in V, 4 to 6 I1 to I3 in A\n"
-          "to analyse it: kxhost power {0}{3} --frequency {4}\n",
-          options.output, numberText(frames, allDigits), options.rate,
-          options.isCsv() ? fmt::format(" --rate {}", options.rate) : "", numberText(settings.frequency, allDigits));
+          "to analyse it: kxhost power {5}{3} --frequency {4}\n",
+          options.output.name(), numberText(frames, allDigits), options.rate,
+          options.isCsv() ? fmt::format(" --rate {}", options.rate) : "", numberText(settings.frequency, allDigits),
+          options.output.file);
   return 0;
 }
 
@@ -76,10 +74,7 @@ void addGeneratePower(CLI::App& generate, Action& chosen) {
   MainsSettings& mains = options->mains;
   CLI::App& command =
       *generate.add_subcommand("power", "Three-phase voltages and currents with harmonics, unbalance, flicker, noise");
-  command.add_option("-o,--output", options->output, "The file to write: WAV of 32-bit floats, or CSV")
-      ->required()
-      ->type_name("OUT.wav|OUT.csv")
-      ->check(endingIn({".wav", ".csv"}));
+  addRecordingOutput(command, options->output, "The file to write").required();
   addNumber(command, "--seconds", options->seconds, 1e-3, 86400, "S", "Length in seconds");
   addNumber(command, "--rate", options->rate, 100, 10e6, "HZ", "Sample rate, a whole number of Hz");
   addNumber(command, "--frequency", mains.frequency, 1, 1e6, "HZ", "Frequency of the mains in Hz");

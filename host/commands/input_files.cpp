@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <cmath>
+
 namespace kxhost {
 
 double rateOf(const std::string& file, const Format& format, const std::string& option) {
@@ -16,6 +18,15 @@ size_t channelIndex(const std::string& file, const Format& format, int channel) 
     throw FileError(file, fmt::format("has no channel {}, they are numbered 1 to {}", channel, format.channels.size()));
   }
   return static_cast<size_t>(channel - 1);
+}
+
+void requireFinite(const std::string& file, const std::string& done, std::span<const float> values,
+                   uint64_t firstFrame) {
+  for (size_t i = 0; i < values.size(); ++i) {
+    if (!std::isfinite(values[i])) {
+      throw FileError(file, fmt::format("cannot be {}: sample {} is not a finite number", done, firstFrame + i));
+    }
+  }
 }
 
 }  // namespace kxhost

@@ -12,6 +12,7 @@
 #include "analysis/statistics/statistics.hpp"
 #include "host/commands/command.hpp"
 #include "host/commands/options.hpp"
+#include "host/commands/outputs.hpp"
 #include "host/pictures/frequency_picture.hpp"
 #include "host/pictures/picture_file.hpp"
 #include "host/reports/floors.hpp"
@@ -19,13 +20,13 @@
 #include "host/reports/progress.hpp"
 #include "host/reports/required.hpp"
 #include "host/reports/table.hpp"
-#include "recordings/audio_output.hpp"
+#include "recordings/frame_output.hpp"
 
 namespace kxhost {
 namespace {
 
 struct NoiseOptions {
-  std::string output;
+  RecordingOutput output;
   std::string picture;
   bool pink = false;
   bool white = false;
@@ -69,11 +70,11 @@ std::string leastSeconds(const NoiseOptions& options) {
 }
 
 /// Writes the noise and takes note of what is written.
-void generate(const Functions& functions, const NoiseOptions& options, double factor, AudioOutput& output,
+void generate(const Functions& functions, const NoiseOptions& options, double factor, FrameOutput& output,
               Statistics<float>& statistics, AveragedSpectrum& spectrum) {
   WhiteNoise source(options.seed);
   PinkFilter filter(functions);
-  Progress progress(options.output);
+  Progress progress(options.output.name());
   std::vector<float> block(blockFrames);
   std::vector<double> written(blockFrames);
   const uint64_t frames = framesOf(options);
@@ -212,27 +213,29 @@ int runNoise(const Functions& functions, const NoiseOptions& options) {
                                                  leastSeconds(options)));
   }
   const std::optional<OutputFile> picture = begunPicture(options.picture);
-  AudioOutput output(options.output, 1, options.rate);
+  const auto output = beginRecording(options.output, {{"noise"}, static_cast<double>(options.rate), framesOf(options)});
   const ImpulseResponse impulseResponse = options.pink ? pinkImpulseResponse(functions) : ImpulseResponse();
   const double factor = levelFactor(impulseResponse);
   Statistics<float> statistics(functions);
   AveragedSpectrum spectrum =
       required(AveragedSpectrum::create({.length = segmentLength(options), .overlap = segmentLength(options) / 2}));
-  generate(functions, options, factor, output, statistics, spectrum);
+  generate(functions, options, factor, *output, statistics, spectrum);
   const Spectra spectra = spectraOf(options, spectrum, impulseResponse);
-  if (picture) {
-    drawSpectra(options, *picture, factor, spectra);
-  }
-  output.finish();
+  const int code = finishOutputs([&] {
+    if (picture) {
+      drawSpectra(options, *picture, factor, spectra);
+    }
+    output->finish();
+  });
   const double peak = std::max(-statistics.minimum(), statistics.maximum());
-  printTo(std::cout, "{}: {} frames at {} Hz, {} of seed {}, RMS {} dB and peak {} dB re full scale\n", options.output,
-          output.frames(), options.rate, options.name(), options.seed,
-          decibelText(10 * std::log10(statistics.meanSquare())), decibelText(20 * std::log10(peak)));
+  printTo(std::cout, "{}: {} frames at {} Hz, {} of seed {}, RMS {} dB and peak {} dB re full scale\n",
+          code == 0 ? options.output.name() : "not written", output->frames(), options.rate, options.name(),
+          options.seed, decibelText(10 * std::log10(statistics.meanSquare())), decibelText(20 * std::log10(peak)));
   if (options.pink) {
     printGains(impulseResponse, options.rate, spectra.filterFit);
   }
   printDeviations(options, spectra);
-  return 0;
+  return code;
 }
 
 }  // namespace
@@ -250,13 +253,13 @@ void addNoiseCommand(CLI::App& program, Action& chosen) {
       ->check(between(0.001, 86400, "number of seconds"));
   command.add_option("--rate", options->rate, "Sample rate in Hz")
       ->type_name("HZ")
-      ->check(CLI::Range(8000, 384000))
+      ->check(wholeNumber(8000, 384000))
       ->capture_default_str();
   command.add_option("--seed", options->seed, "Another noise for every number")
       ->type_name("NUMBER")
-      ->check(CLI::NonNegativeNumber)
+      ->check(wholeNumber(0, UINT64_MAX))
       ->capture_default_str();
-  addAudioOutputOption(command, options->output, "The file to write, of 32-bit floats, with one channel").required();
+  addRecordingOutput(command, options->output, "The file to write, with one channel").required();
   addPictureOption(command, options->picture, "Draw the spectrum of the noise beside the ideal one");
   command.footer(
       "White noise is evenly distributed: the upper 53 bits of the Mersenne twister MT19937-64. Pink noise is the "

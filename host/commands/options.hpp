@@ -3,11 +3,13 @@
 
 #include <CLI/CLI.hpp>
 #include <charconv>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "analysis/display/axis.hpp"
 #include "host/reports/floors.hpp"
 #include "recordings/recording.hpp"
 
@@ -17,8 +19,20 @@ namespace kxhost {
 /// @param what  the option takes.
 CLI::Validator between(double least, double most, const std::string& what = "number");
 
+/// A check of options that take a number above 0.
+CLI::Validator aboveZero();
+
+/// A check of options that take a number, which NaN and infinity are not.
+CLI::Validator finite();
+
+/// A check of options that take a whole number from `least` to `most`.
+CLI::Validator wholeNumber(uint64_t least, uint64_t most);
+
 /// A check of options that take a file whose name ends in one of these.
 CLI::Validator endingIn(const std::vector<std::string>& endings);
+
+/// The same, of outputs that may also go to standard output, "-", or inputs that may come from standard input.
+CLI::Validator streamOrEndingIn(const std::vector<std::string>& endings);
 
 /// The numbers of an option that takes "A,B"; nothing if a text is anything else.
 template <class Number>
@@ -40,11 +54,15 @@ CLI::Option& addRecordingOption(CLI::App& command, std::string& file);
 /// @param rateOption  what the one for the files' sample rate is called.
 void addInputOptions(CLI::App& command, InputOptions& options, const std::string& rateOption = "--rate");
 
+/// Adds those of them about text files that do not take names.
+void addTextOptions(CLI::App& command, std::vector<size_t>& columnNumbers, std::optional<char>& decimalMark);
+
 /// Adds the number of the one channel that a command takes.
 void addChannelOption(CLI::App& command, int& channel);
 
-/// Adds the audio file that a command writes.
-CLI::Option& addAudioOutputOption(CLI::App& command, std::string& file, const std::string& help);
+/// Adds the scales of a picture's axes: linear or logarithmic, the values' also in decibels.
+/// @param xAxis  what the help calls the X axis.
+void addScaleOptions(CLI::App& command, AxisScale& xScale, AxisScale& yScale, const std::string& xAxis);
 
 /// Adds the picture that a command draws when asked to.
 void addPictureOption(CLI::App& command, std::string& picture, const std::string& help);

@@ -10,11 +10,14 @@
 #include "host/commands/command.hpp"
 #include "host/commands/input_files.hpp"
 #include "host/commands/options.hpp"
+#include "host/commands/outputs.hpp"
 #include "host/pictures/picture_file.hpp"
 #include "host/pictures/power_pictures.hpp"
 #include "host/reports/channel_list.hpp"
 #include "host/reports/floors.hpp"
 #include "host/reports/notes.hpp"
+#include "host/reports/power_aggregates.hpp"
+#include "host/reports/power_collector.hpp"
 #include "host/reports/power_report.hpp"
 #include "host/reports/print.hpp"
 #include "host/reports/progress.hpp"
@@ -34,7 +37,9 @@ struct PowerOptions {
   std::string correction;
   bool json = false;
   bool harmonics = false;
+  bool groups = false;
   bool windows = false;
+  std::vector<std::string> aggregate;
   bool withFlagged = false;
   std::string picture;
 };
@@ -48,9 +53,11 @@ std::optional<double> nominalFrequency(const PowerOptions& options, const Format
 
 /// A CSV file of three columns: frequency in Hz, gain, phase in degrees.
 CorrectionCurve readCorrection(const std::string& file) {
-  const auto table = openRecording(file, {});
+  InputOptions input;
+  input.timesAreValues = true;
+  const auto table = openRecording(file, input);
   constexpr size_t columns = 3;
-  if (table->format().container != "csv" || table->format().channels.size() != columns) {
+  if (table->format().samples != "decimal" || table->format().channels.size() != columns) {
     throw FileError(file, "is not a CSV file of three columns: frequency in Hz, gain, phase in degrees");
   }
   std::vector<CorrectionPoint> points;
@@ -71,20 +78,20 @@ PowerStreamSettings settingsFor(const PowerOptions& options, const Format& forma
   return settings;
 }
 
+PowerCollection collectionFor(const PowerOptions& options) {
+  const bool isTrend = !options.picture.empty() && options.aggregate.empty();
+  const bool isJson = options.json && options.aggregate.empty();
+  return {options.windows || isTrend || isJson, options.json};
+}
+
 template <class T>
 void analyzeWindows(const Functions& functions, const PowerOptions& options, const PowerChannels& channels,
                     Recording& recording, PowerStream& stream, PowerReport& report) {
   const size_t frameSize = recording.format().channels.size(), phases = channels.voltages.size();
   Progress progress(options.file);
-  FrequencyIntervals intervals(report.rate);
+  PowerCollector collector(report, collectionFor(options));
   std::vector<T> block(blockFrames * frameSize);
   std::vector<std::vector<double>> voltages(phases), currents(phases);
-  const auto take = [&](std::span<const PowerWindow> windows) {
-    report.windows.insert(report.windows.end(), windows.begin(), windows.end());
-    report.events.insert(report.events.end(), stream.events().begin(), stream.events().end());
-    const auto complete = intervals.feed(stream.stretches());
-    report.frequencies.insert(report.frequencies.end(), complete.begin(), complete.end());
-  };
   const auto fill = [&](const PhysicalChannel& channel, size_t frames, std::vector<double>& values) {
     values.resize(frames);
     channelValues(functions, block.data() + channel.index, frameSize, {channel.scale, 0}, std::span(values));
@@ -95,22 +102,17 @@ void analyzeWindows(const Functions& functions, const PowerOptions& options, con
       fill(channels.voltages[i], frames, voltages[i]);
       fill(channels.currents[i], frames, currents[i]);
     }
-    take(stream.feed(voltages, currents));
+    collector.take(stream, stream.feed(voltages, currents));
     total += frames;
     progress.update(recording.position());
   }
-  take(stream.finish());
+  collector.take(stream, stream.finish());
   report.leftOver = static_cast<size_t>(std::max(0L, std::lround(stream.leftOver())));
-  report.nominal = stream.nominal();
-  report.cycles = stream.cycles();
-  if (report.windows.empty()) {
+  if (report.tally.count() == 0) {
     throw FileError(options.file, fmt::format("is too short: a window has {} samples, the recording {}",
                                               std::lround(stream.cycles() * report.rate / stream.frequency()), total));
   }
-  if (report.frequencies.empty()) {
-    report.frequencies.push_back(intervals.rest());
-  }
-  report.mean = options.withFlagged ? meanOf(report.windows) : meanOfUnflagged(report.windows);
+  collector.finish();
 }
 
 void print(const PowerReport& report, const PowerOptions& options) {
@@ -123,8 +125,28 @@ void print(const PowerReport& report, const PowerOptions& options) {
   if (options.harmonics) {
     printHarmonics(std::cout, report);
   }
+  if (options.groups) {
+    printGroups(std::cout, report);
+  }
   if (options.windows) {
     printWindows(std::cout, report);
+  }
+  printAggregates(std::cout, report);
+  if (report.showsDays) {
+    printDays(std::cout, report);
+  }
+}
+
+/// What is to be taken together, each once and in the order of their lengths.
+void addIntervals(PowerReport& report, const std::vector<std::string>& names) {
+  const auto isNamed = [&](const char* name) { return std::ranges::find(names, name) != names.end(); };
+  report.showsDays = isNamed("day");
+  for (const auto kind :
+       {AggregationInterval::windows15, AggregationInterval::minutes10, AggregationInterval::hours2}) {
+    const bool isListed = isNamed(nameOf(kind));
+    if (isListed || (report.showsDays && kind == AggregationInterval::minutes10)) {
+      report.aggregates.push_back({kind, isListed});
+    }
   }
 }
 
@@ -137,6 +159,8 @@ PowerReport emptyReport(const PowerOptions& options, const Format& format, const
     report.voltageNames.push_back(format.channels[channels.voltages[i].index]);
     report.currentNames.push_back(format.channels[channels.currents[i].index]);
   }
+  report.countsFlagged = options.withFlagged;
+  addIntervals(report, options.aggregate);
   return report;
 }
 
@@ -179,11 +203,13 @@ int runPower(const Functions& functions, const PowerOptions& options) {
   }
   visitSampleType(format.type,
                   [&]<class T>() { analyzeWindows<T>(functions, options, channels, *recording, stream, report); });
-  if (!pictures.empty()) {
-    drawPhasors(*pictures[0], report);
-    drawHarmonics(*pictures[1], report);
-    drawTrends(*pictures[2], report);
-  }
+  const int code = finishOutputs([&] {
+    if (!pictures.empty()) {
+      drawPhasors(*pictures[0], report);
+      drawHarmonics(*pictures[1], report);
+      drawTrends(*pictures[2], report);
+    }
+  });
   std::vector<std::string> notes = recording->notes();
   if (channels.isProposed) {
     notes.push_back("of its channels those are taken that belong together: " + optionsFor(groupOf(channels)));
@@ -193,7 +219,7 @@ int runPower(const Functions& functions, const PowerOptions& options) {
   }
   printNotes(options.file, notes);
   print(report, options);
-  return 0;
+  return code;
 }
 
 void addChannelOptions(CLI::App& command, PowerChannelOptions& options) {
@@ -214,6 +240,7 @@ void addChannelOptions(CLI::App& command, PowerChannelOptions& options) {
                   "V and A per unit of the file: a factor for all voltages and one for all currents, or one for each\n"
                   "channel, the voltages' first")
       ->type_name("FACTORS")
+      ->check(finite())
       ->delimiter(',')
       ->allow_extra_args(false);
 }
@@ -254,10 +281,21 @@ constexpr const char* footer =
     "sequence in percent of the positive one. Figures of all windows together are root mean squares of rms values and\n"
     "unbalance, averages of powers, and angles of averaged phasors.\n"
     "\n"
+    "Distortion is told by the harmonics' own bins (THD), by harmonic groups (THDG) and by subgroups (THDS, IEC\n"
+    "61000-4-7). A group has all bins that are nearer to its order than to another, those halfway by half; a subgroup\n"
+    "has the order's bin and its neighbours; between orders, an interharmonic group has all bins, its subgroup those\n"
+    "that are in no harmonic's.\n"
+    "\n"
+    "Over longer times (IEC 61000-4-30) windows count without those that are flagged. Ten minutes and two hours are "
+    "those\n"
+    "of the clock where a recording tells when it began, else they begin with it, and so do days. A day tells the\n"
+    "extremes of its complete ten minutes, and what 5 % and 95 % of them keep to.\n"
+    "\n"
     "Examples:\n"
     "  kxhost power mains.wav --plot mains.png\n"
     "  kxhost power mains.csv --rate 50000 --harmonics --windows\n"
     "  kxhost power fault.cfg --voltage 1,2,3 --current 5,6,7 --json\n"
+    "  kxhost power week.cfg --aggregate 10min,2h,day\n"
     "  kxhost power take.wav --voltage 1 --current 2 --scale 400,50 --correction probe.csv";
 
 }  // namespace
@@ -297,7 +335,17 @@ void addPowerCommand(CLI::App& program, Action& chosen) {
                   "Multiply the voltages by the factors of this CSV file: frequency in Hz, gain, phase in degrees")
       ->type_name("FILE.csv");
   command.add_flag("--harmonics", options->harmonics, "Also print the harmonics, all windows together");
+  command.add_flag("--groups", options->groups,
+                   "Also print harmonic and interharmonic groups and subgroups, all windows together");
   command.add_flag("--windows", options->windows, "Also print a row for each window");
+  command
+      .add_option("--aggregate", options->aggregate,
+                  "Also print what windows give over 3s (150 or 180 cycles), 10min or 2h, or how the values of 10\n"
+                  "minutes are spread over each day; JSON then has the windows with --windows only")
+      ->type_name("3s,10min,2h,day")
+      ->delimiter(',')
+      ->allow_extra_args(false)
+      ->check(CLI::IsMember({"3s", "10min", "2h", "day"}));
   command.add_flag("--with-flagged", options->withFlagged, "Take flagged windows into the figures of all, too");
   command.add_flag("--json", options->json, "Print JSON, with all figures of each window");
   command

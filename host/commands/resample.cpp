@@ -1,21 +1,27 @@
 // kxhost resample: a recording at another sample rate.
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cmath>
 #include <iostream>
 #include <limits>
+#include <utility>
 
 #include "analysis/channel_values/channel_values.hpp"
 #include "analysis/number_text.hpp"
+#include "analysis/resampling/band_limited_resampler.hpp"
 #include "analysis/resampling/resampler.hpp"
 #include "host/commands/command.hpp"
+#include "host/commands/frame_writer.hpp"
 #include "host/commands/input_files.hpp"
 #include "host/commands/options.hpp"
+#include "host/commands/outputs.hpp"
 #include "host/reports/floors.hpp"
 #include "host/reports/notes.hpp"
 #include "host/reports/print.hpp"
 #include "host/reports/progress.hpp"
 #include "host/reports/required.hpp"
-#include "recordings/audio_output.hpp"
+#include "recordings/frame_output.hpp"
 #include "recordings/recording.hpp"
 
 namespace kxhost {
@@ -23,66 +29,67 @@ namespace {
 
 struct ResampleOptions {
   std::string file;
-  std::string output;
+  RecordingOutput output;
   InputOptions input;
   double rate = 0;
+  bool isPlain = false;
 };
 
-/// Where the outputs of all channels meet as frames. All channels are fed the same numbers of samples, so they deliver
-/// the same numbers of outputs.
-class FrameWriter {
-public:
-  FrameWriter(AudioOutput& output, size_t channels) : output_(output), channels_(channels) {}
-
-  void add(size_t channel, std::span<const float> values) {
-    frames_.resize(values.size() * channels_);
-    for (size_t i = 0; i < values.size(); ++i) {
-      frames_[i * channels_ + channel] = values[i];
-    }
-    if (channel + 1 == channels_) {
-      output_.write(frames_);
-    }
+/// What limits the recordings that a resampler takes: the spline counts their samples in 32 bits, the filters spread what is
+/// not finite, once taken for a single, over many outputs.
+void requireUsable(const ResampleOptions& options, std::span<const float> values, uint64_t firstFrame) {
+  if (!options.isPlain) {
+    requireFinite(options.file, "resampled (unless --plain is given)", values, firstFrame);
+  } else if (firstFrame + values.size() > Resampler::mostSamples) {
+    throw FileError(options.file, fmt::format("is too long: --plain ends at {} frames", Resampler::mostSamples));
   }
+}
 
-private:
-  AudioOutput& output_;
-  size_t channels_;
-  std::vector<float> frames_;
-};
-
-/// Streams a recording into the output; returns its number of frames.
-template <class T>
-uint64_t resample(const Functions& functions, const std::string& file, Recording& recording, int rate,
-                  AudioOutput& output) {
+/// Streams a recording into the output, every channel through a resampler of its own; returns its number of frames.
+template <class AnyResampler, class T>
+uint64_t resample(const ResampleOptions& options, Recording& recording, const Functions& functions,
+                  std::vector<AnyResampler> resamplers, FrameOutput& output) {
   const Format& format = recording.format();
   const size_t channels = format.channels.size();
   const Scaling scaling{1 / format.fullScale, 0};
-  const size_t length = Resampler::blockLength(*format.rate, rate);
-  std::vector<Resampler> resamplers;
-  for (size_t i = 0; i < channels; ++i) {
-    resamplers.push_back(required(Resampler::create(functions, *format.rate, rate)));
-  }
+  const size_t length = Resampler::blockLength(*format.rate, options.rate);
   FrameWriter writer(output, channels);
-  Progress progress(file);
+  Progress progress(options.file);
   std::vector<T> block(length * channels);
   std::vector<float> values(length);
   uint64_t total = 0;
   while (const size_t frames = recording.read(std::span(block))) {
-    total += frames;
-    if (total > Resampler::mostSamples) {
-      throw FileError(file, fmt::format("is too long: resampling ends at {} frames", Resampler::mostSamples));
-    }
     const auto channel = std::span(values).first(frames);
     for (size_t i = 0; i < channels; ++i) {
       channelValues(functions, block.data() + i, channels, scaling, channel);
-      writer.add(i, required(resamplers[i].feed(channel), file));
+      requireUsable(options, channel, total);
+      writer.add(i, required(resamplers[i].feed(channel), options.file));
     }
+    total += frames;
     progress.update(recording.position());
   }
   for (size_t i = 0; i < channels; ++i) {
-    writer.add(i, required(resamplers[i].finish(), file));
+    writer.add(i, required(resamplers[i].finish(), options.file));
   }
   return total;
+}
+
+/// The same with the resamplers that the options ask for.
+template <class T>
+uint64_t resample(const ResampleOptions& options, Recording& recording, const Functions& functions,
+                  FrameOutput& output) {
+  const double oldRate = *recording.format().rate;
+  const size_t channels = recording.format().channels.size();
+  if (options.isPlain) {
+    std::vector<Resampler> resamplers;
+    for (size_t i = 0; i < channels; ++i) {
+      resamplers.push_back(required(Resampler::create(functions, oldRate, options.rate)));
+    }
+    return resample<Resampler, T>(options, recording, functions, std::move(resamplers), output);
+  }
+  return resample<BandLimitedResampler, T>(
+      options, recording, functions,
+      std::vector(channels, required(BandLimitedResampler::create(oldRate, options.rate), options.file)), output);
 }
 
 int runResample(const Functions& functions, const ResampleOptions& options) {
@@ -96,13 +103,18 @@ int runResample(const Functions& functions, const ResampleOptions& options) {
                                 numberText(options.rate, allDigits), mostHertz));
   }
   const int rate = static_cast<int>(options.rate);
-  AudioOutput output(options.output, format.channels.size(), rate);
-  const uint64_t frames = visitSampleType(
-      format.type, [&]<class T>() { return resample<T>(functions, options.file, *recording, rate, output); });
-  output.finish();
+  std::optional<uint64_t> expected;
+  if (const auto known = recording->frames()) {
+    expected = static_cast<uint64_t>(static_cast<double>(*known) / oldRate * rate);
+  }
+  const auto output = beginRecording(options.output, {format.channels, options.rate, expected});
+  const uint64_t frames =
+      visitSampleType(format.type, [&]<class T>() { return resample<T>(options, *recording, functions, *output); });
+  output->finish();
+  placeOutputs();
   printNotes(options.file, recording->notes());
-  printTo(std::cout, "{}: {} frames at {} Hz, from {} at {} Hz\n", options.output, output.frames(), rate, frames,
-          numberText(oldRate, allDigits));
+  printTo(std::cout, "{}: {} frames at {} Hz, from {} at {} Hz\n", options.output.name(), output->frames(), rate,
+          frames, numberText(oldRate, allDigits));
   return 0;
 }
 
@@ -113,17 +125,25 @@ void addResampleCommand(CLI::App& program, Action& chosen) {
   CLI::App& command = *program.add_subcommand("resample", "Write a recording at another sample rate");
   addRecordingOption(command, options->file).required();
   addInputOptions(command, options->input, "--input-rate");
-  command.add_option("--rate", options->rate, "The new sample rate, a whole number of Hz")->required()->type_name("HZ");
-  addAudioOutputOption(command, options->output, "The file to write, of 32-bit floats").required();
+  command.add_option("--rate", options->rate, "The new sample rate, a whole number of Hz")
+      ->required()
+      ->type_name("HZ")
+      ->check(wholeNumber(1, INT32_MAX));
+  addRecordingOutput(command, options->output, "The file to write").required();
+  command.add_flag("--plain", options->isPlain, "Take the bare spline, without the filters that keep to the band");
   command.footer(
-      "Every channel goes through a cubic spline that meets all its samples; output 0 is sample 0. Integer files\n"
-      "are written with a full scale of 1, others as they are. There is no low-pass filter: what a recording holds\n"
-      "above half of the new rate comes back below it.\n"
+      "Frequencies up to 0.45 of the lower one of both rates stay as they are, within 0.1 dB; what lies above its half "
+      "is\n"
+      "100 dB down or more: the aliases of what a lower rate cannot hold, and the images that a higher one would add.\n"
+      "With --plain every channel goes through a cubic spline that meets all its samples, and has both. Output 0 is\n"
+      "sample 0. Integer files are written with a full scale of 1, others as they are.\n"
       "\n"
       "Examples:\n"
       "  kxhost resample take1.wav --rate 48000 -o take1-48k.wav\n"
-      "  kxhost resample --input-rate 50000 --column Va --column Ia mains.csv --rate 8000 -o mains.wav");
+      "  kxhost resample --input-rate 50000 --column Va --column Ia mains.csv --rate 8000 -o mains.wav\n"
+      "  kxhost resample slow.csv --input-rate 10 --rate 1000 --plain -o smooth.wav");
   command.callback([options, &chosen] {
+    options->input.requiresFinite = !options->isPlain;
     chosen = [options](const Functions& functions) { return runResample(functions, *options); };
   });
 }

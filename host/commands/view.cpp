@@ -1,20 +1,21 @@
-// kxhost view: a picture of one channel's curve, with a cursor on it.
+// kxhost view: a picture of channels' curves, with cursors on them.
 #include <algorithm>
 #include <cmath>
 #include <iostream>
+#include <iterator>
 #include <limits>
 
-#include "analysis/channel_values/channel_values.hpp"
 #include "analysis/display/curve.hpp"
+#include "analysis/power/cycle_rms.hpp"
 #include "host/commands/command.hpp"
 #include "host/commands/input_files.hpp"
 #include "host/commands/options.hpp"
+#include "host/commands/selection.hpp"
 #include "host/pictures/curve_picture.hpp"
 #include "host/pictures/finite_range.hpp"
 #include "host/reports/floors.hpp"
 #include "host/reports/notes.hpp"
 #include "host/reports/print.hpp"
-#include "host/reports/progress.hpp"
 #include "host/reports/required.hpp"
 #include "recordings/output_file.hpp"
 #include "recordings/recording.hpp"
@@ -26,24 +27,26 @@ struct ViewOptions {
   std::string file;
   std::string picture;
   InputOptions input;
-  int channel = 1;
-  std::optional<double> from, to;
-  std::optional<double> scale, offset;
-  std::string unit;
+  std::vector<int> channels;
+  bool isStacked = false;
+  bool hasCycleRms = false;
+  TimeRange range;
+  ValueOptions values;
   AxisScale xScale = AxisScale::linear;
   AxisScale yScale = AxisScale::linear;
-  std::optional<Pixel> cursor;
+  std::vector<Pixel> cursors;
   int width = 1200;
   int height = 480;
+
+  /// Logarithms have no place for the sign.
+  bool showsMagnitudes() const { return yScale != AxisScale::linear; }
 };
 
-/// Frames begin to end - 1 of one channel.
+/// What is drawn of a recording.
 struct Selection {
-  size_t channel;  // from 0
-  uint64_t begin;
-  uint64_t end;
+  FrameRange range;
+  std::vector<size_t> channels;  // from 0
   Scaling scaling;
-  bool ofMagnitudes;  // logarithms have no place for the sign
 };
 
 /// One sample and its pixel.
@@ -53,81 +56,34 @@ struct Point {
   Pixel pixel;
 };
 
-/// Goes through a recording several times: its length must be known before columns can be laid out, and their extremes
-/// before the curve can be drawn. So only blocks of it are ever in memory.
-template <class T>
-class ChannelReader {
-public:
-  /// @param passes  how often the recording will be gone through.
-  ChannelReader(const Functions& functions, Recording& recording, const std::string& file, int passes)
-      : functions_(functions),
-        recording_(recording),
-        file_(file),
-        progress_(file),
-        passes_(passes),
-        block_(blockFrames * recording.format().channels.size()),
-        values_(blockFrames) {}
-
-  uint64_t countFrames() {
-    uint64_t total = 0;
-    while (const size_t frames = recording_.read(std::span(block_))) {
-      total += frames;
-      report();
-    }
-    ++pass_;
-    return total;
-  }
-
-  /// Calls use(values) for the values of the selection, a part after the other.
-  template <class Use>
-  void read(const Selection& selection, Use use) {
-    const size_t channels = recording_.format().channels.size();
-    recording_.rewind();
-    for (uint64_t position = 0; position < selection.end;) {
-      const size_t frames = recording_.read(std::span(block_));
-      if (frames == 0) {
-        throw FileError(file_, "changed while it was read");
-      }
-      const uint64_t end = std::min(position + frames, selection.end);
-      if (const uint64_t begin = std::max(position, selection.begin); begin < end) {
-        const auto part = std::span(values_).first(end - begin);
-        channelValues(functions_, block_.data() + (begin - position) * channels + selection.channel, channels,
-                      selection.scaling, part);
-        use(std::span<const double>(part));
-      }
-      position += frames;
-      report();
-    }
-    ++pass_;
-  }
-
-private:
-  void report() { progress_.update((pass_ + recording_.position()) / passes_); }
-
-  const Functions& functions_;
-  Recording& recording_;
-  const std::string& file_;
-  Progress progress_;
-  int passes_;
-  int pass_ = 0;
-  std::vector<T> block_;
-  std::vector<double> values_;
+/// What a cursor has found.
+struct CursorPoint {
+  Point point;
+  size_t curve;  // index in the selection
 };
 
-double drawnValue(const Selection& selection, double value) {
-  return selection.ofMagnitudes ? std::abs(value) : value;
+/// A channel's curve, the cycles of the mains in it, and what its pixels come from.
+struct ChannelCurve {
+  Curve curve;
+  std::vector<MainsCycle> cycles;
+};
+
+double drawnValue(const ViewOptions& options, double value) {
+  return options.showsMagnitudes() ? std::abs(value) : value;
 }
 
-/// The Y axis that a curve needs. Infinite values do not count.
-Axis yAxisFor(const Curve& curve, AxisScale scale) {
+/// The Y axis that some curves need. Infinite values do not count.
+Axis yAxisFor(std::span<const ChannelCurve> curves, AxisScale scale) {
   FiniteRange all, positive;
-  for (const CurveColumn& column : curve.columns()) {
-    for (const double value : {column.minimum, column.maximum}) {
-      if (!column.isEmpty) {
-        all.add(value);
-      }
-      if (!column.isEmpty && value > 0) {
-        positive.add(value);
+  for (const ChannelCurve& channel : curves) {
+    for (const CurveColumn& column : channel.curve.columns()) {
+      for (const double value : {column.minimum, column.maximum}) {
+        if (!column.isEmpty) {
+          all.add(value);
+        }
+        if (!column.isEmpty && value > 0) {
+          positive.add(value);
+        }
       }
     }
   }
@@ -137,33 +93,16 @@ Axis yAxisFor(const Curve& curve, AxisScale scale) {
   return axisAround(scale, all.low, all.high, positive.low);
 }
 
-/// The frame nearest to a time on the axis, if there is one or if it is the end.
-uint64_t frameAt(const std::string& file, const char* option, double time, double rate, uint64_t frames) {
-  const double frame = std::round(time * rate);
-  if (!(frame >= 0 && frame <= static_cast<double>(frames))) {
-    throw FileError(file, fmt::format("{} {:.10g} lies outside of the recording, which goes from 0 to {:.10g}", option,
-                                      time, static_cast<double>(frames) / rate));
-  }
-  return static_cast<uint64_t>(frame);
-}
-
 /// What the options select of a recording of that many frames.
-Selection selectionOf(const ViewOptions& options, const Format& format, size_t channel, uint64_t frames) {
-  const double rate = format.rate.value_or(1);
-  const uint64_t begin = options.from ? frameAt(options.file, "--from", *options.from, rate, frames) : 0;
-  const uint64_t end = options.to ? frameAt(options.file, "--to", *options.to, rate, frames) : frames;
-  const bool isScaled = options.scale || options.offset;
-  Selection selection{channel,
-                      begin,
-                      end,
-                      {options.scale.value_or(isScaled ? 1 : 1 / format.fullScale), options.offset.value_or(0)},
-                      options.yScale != AxisScale::linear};
+Selection selectionOf(const ViewOptions& options, const Format& format, std::vector<size_t> channels, uint64_t frames) {
+  const FrameRange range = framesIn(options.range, options.file, format, frames);
+  Selection selection{range, std::move(channels), scalingOf(options.values, format)};
   if (options.xScale == AxisScale::logarithmic) {
-    selection.begin = std::max<uint64_t>(begin, 1);  // time 0 is infinitely far to the left
+    selection.range.begin = std::max<uint64_t>(range.begin, 1);  // time 0 is infinitely far to the left
   }
-  if (selection.begin >= selection.end) {
+  if (selection.range.begin >= selection.range.end) {
     throw FileError(options.file, frames == 0 ? "holds no samples to draw"
-                                  : begin < selection.begin
+                                  : range.begin < selection.range.begin
                                       ? "nothing is selected: a logarithmic time axis begins after time 0"
                                       : "nothing is selected: no sample lies between --from and --to");
   }
@@ -171,9 +110,8 @@ Selection selectionOf(const ViewOptions& options, const Format& format, size_t c
 }
 
 /// Ends at the selection's first frame, and at the end of its last one.
-Axis xAxisFor(const ViewOptions& options, const Selection& selection, double rate) {
-  const Axis axis{options.xScale, static_cast<double>(selection.begin) / rate,
-                  static_cast<double>(selection.end) / rate};
+Axis xAxisFor(const ViewOptions& options, const FrameRange& range, double rate) {
+  const Axis axis{options.xScale, static_cast<double>(range.begin) / rate, static_cast<double>(range.end) / rate};
   if (axis.scale == AxisScale::logarithmic && std::log10(axis.maximum / axis.minimum) < leastDecades) {
     throw FileError(options.file,
                     "the selection is too short for a logarithmic time axis: its end must be at least 1.26 "
@@ -182,56 +120,60 @@ Axis xAxisFor(const ViewOptions& options, const Selection& selection, double rat
   return axis;
 }
 
-/// The sample that a pixel of the curve stands for: the one that lies nearest to it, of those in its column and the
-/// two beside them, whose lines lead there.
-template <class T>
-Point sampleAt(ChannelReader<T>& reader, Selection selection, const std::vector<uint64_t>& borders,
-               const CurvePicture& picture, Pixel found) {
-  const size_t column = picture.columnOf(found);
-  selection.begin = std::max(borders[column], selection.begin + 1) - 1;
-  selection.end = std::min(borders[column + 1] + 1, selection.end);
-  Point nearest{};
-  double least = std::numeric_limits<double>::infinity();
-  uint64_t frame = selection.begin;
-  reader.read(selection, [&](std::span<const double> values) {
-    for (const double value : values) {
-      const Pixel pixel = picture.placeFrame(frame, drawnValue(selection, value));
-      const double distance = std::hypot(pixel.x - found.x, pixel.y - found.y);
-      if (!std::isnan(value) && distance < least) {
-        least = distance;
-        nearest = {frame, value, pixel};
-      }
-      ++frame;
-    }
-  });
-  return nearest;
+/// The unit of a channel, as the picture calls it: the file's own is that of unscaled samples.
+std::string unitOf(const ViewOptions& options, const Format& format, size_t channel) {
+  const std::string unit = unitOf(options.values, format, channel);
+  return unit.empty() && isFullScaleOne(options.values, format) ? "full scale = 1" : unit;
 }
 
-std::string withUnit(const std::string& text, const std::string& unit) {
-  return unit.empty() ? text : fmt::format("{} ({})", text, unit);
+/// The unit that all of these channels have, if they do.
+std::string commonUnit(const ViewOptions& options, const Format& format, std::span<const size_t> channels) {
+  const std::string first = unitOf(options, format, channels.front());
+  const bool isCommon =
+      std::ranges::all_of(channels, [&](size_t channel) { return unitOf(options, format, channel) == first; });
+  return isCommon ? first : "";
 }
 
-std::string yAxisTitle(AxisScale scale, const std::string& unit) {
+AxisTitle yAxisTitle(AxisScale scale, const std::string& unit) {
   switch (scale) {
     case AxisScale::linear:
-      return withUnit("value", unit);
+      return {"value", unit};
     case AxisScale::logarithmic:
-      return withUnit("magnitude", unit);
+      return {"magnitude", unit};
     case AxisScale::decibel:
-      return "magnitude in " + withUnit("dB re 1", unit);
+      break;
   }
-  return "";
+  return {"magnitude in dB re 1", unit};
 }
 
-/// A place on the time axis: a time, or a frame's number where no rate is known.
-std::string timeText(const Format& format, uint64_t frame) {
-  return format.rate ? fmt::format("{:.10g} s", static_cast<double>(frame) / *format.rate) : std::to_string(frame);
+/// Channels that have no names go by their numbers.
+std::string nameOf(const Format& format, size_t channel) {
+  return "channel " + format.channels[channel];
 }
 
-std::string valueText(const ViewOptions& options, double value) {
+CurveTitles titlesOf(const ViewOptions& options, const Format& format, const Selection& selection) {
+  const bool isOne = selection.channels.size() == 1;
+  CurveTitles titles{titleOf(options.file, format) + (isOne ? ", " + nameOf(format, selection.channels[0]) : ""),
+                     format.rate ? AxisTitle{"time", "s"} : AxisTitle{timeAxisTitle(format), ""},
+                     {},
+                     {}};
+  if (!options.isStacked) {
+    titles.yAxes = {yAxisTitle(options.yScale, commonUnit(options, format, selection.channels))};
+  }
+  for (const size_t channel : selection.channels) {
+    if (options.isStacked) {
+      titles.yAxes.push_back({nameOf(format, channel), unitOf(options, format, channel)});
+    } else if (!isOne) {
+      titles.keys.push_back(nameOf(format, channel));
+    }
+  }
+  return titles;
+}
+
+std::string valueText(const ViewOptions& options, double value, const std::string& unit) {
   std::string text = fmt::format("{:.9g}", value);
-  if (!options.unit.empty()) {
-    text += " " + options.unit;
+  if (!unit.empty()) {
+    text += " " + unit;
   }
   if (options.yScale == AxisScale::decibel) {
     text += fmt::format(" ({:.5g} dB)", 20 * std::log10(std::abs(value)));
@@ -239,62 +181,207 @@ std::string valueText(const ViewOptions& options, double value) {
   return text;
 }
 
-/// What the picture calls the values' unit: the file's own is that of unscaled samples.
-std::string unitOf(const ViewOptions& options, const Format& format) {
-  const bool isFullScaleOne = !options.scale && !options.offset && !format.unit.empty();
-  return options.unit.empty() && isFullScaleOne ? "full scale = 1" : options.unit;
-}
-
-/// Draws a picture; returns what is to be said about it.
+/// A picture while it comes into being.
 template <class T>
-std::string view(const Functions& functions, const ViewOptions& options, Recording& recording, size_t channel,
-                 const OutputFile& file) {
-  const Format& format = recording.format();
-  const double rate = format.rate.value_or(1);
-  ChannelReader<T> reader(functions, recording, options.file, options.cursor ? 3 : 2);
+class View {
+public:
+  View(const Functions& functions, const ViewOptions& options, Recording& recording, std::vector<size_t> channels)
+      : functions_(functions),
+        options_(options),
+        format_(recording.format()),
+        reader_(recording, options.file, 2 + static_cast<int>(options.cursors.size())),
+        selection_(selectionOf(options, format_, std::move(channels), reader_.count())),
+        picture_(functions, options.width, options.height, format_.rate.value_or(1),
+                 xAxisFor(options, selection_.range, format_.rate.value_or(1)), titlesOf(options, format_, selection_)),
+        borders_(picture_.columnBorders(selection_.range.begin, selection_.range.end)) {}
 
-  const Selection selection = selectionOf(options, format, channel, reader.countFrames());
-  CurvePicture picture(functions, options.width, options.height, rate, xAxisFor(options, selection, rate));
-  const std::vector<uint64_t> borders = picture.columnBorders(selection.begin, selection.end);
-  Curve curve = required(Curve::create(functions, borders));
-  std::vector<double> drawn;
-  reader.read(selection, [&](std::span<const double> values) {
-    drawn.resize(values.size());
-    std::transform(values.begin(), values.end(), drawn.begin(),
-                   [&](double value) { return drawnValue(selection, value); });
-    curve.feed(drawn);
-  });
-  picture.setYAxis(yAxisFor(curve, options.yScale));
-  picture.drawCurve(curve, borders);
+  /// Draws it; returns what is to be said about it.
+  std::string draw(const OutputFile& file) {
+    gather();
+    drawCurves();
+    std::string said = fmt::format("{}: {} samples from {} to {}\n", options_.picture, selection_.range.count(),
+                                   timeText(format_, selection_.range.begin), timeText(format_, selection_.range.end));
+    std::vector<Reading> readings;
+    std::vector<CursorPoint> points;
+    for (const Pixel cursor : options_.cursors) {
+      said += fmt::format("cursor at {},{}: ", cursor.x, cursor.y);
+      if (const std::optional<FoundPixel> found = picture_.nearestOnCurve(cursor)) {
+        points.push_back({sampleAt(*found), found->curve});
+        said += readingText(*found, points.back()) + '\n';
+        readings.push_back({points.back().point.pixel, paneOf(found->curve), labelOf(points.back())});
+      } else {
+        said += "no curve\n";
+      }
+    }
+    const std::string between = points.size() == 2 ? betweenText(points[0], points[1]) : "";
+    said += between.empty() ? "" : fmt::format("between the cursors: {}\n", between);
+    for (size_t i = 0; i < curves_.size() && options_.hasCycleRms; ++i) {
+      said += cyclesText(i);
+      drawCycles(i);
+    }
+    picture_.finish(readings, between, file);
+    return said;
+  }
 
-  std::string said = fmt::format("{}: {} samples from {} to {}\n", options.picture, selection.end - selection.begin,
-                                 timeText(format, selection.begin), timeText(format, selection.end));
-  std::optional<Reading> reading;
-  if (options.cursor) {
-    said += fmt::format("cursor at {},{}: ", options.cursor->x, options.cursor->y);
-    if (const std::optional<Pixel> found = picture.nearestOnCurve(*options.cursor)) {
-      const Point point = sampleAt(reader, selection, borders, picture, *found);
-      const std::string time = timeText(format, point.frame), value = valueText(options, point.value);
-      said += fmt::format("curve at {},{}, sample {}{}, value {}\n", found->x, found->y, point.frame,
-                          format.rate ? " at " + time : "", value);
-      reading = {point.pixel, fmt::format("{}{}, {}", format.rate ? "" : "sample ", time, value)};
-    } else {
-      said += "no curve\n";
+private:
+  size_t paneOf(size_t curve) const { return options_.isStacked ? curve : 0; }
+
+  std::string unitOfCurve(size_t curve) const { return unitOf(options_.values, format_, selection_.channels[curve]); }
+
+  /// Reads the curves, and the cycles of the mains.
+  void gather() {
+    std::vector<CycleRms> rms;
+    for (size_t i = 0; i < selection_.channels.size(); ++i) {
+      curves_.push_back({required(Curve::create(functions_, borders_)), {}});
+      if (options_.hasCycleRms) {
+        rms.push_back(required(CycleRms::create(rateOf(options_.file, format_)), options_.file));
+      }
+    }
+    const auto add = [&](size_t i, std::span<const MainsCycle> cycles) {
+      curves_[i].cycles.insert(curves_[i].cycles.end(), cycles.begin(), cycles.end());
+    };
+    std::vector<double> drawn;
+    read(selection_.range, selection_.channels, [&](size_t i, std::span<const double> values) {
+      drawn.resize(values.size());
+      std::ranges::transform(values, drawn.begin(), [&](double value) { return drawnValue(options_, value); });
+      curves_[i].curve.feed(drawn);
+      if (options_.hasCycleRms) {
+        add(i, rms[i].feed(values));
+      }
+    });
+    for (size_t i = 0; i < rms.size(); ++i) {
+      add(i, rms[i].finish());
     }
   }
-  picture.finish({fmt::format("{}, channel {}", titleOf(options.file, format), format.channels[channel]),
-                  timeAxisTitle(format), yAxisTitle(options.yScale, unitOf(options, format))},
-                 reading, file);
-  return said;
+
+  template <class Use>
+  void read(const FrameRange& range, std::span<const size_t> channels, Use use) {
+    reader_.readValues(functions_, range, channels, selection_.scaling, use);
+  }
+
+  void drawCurves() {
+    const auto all = std::span<const ChannelCurve>(curves_);
+    for (size_t i = 0; i < curves_.size(); ++i) {
+      picture_.setYAxis(paneOf(i), yAxisFor(options_.isStacked ? all.subspan(i, 1) : all, options_.yScale));
+    }
+    picture_.drawGrids();
+    for (size_t i = 0; i < curves_.size(); ++i) {
+      picture_.drawCurve(paneOf(i), i, curves_[i].curve, borders_);
+    }
+  }
+
+  /// The sample that a pixel of a curve stands for: the one that lies nearest to it, of those in its column and the
+  /// two beside them, whose lines lead there.
+  Point sampleAt(const FoundPixel& found) {
+    const size_t column = picture_.columnOf(found.pixel);
+    const FrameRange range{std::max(borders_[column], selection_.range.begin + 1) - 1,
+                           std::min(borders_[column + 1] + 1, selection_.range.end)};
+    Point nearest{};
+    double least = std::numeric_limits<double>::infinity();
+    uint64_t frame = range.begin;
+    read(range, std::span(selection_.channels).subspan(found.curve, 1), [&](size_t, std::span<const double> values) {
+      for (const double value : values) {
+        const Pixel pixel =
+            picture_.placeFrame(paneOf(found.curve), static_cast<double>(frame), drawnValue(options_, value));
+        const double distance = std::hypot(pixel.x - found.pixel.x, pixel.y - found.pixel.y);
+        if (!std::isnan(value) && distance < least) {
+          least = distance;
+          nearest = {frame, value, pixel};
+        }
+        ++frame;
+      }
+    });
+    return nearest;
+  }
+
+  /// What is said of a cursor: the pixel, the sample, and the channel where there are several.
+  std::string readingText(const FoundPixel& found, const CursorPoint& cursor) const {
+    const uint64_t frame = cursor.point.frame;
+    return fmt::format("curve at {},{}, sample {}{}, value {}{}", found.pixel.x, found.pixel.y, frame,
+                       format_.rate ? " at " + timeText(format_, frame) : "",
+                       valueText(options_, cursor.point.value, unitOfCurve(cursor.curve)),
+                       curves_.size() > 1 ? ", " + nameOf(format_, selection_.channels[cursor.curve]) : "");
+  }
+
+  std::string labelOf(const CursorPoint& cursor) const {
+    return fmt::format("{}{}, {}", format_.rate ? "" : "sample ", timeText(format_, cursor.point.frame),
+                       valueText(options_, cursor.point.value, unitOfCurve(cursor.curve)));
+  }
+
+  /// From the first cursor to the second one. Values of different units have no difference.
+  std::string betweenText(const CursorPoint& first, const CursorPoint& second) const {
+    const double frames = static_cast<double>(second.point.frame) - static_cast<double>(first.point.frame);
+    std::string text =
+        fmt::format("\u0394t {:.10g}{}", frames / format_.rate.value_or(1), format_.rate ? " s" : " samples");
+    if (format_.rate && frames != 0) {
+      text += fmt::format(", 1/\u0394t {:.7g} Hz", *format_.rate / std::abs(frames));
+    }
+    const std::string unit = unitOfCurve(first.curve);
+    if (unit != unitOfCurve(second.curve)) {
+      return text;
+    }
+    text +=
+        fmt::format(", \u0394 value {:.9g}", second.point.value - first.point.value) + (unit.empty() ? "" : " " + unit);
+    if (options_.yScale == AxisScale::decibel) {
+      text += fmt::format(" ({:.5g} dB)", 20 * std::log10(std::abs(second.point.value / first.point.value)));
+    }
+    return text;
+  }
+
+  /// The rms of the cycles of the mains in a channel.
+  std::string cyclesText(size_t curve) const {
+    const std::vector<MainsCycle>& cycles = curves_[curve].cycles;
+    const std::string name = nameOf(format_, selection_.channels[curve]);
+    if (cycles.empty()) {
+      return fmt::format("{}: no mains is to be seen\n", name);
+    }
+    const auto [least, most] = std::ranges::minmax_element(cycles, {}, &MainsCycle::rms);
+    const double length = cycles.back().end - cycles.front().begin;
+    const std::string unit = unitOfCurve(curve).empty() ? "" : " " + unitOfCurve(curve);
+    return fmt::format("{}: {} cycles of {:.6g} Hz on the average, rms per cycle from {:.7g}{} to {:.7g}{}\n", name,
+                       cycles.size(), static_cast<double>(cycles.size()) * *format_.rate / length, least->rms, unit,
+                       most->rms, unit);
+  }
+
+  /// In the middle of each cycle.
+  void drawCycles(size_t curve) {
+    std::vector<TracePoint> points;
+    for (const MainsCycle& cycle : curves_[curve].cycles) {
+      points.push_back({static_cast<double>(selection_.range.begin) + (cycle.begin + cycle.end) / 2, cycle.rms});
+    }
+    picture_.drawTrace(paneOf(curve), curve, points);
+  }
+
+  const Functions& functions_;
+  const ViewOptions& options_;
+  const Format& format_;
+  FrameReader<T> reader_;
+  Selection selection_;
+  CurvePicture picture_;
+  std::vector<uint64_t> borders_;  // of the columns
+  std::vector<ChannelCurve> curves_;
+};
+
+/// The channels that are drawn. Throws FileError if there are more than a picture has room for.
+std::vector<size_t> channelsOf(const ViewOptions& options, const Format& format) {
+  std::vector<size_t> channels = channelIndices(options.file, format, options.channels);
+  const size_t room = options.isStacked ? std::min(mostCurves, CurvePicture::panesWithin(options.height)) : mostCurves;
+  if (channels.size() > room) {
+    throw FileError(options.file, fmt::format("a picture of {} pixels has room for {} channels, not for {}",
+                                              options.height, room, channels.size()));
+  }
+  return channels;
 }
 
 int runView(const Functions& functions, const ViewOptions& options) {
   const auto recording = openRecording(options.file, options.input);
   const Format& format = recording->format();
-  const size_t channel = channelIndex(options.file, format, options.channel);
+  const std::vector<size_t> channels = channelsOf(options, format);
   const OutputFile file(options.picture);
-  std::cout << visitSampleType(format.type,
-                               [&]<class T>() { return view<T>(functions, options, *recording, channel, file); });
+  const std::string said = visitSampleType(
+      format.type, [&]<class T>() { return View<T>(functions, options, *recording, channels).draw(file); });
+  placeOutputs();
+  std::cout << said;
   printNotes(options.file, recording->notes());
   return 0;
 }
@@ -311,33 +398,29 @@ Pixel cursorIn(const std::string& text) {
 
 void addViewCommand(CLI::App& program, Action& chosen) {
   const auto options = std::make_shared<ViewOptions>();
-  CLI::App& command = *program.add_subcommand("view", "Picture of a channel's curve, with a cursor on it");
+  CLI::App& command = *program.add_subcommand("view", "Picture of channels' curves, with cursors on them");
   addRecordingOption(command, options->file).required();
   addInputOptions(command, options->input);
-  command.add_option("-o,--output", options->picture, "The picture to draw")
+  command.add_option("-o,--output", options->picture, "The picture to draw; - is standard output")
       ->required()
       ->type_name("PICTURE.png")
-      ->check(endingIn({".png"}));
-  addChannelOption(command, options->channel);
-  command.add_option("--from", options->from, "Begin at this time, in seconds (in samples where no rate is known)")
-      ->type_name("TIME");
-  command.add_option("--to", options->to, "End before this time")->type_name("TIME");
-  command.add_option("--scale", options->scale, "Value of one step of the file")->type_name("NUMBER");
-  command.add_option("--offset", options->offset, "Value of step 0")->type_name("NUMBER");
-  command.add_option("--unit", options->unit, "Unit of the values, for the picture")->type_name("TEXT");
-  using ScaleNames = std::vector<std::pair<std::string, AxisScale>>;
-  command.add_option("--x-axis", options->xScale, "Time axis: lin or log")
-      ->type_name("SCALE")
-      ->transform(CLI::CheckedTransformer(ScaleNames{{"lin", AxisScale::linear}, {"log", AxisScale::logarithmic}}));
-  command.add_option("--y-axis", options->yScale, "Value axis: lin, log or db")
-      ->type_name("SCALE")
-      ->transform(CLI::CheckedTransformer(
-          ScaleNames{{"lin", AxisScale::linear}, {"log", AxisScale::logarithmic}, {"db", AxisScale::decibel}}));
+      ->check(streamOrEndingIn({".png"}));
+  addChannelsOption(command, options->channels, "1");
+  command.add_flag("--stacked", options->isStacked, "Draw several channels below each other, not over one another");
+  addTimeRangeOptions(command, options->range);
+  addValueOptions(command, options->values);
+  addScaleOptions(command, options->xScale, options->yScale, "Time axis");
   command
-      .add_option_function<std::string>(
-          "--cursor", [options](const std::string& text) { options->cursor = cursorIn(text); },
-          "Find the point of the curve nearest to this pixel of the picture, counted from its top left corner")
-      ->type_name("X,Y");
+      .add_option_function<std::vector<std::string>>(
+          "--cursor",
+          [options](const std::vector<std::string>& texts) {
+            std::ranges::transform(texts, std::back_inserter(options->cursors), cursorIn);
+          },
+          "Find the point of a curve nearest to this pixel of the picture, counted from its top left corner;\n"
+          "of two cursors, also the time and the value between them")
+      ->type_name("X,Y")
+      ->allow_extra_args(false);
+  command.add_flag("--cycle-rms", options->hasCycleRms, "Also draw the rms of each cycle, where there is a mains");
   command.add_option("--width", options->width, "Width of the picture in pixels")
       ->type_name("PIXELS")
       ->check(CLI::Range(320, 16000))
@@ -352,17 +435,26 @@ void addViewCommand(CLI::App& program, Action& chosen) {
       "Curves of any length keep every peak: they look as if each sample had been drawn.\n"
       "Logarithmic and dB axes show magnitudes. They cover six decades (120 dB) at most; what is less, 0 too, lies on\n"
       "their lower end. A logarithmic time axis begins with the first sample after time 0.\n"
-      "The cursor goes to the nearest pixel of the curve, and reads the sample that lies nearest to that.\n"
+      "A cursor goes to the nearest pixel of a curve, and reads the sample that lies nearest to that.\n"
+      "The mains may have 42.5 Hz to 69 Hz; each cycle of it is as long as the frequency there makes it.\n"
       "\n"
       "Examples:\n"
       "  kxhost view take1.wav -o curve.png\n"
       "  kxhost view take1.wav -o attack.png --from 1.25 --to 1.5 --cursor 600,200\n"
+      "  kxhost view mains.csv -o mains.png --channel 1,2,3 --stacked --cycle-rms --cursor 300,90 --cursor 500,90\n"
       "  kxhost view take1.wav -o decay.png --y-axis db --channel 2\n"
       "  kxhost view --raw int16 --channels 12 --rate 1000 heart.dat -o heart.png --scale 0.0005 --unit mV");
   command.callback([options, &chosen] {
-    if (const auto& cursor = options->cursor;
-        cursor && (cursor->x < 0 || cursor->x >= options->width || cursor->y < 0 || cursor->y >= options->height)) {
-      throw CLI::ValidationError("--cursor", "lies outside of the picture");
+    if (options->channels.empty()) {
+      options->channels = {1};
+    }
+    if (options->cursors.size() > 2) {
+      throw CLI::ValidationError("--cursor", "there are two at most");
+    }
+    for (const Pixel cursor : options->cursors) {
+      if (cursor.x < 0 || cursor.x >= options->width || cursor.y < 0 || cursor.y >= options->height) {
+        throw CLI::ValidationError("--cursor", "lies outside of the picture");
+      }
     }
     chosen = [options](const Functions& functions) { return runView(functions, *options); };
   });

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <numeric>
 
 #include "host/pictures/gnuplot.hpp"
 #include "host/reports/floors.hpp"
@@ -221,15 +222,29 @@ void drawPressureVolume(const Functions& functions, const OutputFile& picture, c
   drawScript(picture, script, single);
 }
 
+namespace {
+
+/// NaN of none.
+double meanOfLast(const std::vector<double>& figures, size_t count) {
+  return std::accumulate(figures.end() - static_cast<std::ptrdiff_t>(count), figures.end(), 0.0) /
+         static_cast<double>(count);
+}
+
+}  // namespace
+
 void drawTrend(const OutputFile& picture, const std::string& title, const CycleAnalysis& analysis,
                const std::vector<CycleFigures>& figures) {
   constexpr double nothing = std::numeric_limits<double>::quiet_NaN();
-  std::vector<double> pressures;
+  std::vector<double> pressures, peaks;
   std::string rows;
   for (const CycleFigures& cycle : figures) {
     pressures.push_back(cycle.meanEffectivePressure);
-    addRow(rows, {static_cast<double>(pressures.size()), cycle.peak.value_or(nothing),
-                  cycle.averagePeak.value_or(nothing), cycle.windowedPeak, cycle.meanEffectivePressure});
+    if (cycle.peak) {
+      peaks.push_back(*cycle.peak);
+    }
+    const size_t last = std::min(peaks.size(), analysis.windowedCycles());
+    addRow(rows, {static_cast<double>(pressures.size()), cycle.peak.value_or(nothing), meanOfLast(peaks, peaks.size()),
+                  meanOfLast(peaks, last), cycle.meanEffectivePressure});
   }
   const Spread spread = spreadOf(pressures);
   const std::string variation =
@@ -237,6 +252,12 @@ void drawTrend(const OutputFile& picture, const std::string& title, const CycleA
   const std::string eachCycle =
       titled(fmt::format("with linespoints pointtype 7 pointsize 0.5 linewidth 0.6 linecolor rgb '{}'", cycleColour),
              "each cycle");
+  const std::string peakCurves =
+      peaks.empty()
+          ? "0 " + titled(lines(cycleColour, 0.6), "no pressure above 0")
+          : fmt::format("$cycles using 1:2 {}, '' using 1:4 {}, '' using 1:3 {}", eachCycle,
+                        titled(lines(windowedColour, 2), fmt::format("mean of the last {}", analysis.windowedCycles())),
+                        titled(lines(averageColour, 1.4), "mean of all cycles so far"));
   std::string script = dataBlock("cycles", rows) + sheet.frame(title);
   fmt::format_to(std::back_inserter(script),
                  "set multiplot\n"
@@ -245,13 +266,12 @@ void drawTrend(const OutputFile& picture, const std::string& title, const CycleA
                  "set offsets 0, 0, graph 0.06, graph 0.06\n"
                  "set xrange [0.5:{}.5]\n"
                  "{}set ylabel 'peak pressure in bar'\n"
-                 "plot $cycles using 1:2 {}, '' using 1:4 {}, '' using 1:3 {}\n"
+                 "plot {}\n"
                  "unset label 1\n"
                  "{}set ylabel 'gross IMEP in bar'\n"
                  "plot $cycles using 1:5 {}, {:.9g} {}\n"
                  "unset multiplot\n",
-                 figures.size(), pane(0), eachCycle, titled(lines(windowedColour, 2), windowedTitle(analysis)),
-                 titled(lines(averageColour, 1.4), "average of all cycles so far"), pane(1), eachCycle, spread.mean,
+                 figures.size(), pane(0), peakCurves, pane(1), eachCycle, spread.mean,
                  titled(lines(averageColour, 1.4), fmt::format("mean {:.4g} bar{}", spread.mean, variation)));
   drawScript(picture, script, sheet);
 }

@@ -22,7 +22,7 @@ void drawPressures(const OutputFile& picture, const std::string& title, const Cy
 void drawPressureVolume(const Functions& functions, const OutputFile& picture, const std::string& title,
                         const CycleAnalysis& analysis, AxisScale scale);
 
-/// Peak pressure and mean effective pressure over the cycles.
+/// Peak pressure and gross mean effective pressure over the cycles, each beside means of the same figures.
 void drawTrend(const OutputFile& picture, const std::string& title, const CycleAnalysis& analysis,
                const std::vector<CycleFigures>& figures);
 

@@ -24,10 +24,11 @@ std::pair<double, double> yRange(const std::vector<EnvelopeColumn>& columns) {
   return {range.low - air, range.high + air};
 }
 
-std::string rowsOf(const EnvelopePane& pane, double framesAUnit) {
+std::string rowsOf(const EnvelopePane& pane, uint64_t begin, double framesAUnit) {
   std::string rows;
   for (const EnvelopeColumn& column : pane.columns) {
-    addRow(rows, {column.position / framesAUnit, column.minimum, column.maximum, column.rms});
+    addRow(rows,
+           {(static_cast<double>(begin) + column.position) / framesAUnit, column.minimum, column.maximum, column.rms});
   }
   return rows;
 }
@@ -35,6 +36,7 @@ std::string rowsOf(const EnvelopePane& pane, double framesAUnit) {
 /// Settings and curves of a pane, from its data block.
 std::string paneScript(const EnvelopePane& pane, const std::string& data) {
   const auto [low, high] = yRange(pane.columns);
+  constexpr size_t longestUnit = 16;
   const std::string outline = lines("#4a86c0", 0.6);
   return fmt::format(
       "set yrange [{:.9g}:{:.9g}]\n"
@@ -44,13 +46,14 @@ std::string paneScript(const EnvelopePane& pane, const std::string& data) {
       "'' using 1:2 {} notitle, '' using 1:3 {} notitle, '' using 1:4 {} title 'RMS'\n"
       "unset key\n"
       "unset label 1\n",
-      low, high, gnuplotText(pane.unit), gnuplotText(pane.title), data, outline, outline, lines("#c03020", 1.4));
+      low, high, gnuplotText(pane.unit, longestUnit), gnuplotText(pane.title), data, outline, outline,
+      lines("#c03020", 1.4));
 }
 
 }  // namespace
 
 void drawEnvelopes(const OutputFile& picture, const std::string& title, const std::vector<EnvelopePane>& panes,
-                   uint64_t frames, const std::string& timeUnit, double framesAUnit) {
+                   uint64_t begin, uint64_t end, const std::string& timeUnit, double framesAUnit) {
   const int count = static_cast<int>(panes.size());
   const Sheet sheet{.width = 1200,
                     .left = 110,
@@ -67,16 +70,16 @@ void drawEnvelopes(const OutputFile& picture, const std::string& title, const st
   fmt::format_to(std::back_inserter(script),
                  "set multiplot\n"
                  "set datafile missing 'nan'\n"
-                 "set xrange [0:{:.9g}]\n"
+                 "set xrange [{:.9g}:{:.9g}]\n"
                  "set format x ''\n",
-                 static_cast<double>(frames) / framesAUnit);
+                 static_cast<double>(begin) / framesAUnit, static_cast<double>(end) / framesAUnit);
   for (int i = 0; i < count; ++i) {
     const EnvelopePane& pane = panes[static_cast<size_t>(i)];
     const std::string data = fmt::format("pane{}", i);
     if (i + 1 == count) {
       script += fmt::format("set format x '%h'\nset xlabel {}\n", gnuplotText(timeUnit));
     }
-    script += dataBlock(data, rowsOf(pane, framesAUnit)) + sheet.pane(i) + paneScript(pane, data);
+    script += dataBlock(data, rowsOf(pane, begin, framesAUnit)) + sheet.pane(i) + paneScript(pane, data);
   }
   script += "unset multiplot\n";
   drawScript(picture, script, sheet);

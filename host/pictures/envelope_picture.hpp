@@ -23,10 +23,10 @@ struct EnvelopePane {
 /// Draws the channels of a recording below each other: minimum to maximum filled, RMS as a line.
 /// @param picture      its name ends in .png or .svg.
 /// @param panes        1 to maximumPanes.
-/// @param frames       length of the recording, at least 1.
+/// @param begin, end   frames that are shown, of the recording's; the columns' positions count from the first of them.
 /// @param timeUnit     of the time axis, with its name: "time in seconds".
 /// @param framesAUnit  frames in one unit of the time axis.
 void drawEnvelopes(const OutputFile& picture, const std::string& title, const std::vector<EnvelopePane>& panes,
-                   uint64_t frames, const std::string& timeUnit, double framesAUnit);
+                   uint64_t begin, uint64_t end, const std::string& timeUnit, double framesAUnit);
 
 }  // namespace kxhost

@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <array>
-#include <cerrno>
 #include <cmath>
 #include <filesystem>
 #include <fstream>
@@ -14,7 +13,9 @@
 
 #include "host/reports/floors.hpp"
 #include "host/reports/print.hpp"
+#include "recordings/clean_end.hpp"
 #include "recordings/recording.hpp"
+#include "recordings/shown_text.hpp"
 
 namespace kxhost {
 namespace {
@@ -27,17 +28,13 @@ std::string runGnuplot(const std::filesystem::path& script, const std::filesyste
   posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
   posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, messages.c_str(), O_WRONLY | O_CREAT, 0600);
   std::string program = "gnuplot", argument = script.string();
-  std::array<char*, 3> arguments{program.data(), argument.data(), nullptr};
-  pid_t process = 0;
-  const int error = posix_spawnp(&process, program.c_str(), &actions, nullptr, arguments.data(), environ);
+  const std::array<char*, 3> arguments{program.data(), argument.data(), nullptr};
+  const ProgramEnd end = runProgram(arguments.data(), actions);
   posix_spawn_file_actions_destroy(&actions);
-  if (error != 0) {
-    return "gnuplot cannot be started (is it installed?): " + std::generic_category().message(error);
+  if (end.error != 0) {
+    return "gnuplot cannot be started (is it installed?): " + std::generic_category().message(end.error);
   }
-  int status = 0;
-  while (waitpid(process, &status, 0) < 0 && errno == EINTR) {
-  }
-  if (WIFEXITED(status) && WEXITSTATUS(status) == 0) {
+  if (WIFEXITED(end.status) && WEXITSTATUS(end.status) == 0) {
     return "";
   }
   std::ifstream said(messages);
@@ -48,18 +45,21 @@ std::string runGnuplot(const std::filesystem::path& script, const std::filesyste
   return "gnuplot failed: " + last;
 }
 
+/// Bytes between double quotes. An octal number stands of each that could mean something, and of digits, which gnuplot would
+/// take for more of such a number.
+std::string quoted(const std::string& bytes) {
+  std::string result = "\"";
+  for (const char c : bytes) {
+    const bool isPlain = (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == ' ';
+    result += isPlain ? std::string(1, c) : fmt::format("\\{:03o}", static_cast<unsigned char>(c));
+  }
+  return result + '"';
+}
+
 }  // namespace
 
-std::string gnuplotText(const std::string& text) {
-  std::string result = "'";
-  for (const char c : text) {
-    if (c == '\'') {
-      result += "''";
-    } else {
-      result += static_cast<unsigned char>(c) < ' ' ? '?' : c;
-    }
-  }
-  return result + '\'';
+std::string gnuplotText(const std::string& text, size_t longest) {
+  return quoted(shortened(shownText(text), longest));
 }
 
 void addRow(std::string& rows, const std::vector<double>& numbers) {
@@ -82,7 +82,7 @@ std::string Sheet::place(double x, double y) const {
 }
 
 std::string Sheet::frame(const std::string& title) const {
-  constexpr int titleRow = 22;
+  constexpr int titleRow = 22, characterWidth = 9;  // pixels of a wide one
   return fmt::format(
       "set label 1 {} at {} center font ',13'\n"
       "set lmargin at screen {:.9g}\n"
@@ -91,8 +91,8 @@ std::string Sheet::frame(const std::string& title) const {
       "set grid back linetype 1 linecolor rgb '#dddddd' linewidth 0.7\n"
       "set tics nomirror out\n"
       "set border 3\n",
-      gnuplotText(title), place(width / 2.0, titleRow), static_cast<double>(left) / width,
-      1 - static_cast<double>(right) / width);
+      gnuplotText(title, static_cast<size_t>(width / characterWidth)), place(width / 2.0, titleRow),
+      static_cast<double>(left) / width, 1 - static_cast<double>(right) / width);
 }
 
 std::string Sheet::pane(int index) const {
@@ -106,7 +106,7 @@ std::string Sheet::key(int y) const {
 }
 
 void drawScript(const OutputFile& picture, const std::string& script, const Sheet& sheet) {
-  const auto scriptFile = picture.workplace() / "script";
+  const auto scriptFile = picture.workplace() / Workplace::script;
   std::ofstream out(scriptFile);
   const bool isSvg = std::filesystem::path(picture.name()).extension() == ".svg";
   printTo(out,
@@ -114,12 +114,12 @@ void drawScript(const OutputFile& picture, const std::string& script, const Shee
           "set encoding utf8\n"
           "set output {}\n"
           "{}set output\n",
-          isSvg ? "svg" : "pngcairo", sheet.width, sheet.height(), gnuplotText(picture.draft().string()), script);
+          isSvg ? "svg" : "pngcairo", sheet.width, sheet.height(), quoted(picture.draft().string()), script);
   out.close();
   if (!out) {
     throw FileError(picture.name(), "cannot be written: no room for the gnuplot script");
   }
-  const std::string failure = runGnuplot(scriptFile, picture.workplace() / "messages");
+  const std::string failure = runGnuplot(scriptFile, picture.workplace() / Workplace::messages);
   if (!failure.empty()) {
     throw FileError(picture.name(), "cannot be drawn: " + failure);
   }

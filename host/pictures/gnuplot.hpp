@@ -12,8 +12,10 @@
 
 namespace kxhost {
 
-/// Text as gnuplot takes it literally, without control characters.
-std::string gnuplotText(const std::string& text);
+/// Text as gnuplot takes it literally, whatever it is: nothing in it ends the text or the line, names a variable or a
+/// command to run. Control characters and bytes that are not UTF-8 become question marks.
+/// @param longest  in characters; of longer text the middle is left out.
+std::string gnuplotText(const std::string& text, size_t longest = 120);
 
 /// Appends a row of numbers to a script's data. What is not finite is drawn nowhere.
 void addRow(std::string& rows, const std::vector<double>& numbers);

@@ -8,10 +8,12 @@
 #include <functional>
 #include <limits>
 #include <numbers>
+#include <span>
 
 #include "host/pictures/finite_range.hpp"
 #include "host/pictures/gnuplot.hpp"
 #include "host/reports/floors.hpp"
+#include "host/reports/si_prefix.hpp"
 #include "recordings/power_channels.hpp"
 
 namespace kxhost {
@@ -21,6 +23,8 @@ namespace {
 constexpr std::array<const char*, mostPhases> voltageColours{"#b03a2e", "#1f5fa8", "#2e7d32"};
 constexpr std::array<const char*, mostPhases> currentColours{"#e59866", "#7fb3d5", "#82c785"};
 constexpr const char* totalColour = "#404040";
+
+constexpr int keyDigits = 6;
 
 const char* colourOf(SignalFigures PhaseFigures::*signal, size_t phase) {
   return (signal == &PhaseFigures::voltage ? voltageColours : currentColours).at(phase);
@@ -36,7 +40,7 @@ std::string labelOf(const PowerReport& report, SignalFigures PhaseFigures::*sign
 
 std::string titleOf(const PowerReport& report, const std::string& subject) {
   return fmt::format("{}, {}, {} x {} cycles at {:.6g} Hz", subject, kxrecordings::titleOf(report.file, report.format),
-                     report.windows.size(), report.cycles, report.frequency());
+                     report.tally.count(), report.cycles, report.frequency());
 }
 
 double largestFundamental(const PowerWindow& window, SignalFigures PhaseFigures::*signal) {
@@ -47,15 +51,16 @@ double largestFundamental(const PowerWindow& window, SignalFigures PhaseFigures:
   return largest;
 }
 
-/// A fundamental as an arrow from the middle, and its line in the key.
+/// A fundamental as an arrow from the middle with its name, and its line in the key.
 struct Phasor {
   std::string arrow;
   std::string key;
 };
 
 /// @param length  of a phasor of full scale.
-Phasor phasorOf(const SignalFigures& figures, double fullScale, double length, const std::string& label,
-                const std::string& unit, const std::string& style) {
+/// @param name    what stands beside the arrow: "U1".
+Phasor phasorOf(const SignalFigures& figures, double fullScale, double length, const std::string& name,
+                const std::string& label, const std::string& unit, const std::string& style) {
   const double magnitude = static_cast<double>(figures.harmonics[0]);
   const double angle = static_cast<double>(figures.angles[0]), radians = angle * std::numbers::pi / 180;
   Phasor phasor;
@@ -63,8 +68,13 @@ Phasor phasorOf(const SignalFigures& figures, double fullScale, double length, c
     const double radius = length * magnitude / fullScale;
     phasor.arrow = fmt::format("set arrow from 0, 0 to {:.9g}, {:.9g} size 0.04, 18 filled front {}\n",
                                radius * std::cos(radians), radius * std::sin(radians), style);
+    // Beside the arrow, where it is wide enough to be told from its neighbours, on its left as it points.
+    constexpr double along = 0.85, beside = 0.06;
+    const double x = along * radius * std::cos(radians) - beside * std::sin(radians);
+    const double y = along * radius * std::sin(radians) + beside * std::cos(radians);
+    phasor.arrow += fmt::format("set label '{}' at {:.9g}, {:.9g} center front\n", name, x, y);
   }
-  const std::string text = fmt::format("{}: {:.6g} {} at {:.2f} deg", label, magnitude, unit, angle);
+  const std::string text = fmt::format("{}: {} at {:.2f} deg", label, siText(magnitude, keyDigits, unit), angle);
   phasor.key = fmt::format("NaN with lines {} title {}", style, gnuplotText(text));
   return phasor;
 }
@@ -124,7 +134,7 @@ std::string barsScript(const PowerReport& report, const PowerWindow& mean, Signa
 
 /// What one pane of the trends shows.
 struct Trend {
-  std::string axis;
+  std::string axis, unit;
   std::vector<std::string> names;
   std::vector<std::string> colours;
   std::function<std::vector<double>(const PowerWindow&)> values;
@@ -150,11 +160,26 @@ std::vector<double> powersOf(const PowerWindow& window, double PowerFigures::*po
   return values;
 }
 
+/// What trends are drawn of: the windows, or where these were not kept the shortest intervals that they were taken
+/// together in.
+std::vector<PowerWindow> pointsOf(const PowerReport& report) {
+  if (!report.windows.empty() || report.aggregates.empty()) {
+    return report.windows;
+  }
+  std::vector<PowerWindow> points;
+  for (const PowerAggregate& each : report.aggregates.front().intervals) {
+    if (each.mean) {
+      points.push_back(*each.mean);
+    }
+  }
+  return points;
+}
+
 std::vector<Trend> trendsOf(const PowerReport& report) {
-  Trend voltage{"voltage in V", {}, {}, [](const PowerWindow& w) { return rmsOf(w, &PhaseFigures::voltage); }};
-  Trend current{"current in A", {}, {}, [](const PowerWindow& w) { return rmsOf(w, &PhaseFigures::current); }};
-  Trend active{"P in W", {}, {}, [](const PowerWindow& w) { return powersOf(w, &PowerFigures::active); }};
-  const size_t phases = report.windows[0].phases.size();
+  Trend voltage{"voltage", "V", {}, {}, [](const PowerWindow& w) { return rmsOf(w, &PhaseFigures::voltage); }};
+  Trend current{"current", "A", {}, {}, [](const PowerWindow& w) { return rmsOf(w, &PhaseFigures::current); }};
+  Trend active{"P", "W", {}, {}, [](const PowerWindow& w) { return powersOf(w, &PowerFigures::active); }};
+  const size_t phases = report.voltageNames.size();
   for (size_t i = 0; i < phases; ++i) {
     for (const auto& [trend, letter] : {std::pair(&voltage, "U"), {&current, "I"}, {&active, "phase "}}) {
       trend->names.push_back(fmt::format("{}{}", letter, i + 1));
@@ -166,11 +191,12 @@ std::vector<Trend> trendsOf(const PowerReport& report) {
     active.colours.emplace_back(totalColour);
   }
   Trend reactive = active;
-  reactive.axis = "Q in var";
+  reactive.axis = "Q";
+  reactive.unit = "var";
   reactive.values = [](const PowerWindow& w) { return powersOf(w, &PowerFigures::reactive); };
   std::vector<Trend> trends{voltage, current, active, reactive};
-  if (report.windows[0].voltageSequence) {
-    trends.push_back({"U unbalance in %", {"negative", "zero"}, {"#b03a2e", "#1f5fa8"}, [](const PowerWindow& w) {
+  if (report.mean.voltageSequence) {
+    trends.push_back({"U unbalance", "%", {"negative", "zero"}, {"#b03a2e", "#1f5fa8"}, [](const PowerWindow& w) {
                         return std::vector<double>{static_cast<double>(w.voltageSequence->negativeRatio),
                                                    static_cast<double>(w.voltageSequence->zeroRatio)};
                       }});
@@ -178,14 +204,23 @@ std::vector<Trend> trendsOf(const PowerReport& report) {
   return trends;
 }
 
-/// The Y range of a trend, with some air and never so narrow that rounding is seen; [-1, 1] where nothing can be drawn.
-std::pair<double, double> yRange(const PowerReport& report, const Trend& trend) {
+FiniteRange rangeOf(std::span<const PowerWindow> points, const Trend& trend) {
   FiniteRange range;
-  for (const PowerWindow& window : report.windows) {
+  for (const PowerWindow& window : points) {
     for (const double value : trend.values(window)) {
       range.add(value);
     }
   }
+  return range;
+}
+
+/// The prefixed unit that a trend is drawn in: the axis counts 30 MW, not 3e+07 W.
+SiPrefix prefixOf(const FiniteRange& range, const Trend& trend) {
+  return range.isEmpty() ? SiPrefix{} : siPrefix(std::max(std::abs(range.low), std::abs(range.high)), trend.unit);
+}
+
+/// The Y range of a trend, with some air and never so narrow that rounding is seen; [-1, 1] where nothing can be drawn.
+std::pair<double, double> yRange(const FiniteRange& range) {
   if (range.isEmpty()) {
     return {-1, 1};
   }
@@ -194,33 +229,39 @@ std::pair<double, double> yRange(const PowerReport& report, const Trend& trend) 
   return {range.low - air, range.high + air};
 }
 
-/// Rows of a time and the trend's values there.
-std::string rowsOf(const PowerReport& report, const Trend& trend) {
+/// Rows of a time and the trend's values there, in the prefixed unit.
+std::string rowsOf(std::span<const PowerWindow> points, const Trend& trend) {
+  const double factor = prefixOf(rangeOf(points, trend), trend).factor;
   std::string rows;
-  for (const PowerWindow& window : report.windows) {
-    std::vector<double> row = trend.values(window);
-    row.insert(row.begin(), window.place.begin + window.place.length / 2);
+  for (const PowerWindow& window : points) {
+    std::vector<double> row{window.place.begin + window.place.length / 2};
+    for (const double value : trend.values(window)) {
+      row.push_back(value / factor);
+    }
     addRow(rows, row);
   }
   return rows;
 }
 
 /// Settings and curves of a trend's pane, from its data block.
-std::string trendScript(const PowerReport& report, const Trend& trend, const std::string& data) {
-  const bool areMany = report.windows.size() > 100;
+std::string trendScript(std::span<const PowerWindow> points, const Trend& trend, const std::string& data) {
+  const bool areMany = points.size() > 100;
   std::vector<std::string> curves;
   for (size_t i = 0; i < trend.names.size(); ++i) {
     curves.push_back(fmt::format("${} using 1:{} {} linecolor rgb '{}' linewidth 1.5 title {}", data, i + 2,
                                  areMany ? "with lines" : "with linespoints pointtype 7 pointsize 0.5",
                                  trend.colours[i], gnuplotText(trend.names[i])));
   }
-  const auto [low, high] = yRange(report, trend);
+  const FiniteRange range = rangeOf(points, trend);
+  const SiPrefix prefix = prefixOf(range, trend);
+  const auto [low, high] = yRange(range);
   return fmt::format(
       "set ylabel {}\n"
       "set yrange [{:.9g}:{:.9g}]\n"
       "plot {}\n"
       "unset label 1\n",
-      gnuplotText(trend.axis), low, high, fmt::join(curves, ", "));
+      gnuplotText(trend.axis + " in " + prefix.text + trend.unit), low / prefix.factor, high / prefix.factor,
+      fmt::join(curves, ", "));
 }
 
 }  // namespace
@@ -238,13 +279,14 @@ void drawPhasors(const OutputFile& picture, const PowerReport& report) {
     for (size_t i = 0; i < mean.phases.size(); ++i) {
       const std::string style =
           fmt::format("linecolor rgb '{}' linewidth {}", colourOf(signal, i), isVoltage ? 2.5 : 4);
+      const std::string name = fmt::format("{}{}", isVoltage ? 'U' : 'I', i + 1);
       const Phasor phasor =
-          phasorOf(mean.phases[i].*signal, fullScale, length, labelOf(report, signal, i), unit, style);
+          phasorOf(mean.phases[i].*signal, fullScale, length, name, labelOf(report, signal, i), unit, style);
       arrows += phasor.arrow;
       keys.push_back(phasor.key);
     }
-    keys.push_back(fmt::format("NaN with dots linecolor rgb 'white' title '{} circle: {:.6g} {}'",
-                               isVoltage ? "outer" : "third", fullScale, unit));
+    keys.push_back(fmt::format("NaN with dots linecolor rgb 'white' title '{} circle: {}'",
+                               isVoltage ? "outer" : "third", siText(fullScale, keyDigits, unit)));
   }
   const std::string script = fmt::format(
       "{}{}unset border\nunset tics\nunset grid\nset size ratio -1\n"
@@ -293,13 +335,14 @@ void drawHarmonics(const OutputFile& picture, const PowerReport& report) {
 
 void drawTrends(const OutputFile& picture, const PowerReport& report) {
   const std::vector<Trend> trends = trendsOf(report);
+  const std::vector<PowerWindow> points = pointsOf(report);
   const int count = static_cast<int>(trends.size());
   const Sheet sheet{
       .width = 1200, .left = 110, .right = 120, .top = 60, .bottom = 60, .paneHeight = 150, .panes = count, .gap = 26};
   constexpr int besidePane = 8;
   std::string script = sheet.frame(titleOf(report, "Power over time"));
   fmt::format_to(std::back_inserter(script), "set multiplot\nset format x ''\nset xrange [0:{:.9g}]\n",
-                 report.windows.back().place.begin + report.windows.back().place.length);
+                 report.tally.end());
   for (int i = 0; i < count; ++i) {
     const Trend& trend = trends[static_cast<size_t>(i)];
     const std::string data = fmt::format("trend{}", i);
@@ -307,8 +350,8 @@ void drawTrends(const OutputFile& picture, const PowerReport& report) {
       script += "set format x '%h'\nset xlabel 'time in seconds'\n";
     }
     script += fmt::format(
-        "{}{}set key at {} left top Left reverse samplen 2\n{}", dataBlock(data, rowsOf(report, trend)), sheet.pane(i),
-        sheet.place(sheet.width - sheet.right + besidePane, sheet.paneTop(i)), trendScript(report, trend, data));
+        "{}{}set key at {} left top Left reverse samplen 2\n{}", dataBlock(data, rowsOf(points, trend)), sheet.pane(i),
+        sheet.place(sheet.width - sheet.right + besidePane, sheet.paneTop(i)), trendScript(points, trend, data));
   }
   script += "unset multiplot\n";
   drawScript(picture, script, sheet);

@@ -28,7 +28,8 @@ std::string listOf(const std::vector<double>& frequencies) {
 
 }  // namespace
 
-Responses responsesOf(const Functions& functions, const FilterDesign& design, const PassBand& band, double rate) {
+Responses responsesOf(const Functions& functions, const FilterDesign& design, FilterWay way, const PassBand& band,
+                      double rate) {
   constexpr size_t gridPoints = 3000;
   const auto gain = [&](double frequency) { return decibels(responseOf(design, frequency / rate)); };
   const double lowest = lowestShown(band, rate);
@@ -37,7 +38,7 @@ Responses responsesOf(const Functions& functions, const FilterDesign& design, co
     responses.designed.push_back({frequency, gain(frequency)});
   }
   if (const std::optional<size_t> period = periodFor(design, band)) {
-    StreamFilter filter = required(StreamFilter::create(functions, design));
+    FilteredStream filter = required(FilteredStream::create(functions, design, way));
     responses.measured = required(measuredResponse(filter, *period, rate));
     std::erase_if(responses.measured, [lowest](const LevelPoint& point) { return point.frequency < lowest; });
   }

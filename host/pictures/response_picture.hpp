@@ -17,7 +17,8 @@ struct Responses {
 };
 
 /// From a decade below the lowest edge, or somewhat less, to half of the sample rate.
-Responses responsesOf(const Functions& functions, const FilterDesign& design, const PassBand& band, double rate);
+Responses responsesOf(const Functions& functions, const FilterDesign& design, FilterWay way, const PassBand& band,
+                      double rate);
 
 /// A line about the frequencies at which the filter is 3.01 dB down.
 std::string edgesText(const Responses& responses);

@@ -97,6 +97,9 @@ void printSummary(const std::vector<Row>& rows, double rate, size_t failures) {
           "of {:.5g} %, at {} ({}, {})\n",
           rows.size(), numberText(rate, allDigits), failures, percentText(worst.deviation), worst.tolerance,
           modulationText(worst.point), nameOf(worst.point.series), settingText(nominalSetting(worst.point.lamp)));
+  printTo(std::cout, "Without points: {} and {} (--mains)\n",
+          settingText({Lamp::volts230, nominalSetting(Lamp::volts120).mains}),
+          settingText({Lamp::volts120, nominalSetting(Lamp::volts230).mains}));
 }
 
 Json jsonOf(const std::vector<Row>& rows, double rate, bool passes) {
@@ -104,8 +107,8 @@ Json jsonOf(const std::vector<Row>& rows, double rate, bool passes) {
   for (const Row& row : rows) {
     const char* const modulation = row.point.series == FlickerSeries::severity ? "changes_per_minute" : "modulation_hz";
     points.push_back({{"test", nameOf(row.point.series)},
-                      {"lamp_volts", nominalVoltage(row.point.lamp)},
-                      {"mains_hz", nominalSetting(row.point.lamp).mains},
+                      {"lamp_v", nominalVoltage(row.point.lamp)},
+                      {"nominal_frequency_hz", nominalSetting(row.point.lamp).mains},
                       {modulation, row.point.modulation},
                       {"change_percent", row.point.change},
                       {"measured", row.measured},
@@ -114,7 +117,7 @@ Json jsonOf(const std::vector<Row>& rows, double rate, bool passes) {
                       {"allowed_percent", row.tolerance},
                       {"passes", row.passes()}});
   }
-  return {{"sample_rate", rate}, {"passes", passes}, {"points", std::move(points)}};
+  return {{"sample_rate_hz", rate}, {"passes", passes}, {"points", std::move(points)}};
 }
 
 }  // namespace

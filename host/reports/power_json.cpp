@@ -2,19 +2,29 @@
 #include <cmath>
 #include <utility>
 
+#include "host/reports/power_aggregates.hpp"
 #include "host/reports/power_report.hpp"
 #include "host/reports/recording_times.hpp"
 
 namespace kxhost {
 namespace {
 
+Json jsonPercent(std::optional<double> ratio) {
+  return jsonNumber(ratio ? std::optional(100 * *ratio) : std::nullopt);
+}
+
 Json jsonSignal(const std::string& name, const SignalFigures& figures) {
-  const auto ratio = figures.distortion();
   return {{"channel", name},
           {"rms", jsonNumber(figures.rms)},
-          {"thd_percent", jsonNumber(ratio ? std::optional(100 * *ratio) : std::nullopt)},
+          {"thd_percent", jsonPercent(figures.distortion())},
+          {"thdg_percent", jsonPercent(figures.groupDistortion())},
+          {"thds_percent", jsonPercent(figures.subgroupDistortion())},
           {"harmonics_rms", figures.harmonics},
-          {"harmonics_degrees", figures.angles}};
+          {"harmonics_deg", figures.angles},
+          {"harmonic_groups_rms", figures.groups.harmonic},
+          {"harmonic_subgroups_rms", figures.groups.harmonicSubgroups},
+          {"interharmonic_groups_rms", figures.groups.interharmonic},
+          {"interharmonic_subgroups_rms", figures.groups.interharmonicSubgroups}};
 }
 
 Json jsonPower(const PowerFigures& power) {
@@ -30,23 +40,6 @@ Json jsonSequences(const SequenceFigures& figures) {
           {"zero", figures.zero},
           {"negative_percent", figures.negativeRatio},
           {"zero_percent", figures.zeroRatio}};
-}
-
-Json jsonWindow(const PowerReport& report, const PowerWindow& window) {
-  Json json, phases = Json::array();
-  for (size_t i = 0; i < window.phases.size(); ++i) {
-    const PhaseFigures& phase = window.phases[i];
-    phases.push_back({{"voltage_v", jsonSignal(report.voltageNames[i], phase.voltage)},
-                      {"current_a", jsonSignal(report.currentNames[i], phase.current)},
-                      {"power", jsonPower(phase.power)}});
-  }
-  json["phases"] = std::move(phases);
-  json["total"] = jsonPower(window.total());
-  if (window.voltageSequence) {
-    json["voltage_sequences_v"] = jsonSequences(*window.voltageSequence);
-    json["current_sequences_a"] = jsonSequences(*window.currentSequence);
-  }
-  return json;
 }
 
 Json jsonFrequencies(const PowerReport& report) {
@@ -76,6 +69,23 @@ Json jsonEvents(const PowerReport& report) {
 
 }  // namespace
 
+Json jsonFigures(const PowerReport& report, const PowerWindow& window) {
+  Json json, phases = Json::array();
+  for (size_t i = 0; i < window.phases.size(); ++i) {
+    const PhaseFigures& phase = window.phases[i];
+    phases.push_back({{"voltage_v", jsonSignal(report.voltageNames[i], phase.voltage)},
+                      {"current_a", jsonSignal(report.currentNames[i], phase.current)},
+                      {"power", jsonPower(phase.power)}});
+  }
+  json["phases"] = std::move(phases);
+  json["total"] = jsonPower(window.total());
+  if (window.voltageSequence) {
+    json["voltage_sequences_v"] = jsonSequences(*window.voltageSequence);
+    json["current_sequences_a"] = jsonSequences(*window.currentSequence);
+  }
+  return json;
+}
+
 Json jsonOf(const PowerReport& report) {
   auto windows = Json::array();
   for (const PowerWindow& each : report.windows) {
@@ -83,8 +93,8 @@ Json jsonOf(const PowerReport& report) {
                 {"length_s", each.place.length},
                 {"frequency_hz", each.place.frequency},
                 {"flags", namesOf(each.place.flags)},
-                {"strongest_hz", report.strongestFrequency(each)}};
-    window.update(jsonWindow(report, each));
+                {"strongest_hz", strongestFrequency(each, report.cycles)}};
+    window.update(jsonFigures(report, each));
     windows.push_back(std::move(window));
   }
   Json json{{"file", report.file},
@@ -93,17 +103,26 @@ Json jsonOf(const PowerReport& report) {
             {"sample_rate_hz", report.rate},
             {"nominal_frequency_hz", report.nominal},
             {"frequency_hz", report.frequency()},
-            {"frequency_is_measured", report.isMeasured()},
+            {"frequency_is_measured", report.tally.isMeasured()},
             {"frequencies", jsonFrequencies(report)},
             {"cycles", report.cycles},
             {"window_samples", report.windowLength()},
             {"window_s", report.windowSeconds()},
             {"samples_left_over", report.leftOver},
-            {"windows_flagged", report.flagged()}};
+            {"window_count", report.tally.count()},
+            {"windows_flagged", report.tally.flagged()}};
   addTimes(json, report.format);
   json["events"] = jsonEvents(report);
-  json["mean"] = jsonWindow(report, report.mean);
-  json["windows"] = std::move(windows);
+  json["mean"] = jsonFigures(report, report.mean);
+  if (!report.aggregates.empty()) {
+    json["aggregates"] = jsonAggregates(report);
+  }
+  if (report.showsDays) {
+    json["days"] = jsonDays(report);
+  }
+  if (report.aggregates.empty() || !report.windows.empty()) {
+    json["windows"] = std::move(windows);
+  }
   return json;
 }
 

@@ -3,71 +3,18 @@
 #include <fmt/ranges.h>
 
 #include <algorithm>
-#include <array>
 #include <cmath>
-#include <limits>
 #include <utility>
 
 #include "analysis/number_text.hpp"
 #include "host/reports/floors.hpp"
+#include "host/reports/power_cells.hpp"
 #include "host/reports/print.hpp"
 #include "host/reports/recording_times.hpp"
 #include "host/reports/table.hpp"
 
 namespace kxhost {
 namespace {
-
-constexpr int digits = 7;
-
-constexpr std::array<std::pair<bool WindowFlags::*, const char*>, 5> flagNames{
-    {{&WindowFlags::frequencyUnknown, "frequency unknown"},
-     {&WindowFlags::frequencyMoved, "frequency moved"},
-     {&WindowFlags::dip, "dip"},
-     {&WindowFlags::swell, "swell"},
-     {&WindowFlags::interruption, "interruption"}}};
-
-/// NaN stands for a figure that does not exist, too.
-std::string figure(std::optional<double> number, int withDigits = digits) {
-  return cell(number && !std::isnan(*number) ? number : std::nullopt, withDigits);
-}
-
-std::string fixedCell(std::optional<double> number, int decimals) {
-  if (!number || std::isnan(*number)) {
-    return "-";
-  }
-  const double steps = std::pow(10, decimals);
-  return fmt::format("{:.{}f}", std::round(*number * steps) / steps + 0.0, decimals);  // + 0 takes the sign off a zero
-}
-
-std::string percentCell(std::optional<double> percent) {
-  return fixedCell(percent, 3);
-}
-
-std::string distortionCell(const SignalFigures& figures) {
-  const auto ratio = figures.distortion();
-  return percentCell(ratio ? std::optional(100 * *ratio) : std::nullopt);
-}
-
-std::string angleCell(float degrees) {
-  return fixedCell(degrees, 2);
-}
-
-std::string windowCount(size_t count) {
-  return fmt::format("{} {}", count, count == 1 ? "window" : "windows");
-}
-
-/// "3 dip, 1 frequency moved".
-std::string flagCounts(const std::vector<PowerWindow>& windows) {
-  std::string text;
-  for (const auto& [flag, name] : flagNames) {
-    const auto count =
-        std::ranges::count_if(windows, [flag = flag](const PowerWindow& window) { return window.place.flags.*flag; });
-    if (count > 0) {
-      text += fmt::format("{}{} {}", text.empty() ? "" : ", ", count, name);
-    }
-  }
-  return text;
-}
 
 void printSequences(std::ostream& out, const PowerWindow& window) {
   Table table({Table::text("Sequences"), "Positive", "Negative", "Zero", "Negative/%", "Zero/%"});
@@ -81,56 +28,52 @@ void printSequences(std::ostream& out, const PowerWindow& window) {
   table.print(out);
 }
 
-}  // namespace
-
-std::vector<std::string> namesOf(const WindowFlags& flags) {
-  std::vector<std::string> names;
-  for (const auto& [flag, name] : flagNames) {
-    if (flags.*flag) {
-      names.emplace_back(name);
-    }
+/// By single bins, groups and subgroups; nothing where windows are too short for groups.
+void printDistortions(std::ostream& out, const PowerReport& report) {
+  if (report.cycles < static_cast<int>(HarmonicGroups::fewestCycles)) {
+    return;
   }
-  return names;
+  Table table(
+      {Table::text("Distortion"), "THD/%", "THDG/%", "THDS/%", Table::text("Current"), "THD/%", "THDG/%", "THDS/%"});
+  for (size_t i = 0; i < report.mean.phases.size(); ++i) {
+    std::vector<std::string> row;
+    for (const auto& [name, signal] : {std::pair(&report.voltageNames[i], &report.mean.phases[i].voltage),
+                                       {&report.currentNames[i], &report.mean.phases[i].current}}) {
+      row.insert(row.end(), {*name, ratioCell(signal->distortion()), ratioCell(signal->groupDistortion()),
+                             ratioCell(signal->subgroupDistortion())});
+    }
+    table.add(std::move(row));
+  }
+  out << '\n';
+  table.print(out);
 }
 
-bool PowerReport::isMeasured() const {
-  return std::ranges::any_of(windows, [](const PowerWindow& window) { return !window.place.flags.frequencyUnknown; });
-}
+}  // namespace
 
 size_t PowerReport::windowLength() const {
   return static_cast<size_t>(std::lround(cycles * rate / frequency()));
 }
 
-double PowerReport::strongestFrequency(const PowerWindow& window) const {
-  return static_cast<double>(window.strongestBin) * window.place.frequency / cycles;
-}
-
 void printFrequency(std::ostream& out, const PowerReport& report) {
-  if (!report.isMeasured()) {
+  const PowerTally& tally = report.tally;
+  if (!tally.isMeasured()) {
     printTo(out, "The frequency was not to be measured: windows are of {:.6g} Hz\n", report.nominal);
     return;
   }
-  double lowest = std::numeric_limits<double>::infinity(), highest = 0;
-  for (const PowerWindow& window : report.windows) {
-    if (!window.place.flags.frequencyUnknown) {
-      lowest = std::min(lowest, window.place.frequency);
-      highest = std::max(highest, window.place.frequency);
-    }
-  }
-  printTo(out, "Frequency: {:.4f} Hz, from {:.4f} Hz to {:.4f} Hz in windows", report.frequency(), lowest, highest);
+  printTo(out, "Frequency: {:.4f} Hz, from {:.4f} Hz to {:.4f} Hz in windows", report.frequency(),
+          tally.lowestFrequency(), tally.highestFrequency());
   const auto [least, most] = std::ranges::minmax(report.frequencies, {}, &FrequencyInterval::frequency);
   printTo(out, ", from {:.4f} Hz to {:.4f} Hz over {:.7g} s\n", least.frequency, most.frequency,
           report.frequencies[0].length);
-  if (const size_t flagged = report.flagged(); flagged > 0) {
-    printTo(out, "{} of {} flagged ({}) and {}\n", flagged, windowCount(report.windows.size()),
-            flagCounts(report.windows),
+  if (const size_t flagged = tally.flagged(); flagged > 0) {
+    printTo(out, "{} of {} flagged ({}) and {}\n", flagged, windowCount(tally.count()), tally.flagCounts(),
             report.mean.place.flags.any() ? "count, as all do" : "left out of what follows");
   }
 }
 
 void printSummary(std::ostream& out, const PowerReport& report) {
   printTo(out, "{}: {} of {} cycles at {:.6g} Hz, {} samples or {:.7g} s each", titleOf(report.file, report.format),
-          windowCount(report.windows.size()), report.cycles, report.frequency(), report.windowLength(),
+          windowCount(report.tally.count()), report.cycles, report.frequency(), report.windowLength(),
           report.windowSeconds());
   if (report.leftOver > 0) {
     printTo(out, "; {} samples at the end are left over", report.leftOver);
@@ -148,20 +91,21 @@ void printSummary(std::ostream& out, const PowerReport& report) {
     for (const double each : {power.active, power.reactive, power.apparent}) {
       row.push_back(figure(each));
     }
-    row.push_back(figure(power.factor(), digits - 1));
+    row.push_back(figure(power.factor(), powerDigits - 1));
     table.add(std::move(row));
   };
   for (size_t i = 0; i < mean.phases.size(); ++i) {
     const PhaseFigures& phase = mean.phases[i];
     addRow({std::to_string(i + 1), report.voltageNames[i], figure(phase.voltage.rms),
-            angleCell(phase.voltage.angles[0]), distortionCell(phase.voltage), report.currentNames[i],
-            figure(phase.current.rms), angleCell(phase.current.angles[0]), distortionCell(phase.current)},
+            angleCell(phase.voltage.angles[0]), ratioCell(phase.voltage.distortion()), report.currentNames[i],
+            figure(phase.current.rms), angleCell(phase.current.angles[0]), ratioCell(phase.current.distortion())},
            phase.power);
   }
   if (mean.phases.size() > 1) {
     addRow({"total", "", "", "", "", "", "", "", ""}, mean.total());
   }
   table.print(out);
+  printDistortions(out, report);
   if (mean.voltageSequence) {
     printSequences(out, mean);
   }
@@ -180,7 +124,7 @@ void printHarmonics(std::ostream& out, const PowerReport& report) {
   const PowerWindow& mean = report.mean;
   for (size_t i = 0; i < mean.phases[0].voltage.harmonics.size(); ++i) {
     std::vector<std::string> row{std::to_string(i + 1),
-                                 numberText(static_cast<double>(i + 1) * report.frequency(), digits)};
+                                 numberText(static_cast<double>(i + 1) * report.frequency(), powerDigits)};
     for (const auto signal : {&PhaseFigures::voltage, &PhaseFigures::current}) {
       for (const PhaseFigures& phase : mean.phases) {
         row.push_back(figure((phase.*signal).harmonics[i], magnitudeDigits));
@@ -193,37 +137,54 @@ void printHarmonics(std::ostream& out, const PowerReport& report) {
   table.print(out);
 }
 
-void printWindows(std::ostream& out, const PowerReport& report) {
-  const size_t phases = report.windows[0].phases.size();
-  std::vector<Table::Column> columns{"From/s", "f/Hz"};
-  for (const auto& [letter, unit] : {std::pair('U', 'V'), {'I', 'A'}}) {
-    for (size_t i = 1; i <= phases; ++i) {
-      columns.emplace_back(fmt::format("{}{}/{}", letter, i, unit));
+/// The harmonics' rows and, between them, those of what lies between.
+void printGroups(std::ostream& out, const PowerReport& report) {
+  constexpr int magnitudeDigits = 5;
+  std::vector<Table::Column> columns{"Orders"};
+  for (const auto& [names, unit] : {std::pair(&report.voltageNames, "V"), {&report.currentNames, "A"}}) {
+    for (const std::string& name : *names) {
+      columns.emplace_back(fmt::format("{} group/{}", name, unit));
+      columns.emplace_back(fmt::format("Subgroup/{}", unit));
     }
   }
-  columns.insert(columns.end(), {"P/W", "Q/var", "S/VA", "PF", "Strongest/Hz"});
-  if (report.windows[0].voltageSequence) {
-    columns.insert(columns.end(), {"u2/%", "u0/%"});
-  }
-  columns.push_back(Table::text("Flags"));
   Table table(std::move(columns));
-  for (const PowerWindow& window : report.windows) {
-    std::vector<std::string> row{numberText(window.place.begin, digits), numberText(window.place.frequency, digits)};
+  const auto addRow = [&](const std::string& title, size_t index, std::vector<double> HarmonicGroups::*groups,
+                          std::vector<double> HarmonicGroups::*subgroups) {
+    std::vector<std::string> row{title};
     for (const auto signal : {&PhaseFigures::voltage, &PhaseFigures::current}) {
-      for (const PhaseFigures& phase : window.phases) {
-        row.push_back(figure((phase.*signal).rms));
+      for (const PhaseFigures& phase : report.mean.phases) {
+        row.push_back(figure(((phase.*signal).groups.*groups)[index], magnitudeDigits));
+        row.push_back(figure(((phase.*signal).groups.*subgroups)[index], magnitudeDigits));
       }
     }
-    const PowerFigures total = window.total();
-    for (const std::optional<double> each :
-         {std::optional(total.active), std::optional(total.reactive), std::optional(total.apparent), total.factor(),
-          std::optional(report.strongestFrequency(window))}) {
-      row.push_back(figure(each));
+    table.add(std::move(row));
+  };
+  const HarmonicGroups& first = report.mean.phases[0].voltage.groups;
+  for (size_t order = 0; order <= first.harmonic.size(); ++order) {
+    if (order > 0) {
+      addRow(std::to_string(order), order - 1, &HarmonicGroups::harmonic, &HarmonicGroups::harmonicSubgroups);
     }
-    if (window.voltageSequence) {
-      row.insert(row.end(),
-                 {percentCell(window.voltageSequence->negativeRatio), percentCell(window.voltageSequence->zeroRatio)});
+    if (order < first.interharmonic.size()) {
+      addRow(fmt::format("{} to {}", order, order + 1), order, &HarmonicGroups::interharmonic,
+             &HarmonicGroups::interharmonicSubgroups);
     }
+  }
+  out << '\n';
+  table.print(out);
+}
+
+void printWindows(std::ostream& out, const PowerReport& report) {
+  std::vector<Table::Column> columns{"From/s", "f/Hz"};
+  const auto figures = figureColumns(report.voltageNames.size());
+  columns.insert(columns.end(), figures.begin(), figures.end());
+  columns.insert(columns.end(), {"Strongest/Hz", Table::text("Flags")});
+  Table table(std::move(columns));
+  for (const PowerWindow& window : report.windows) {
+    std::vector<std::string> row{numberText(window.place.begin, powerDigits),
+                                 numberText(window.place.frequency, powerDigits)};
+    const auto cells = figureCells(window);
+    row.insert(row.end(), cells.begin(), cells.end());
+    row.push_back(figure(strongestFrequency(window, report.cycles)));
     row.push_back(fmt::format("{}", fmt::join(namesOf(window.place.flags), ", ")));
     table.add(std::move(row));
   }
@@ -252,19 +213,14 @@ void printEvents(std::ostream& out, const PowerReport& report) {
 }
 
 std::string frequencyNote(const PowerReport& report) {
-  const auto isElsewhere = [&](const PowerWindow& window) {
-    return window.strongestBin != 0 && window.strongestBin != static_cast<size_t>(report.cycles);
-  };
-  const auto first = std::find_if(report.windows.begin(), report.windows.end(), isElsewhere);
-  if (first == report.windows.end()) {
+  const PowerTally& tally = report.tally;
+  if (tally.elsewhere() == 0) {
     return "";
   }
-  const auto count = std::count_if(first, report.windows.end(), isElsewhere);
   return fmt::format(
       "the strongest component of channel {} is not at the {:.7g} Hz of the mains but elsewhere, first at {:.7g} Hz, "
       "in {} of {}",
-      report.voltageNames[0], report.nominal, report.strongestFrequency(*first), count,
-      windowCount(report.windows.size()));
+      report.voltageNames[0], report.nominal, tally.firstElsewhere(), tally.elsewhere(), windowCount(tally.count()));
 }
 
 }  // namespace kxhost

@@ -387,7 +387,7 @@ private:
   using Mask = std::conditional_t<ofSingles, uint16_t, uint8_t>;
   static constexpr Mask allOrdered = static_cast<Mask>(~Mask{0});
 
-  KXCALC_INLINE static Mask stillOrdered(Mask before, V a, V b) {
+  KXCALC_INLINE static Mask stillOrdered([[maybe_unused]] Mask before, [[maybe_unused]] V a, [[maybe_unused]] V b) {
 #if defined(__AVX512F__)
     if constexpr (ofSingles) {
       return _mm512_mask_cmp_ps_mask(before, bitsAs<__m512>(a), bitsAs<__m512>(b), _CMP_ORD_Q);

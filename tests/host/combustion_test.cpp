@@ -1,4 +1,6 @@
 // `kxhost combustion`: cycles whose figures are worked out by hand, files that are none, and the simulation.
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cmath>
 #include <functional>
@@ -315,6 +317,76 @@ TEST_F(CombustionTest, ALongColumnIsCutIntoCycles) {
   expectPeaks(writeText("far.csv", longRows(720 * 50 - 360, 2 * 720)), {50, 51}, 0);
 }
 
+/// Options that take scatter and noise out of the simulation.
+std::vector<std::string> steady(std::vector<std::string> more) {
+  more.insert(more.end(), {"--simulate", "--cycles", "3", "--noise", "0", "--burn-start-scatter", "0",
+                           "--burn-duration-scatter", "0", "--heat-scatter", "0"});
+  return more;
+}
+
+/// Rows of the same cycles, however files write them, have the same figures.
+TEST_F(CombustionTest, FilesOfEveryKindGiveTheSameFigures) {
+  const Pressure pressure = [](double angle) {
+    return std::round(1e4 * (1.5 + polytrope(1.33, 1.27)(angle) + std::cos(angle / 9) / 50)) / 1e4;
+  };
+  const auto written = [&](double from, const char* separator, bool isComma, const std::string& header,
+                           double shift = 0) {
+    std::ostringstream text;
+    text << header;
+    for (int i = 0; i < 1440; ++i) {
+      const double angle = from + i * 0.5;
+      std::ostringstream line;
+      line.precision(10);
+      line << angle + shift << separator << pressure(angle >= 360 ? angle - 720 : angle);
+      std::string row = line.str();
+      if (isComma) {
+        std::replace(row.begin(), row.end(), '.', ',');
+      }
+      text << row << '\n';
+    }
+    return text.str();
+  };
+  const auto expected = analyse({writeText("a.csv", written(-360, ",", false, "angle,p\n"))});
+  const auto expectSame = [&](const std::string& file, const std::vector<std::string>& more = {}) {
+    SCOPED_TRACE(file);
+    std::vector<std::string> all{file};
+    all.insert(all.end(), more.begin(), more.end());
+    auto found = analyse(all);
+    for (const char* const figure : {"peak_pressure_bar", "peak_pressure_angle_deg", "gross_imep_bar", "net_imep_bar",
+                                     "zero_level_bar", "steepest_rise_bar_per_deg", "heat_release_j", "ca50_deg"}) {
+      const auto one = expected["cycles"][0][figure], other = found["cycles"][0][figure];
+      ASSERT_EQ(one.is_null(), other.is_null()) << figure;
+      if (!one.is_null()) {
+        EXPECT_NEAR(one.get<double>(), other.get<double>(), 1e-4 * std::abs(one.get<double>()) + 1e-9) << figure;
+      }
+    }
+  };
+  expectSame(writeText("semicolons.csv", written(-360, ";", true, "Winkel;Druck\n\xC2\xB0;bar\n")));
+  expectSame(writeText("plain.txt", written(-360, "  ", false, "")));
+  expectSame(writeText("tabs.dat", written(-180, "\t", true, "% engine 7\n")));
+  expectSame(writeText("zero.tsv", written(0, "\t", false, "angle\tp\n")));
+  expectSame(writeText("top.txt", written(-360, " ", true, "", 360)), {"--tdc-offset", "360"});
+  expectSame(writeText("late.txt", written(-360, " ", true, "", 0.35)), {"--tdc-offset", "0.35"});
+  expectSame(writeText("more.csv", written(-360, ";x;9;", false, "")), {"--columns", "1,4"});
+  expectSame(writeText("german.csv", written(-360, ";", true, "")), {"--decimal", ","});
+}
+
+TEST_F(CombustionTest, HeatAndNetWorkAreThoseOfTheSimulation) {
+  const auto all = analyse(steady({"--heat", "700", "--burn-start=-20", "--burn-duration", "40", "--wiebe-a", "6",
+                                   "--wiebe-m", "1.5", "--smooth", "none", "--step", "0.1"}));
+  const auto angle = [](double share) { return -20 + 40 * std::pow(-std::log(1 - share) / 6, 1 / 2.5); };
+  const auto cycle = all["cycles"][0];
+  EXPECT_NEAR(cycle["heat_release_j"], 700, 0.5);
+  EXPECT_NEAR(cycle["ca10_deg"], angle(0.1), 0.05);
+  EXPECT_NEAR(cycle["ca50_deg"], angle(0.5), 0.05);
+  EXPECT_NEAR(cycle["ca90_deg"], angle(0.9), 0.05);
+  EXPECT_NEAR(cycle["burn_duration_deg"], angle(0.9) - angle(0.1), 0.05);
+  EXPECT_LT(cycle["net_imep_bar"], cycle["gross_imep_bar"]);
+  EXPECT_NEAR(all["overall"]["ca50_deg"]["mean"], angle(0.5), 0.05);
+  EXPECT_TRUE(analyse(steady({"--heat", "0", "--expansion-exponent", "1.32"}))["cycles"][0]["ca50_deg"].is_null());
+  EXPECT_TRUE(analyse({writeText("closed.csv", longRows(-180, 361))})["cycles"][0]["net_imep_bar"].is_null());
+}
+
 TEST_F(CombustionTest, CyclesWithoutPressureHaveNoPeak) {
   const auto nothing = [](double) { return 0.0; };
   const std::string file = writeCycles("nothing.csv", {nothing, nothing});
@@ -341,31 +413,39 @@ TEST_F(CombustionTest, TheColumnsAreChosenByName) {
 
 TEST_F(CombustionTest, BadRowsAreNamed) {
   expectCsvRefused(rows(5, "-352,1"), "line 6 has 2 fields, the header row has 3");
-  expectCsvRefused(rows(5, "-352,1,"), "line 6, column p2: empty");
+  expectCsvRefused(rows(5, "-352,1,"), "line 6, channel p2: nan is not a finite number");
   expectCsvRefused(rows(5, "-352,1,high"), "line 6, column p2: not a number: high");
-  expectCsvRefused(rows(1, "-360,1,high"), "data row 1: column p2 holds text");
+  expectCsvRefused(rows(1, "-360,1,high"), "line 2, column p2: not a number: high");
   expectCsvRefused(rows(1, "-360,1,high"), "line 2, column p2: not a number: high",
                    {"--column", "angle", "--column", "p2"});
-  expectCsvRefused(rows(9, "-344,nan,2"), "data row 9: column p1: nan is no pressure");
-  expectCsvRefused(rows(9, "-344,1,-inf"), "data row 9: column p2: -inf is no pressure");
+  expectCsvRefused(rows(9, "-344,nan,2"), "line 10, channel p1: nan is not a finite number");
+  expectCsvRefused(rows(9, "-344,1,-inf"), "line 10, channel p2: -inf is not a finite number");
   expectCsvRefused(rows(9, "-344,1,1e30"), "data row 9: column p2: 1e+30 is no pressure");
-  expectCsvRefused(rows(9, "nan,1,1"), "data row 9: column angle: nan is no crank angle");
+  expectCsvRefused(rows(9, "nan,1,1"), "line 10, channel angle: nan is not a finite number");
   expectCsvRefused(rows(9, "1e300,1,1"), "data row 9: column angle: 1e+300 is no crank angle");
   expectCsvRefused(rows(9, "-346,1,1"), "data row 9: the crank angle does not rise");
-  expectCsvRefused(rows(9, "-343,1,1"), "data row 9: the crank angle steps by 3 degrees, the rows before by 2");
+  expectCsvRefused(rows(9, "-343,1,1"), "data row 9: the crank angle steps by 3 degrees, most others by 2");
+  expectCsvRefused(rows(2, "-357,1,1"), "data row 2: the crank angle steps by 3 degrees, most others by 2");
   expectCsvRefused(rows(361, "364,1,1"), "data row 361: the crank angle steps by 6 degrees");
+  // The first bad row is named, whatever is wrong with it and with those behind it.
+  const std::string twoBad = rows(9, "-343,1,1");
+  std::string late = twoBad;
+  late.replace(late.find("\n0,1,2\n"), 7, "\n0,x,2\n");
+  expectCsvRefused(late, "data row 9: the crank angle steps by 3 degrees");
+  std::string early = twoBad;
+  early.replace(early.find("\n-350,1,2\n"), 10, "\n-350,x,2\n");
+  expectCsvRefused(early, "line 7, column p1: not a number: x");
 }
 
 TEST_F(CombustionTest, FilesThatHoldNoCyclesAreRefused) {
   expectCsvRefused("", "is empty");
-  expectCsvRefused("1,2\n3,4\n", "has no header row");
+  expectCsvRefused("1;2\n3;4\n", "runs from 1 to 3 degrees");
   expectCsvRefused("angle\n1\n2\n", "has one column");
-  expectCsvRefused("angle,p\n", "holds 0 rows of numbers");
+  expectCsvRefused("angle,p\n", "holds a header row alone, and no rows of numbers");
   expectCsvRefused("angle,p\n0,1\n", "holds 1 rows of numbers");
   expectCsvRefused("angle,p\n-200,1\n0,1\n200,1\n", "has a sample every 200 degrees");
   expectCsvRefused("angle,p\n0,1\n5,1\n", "runs from 0 to 5 degrees: -180 to 180 degrees are needed");
-  expectCsvRefused(longRows(-720, 720), "data row 1: the crank angle lies outside of -360 to 360 degrees");
-  expectCsvRefused(longRows(0, 720), "data row 720: the crank angle lies outside of -360 to 360 degrees");
+  expectCsvRefused(longRows(180, 361), "runs from 180 to 540 degrees: that is neither a whole cycle nor one within");
   expectCsvRefused(longRows(-350, 1400), "holds no complete cycle");
   expectCsvRefused(longRows(-360, 300, 7), "720 degrees are not a whole number of steps of 7");
   const std::string closed = longRows(-180, 361);
@@ -380,7 +460,7 @@ TEST_F(CombustionTest, FilesThatHoldNoCyclesAreRefused) {
 
 TEST_F(CombustionTest, MisuseIsExplained) {
   const std::string file = writeCycles("a.csv", {rectangle(1, 2)}, 5);
-  expectMisuse({"combustion"}, "needs FILE.csv or --simulate");
+  expectMisuse({"combustion"}, "needs FILE or --simulate");
   expectMisuse({"combustion", "--simulate", file}, "not both");
   expectMisuse({"combustion", path("a.wav")}, "does not end in .csv");
   expectMisuse({"combustion", file, "--cycles", "5"}, "--simulate");
@@ -396,6 +476,13 @@ TEST_F(CombustionTest, MisuseIsExplained) {
   expectMisuse({"combustion", file, "--width", "4"}, "must be odd");
   expectMisuse({"combustion", file, "--width", "4.5"}, "4.5");
   expectMisuse({"combustion", file, "--smooth", "hard"}, "hard");
+  expectMisuse({"combustion", file, "--tdc-offset", "721"}, "721 is not a number from -720 to 720");
+  expectMisuse({"combustion", file, "--columns", "0"}, "is not a list of numbers from 1 as 1,3-5: 0");
+  expectMisuse({"combustion", file, "--columns", "3-1"}, "is not a list of numbers");
+  expectMisuse({"combustion", file, "--columns", "1,x"}, "is not a list of numbers");
+  expectMisuse({"combustion", file, "--columns", "1.5"}, "is not a list of numbers");
+  expectMisuse({"combustion", file, "--decimal", ";"}, "--decimal");
+  expectMisuse({"combustion", file, "--heat-exponents", "1,1.3"}, "is not two exponents from 1.01 to 2: 1,1.3");
   expectMisuse({"combustion", file, "--peg", "guess"}, "guess");
   for (const char* window : {"1", "1,", "2,1", "1,1", "a,b", "-361,0", "0,361", "1,2,3", "nan,2"}) {
     expectMisuse({"combustion", file, std::string("--peg-window=") + window}, "is not two rising angles");
@@ -415,9 +502,9 @@ TEST_F(CombustionTest, SimulatedCyclesAreReadBackTheSame) {
   const std::string file = path("simulated.csv");
   const auto simulated = analyse({"--simulate", "--cycles", "5", "--window", "3", "-o", file});
   auto readBack = analyse({file, "--window", "3"});
-  EXPECT_EQ(simulated["source"], "simulation");
-  EXPECT_EQ(readBack["source"], file);
-  readBack["source"] = "simulation";
+  EXPECT_EQ(simulated["file"], "simulation");
+  EXPECT_EQ(readBack["file"], file);
+  readBack["file"] = "simulation";
   EXPECT_EQ(readBack, simulated);
   EXPECT_EQ(filesPresent(), std::vector<std::string>{"simulated.csv"});
 }
@@ -426,13 +513,6 @@ TEST_F(CombustionTest, TheSeedDecides) {
   const auto first = analyse({"--simulate", "--cycles", "2", "--seed", "7"});
   EXPECT_EQ(analyse({"--simulate", "--cycles", "2", "--seed", "7"}), first);
   EXPECT_NE(analyse({"--simulate", "--cycles", "2", "--seed", "8"}), first);
-}
-
-/// Options that take scatter and noise out of the simulation.
-std::vector<std::string> steady(std::vector<std::string> more) {
-  more.insert(more.end(), {"--simulate", "--cycles", "3", "--noise", "0", "--burn-start-scatter", "0",
-                           "--burn-duration-scatter", "0", "--heat-scatter", "0"});
-  return more;
 }
 
 TEST_F(CombustionTest, TheSimulationFollowsItsParameters) {
@@ -595,18 +675,21 @@ TEST_F(CombustionTest, TheTrendIsDrawnCycleByCycle) {
   EXPECT_EQ(run(arguments(drawing)).code, 0);
   const auto all = analyse(command);
   std::vector<Place> peaks, averagePeaks, windowedPeaks, works;
+  double sum = 0, last = 0;
   for (const auto& cycle : all["cycles"]) {
-    const double number = static_cast<double>(peaks.size() + 1);
-    peaks.push_back({number, cycle["peak_pressure_bar"]});
-    averagePeaks.push_back({number, cycle["average_peak_pressure_bar"]});
-    windowedPeaks.push_back({number, cycle["windowed_peak_pressure_bar"]});
+    const double number = static_cast<double>(peaks.size() + 1), peak = cycle["peak_pressure_bar"];
+    sum += peak;
+    averagePeaks.push_back({number, sum / number});
+    windowedPeaks.push_back({number, peaks.empty() ? peak : (last + peak) / 2});
+    last = peak;
+    peaks.push_back({number, peak});
     works.push_back({number, cycle["gross_imep_bar"]});
   }
   const std::vector<SvgPane> both = panes("out-trend.svg");
   ASSERT_EQ(both.size(), 2U);
   expectMarks(both[0], both[0].curve("each cycle"), peaks);
-  expectThrough(both[0], both[0].curve("average of all cycles so far"), averagePeaks);
-  expectThrough(both[0], both[0].curve("average of the last 2"), windowedPeaks);
+  expectThrough(both[0], both[0].curve("mean of all cycles so far"), averagePeaks);
+  expectThrough(both[0], both[0].curve("mean of the last 2"), windowedPeaks);
   expectMarks(both[1], both[1].curve("each cycle"), works);
   const double mean = all["overall"]["gross_imep_bar"]["mean"];
   ASSERT_EQ(both[1].curves.size(), 2U);
@@ -650,7 +733,7 @@ TEST_F(CombustionTest, WhatCannotBeWrittenIsNamed) {
                 "cannot be written: No such file or directory");
   expectRefused({"combustion", "--simulate", "--cycles", "2", "-o", path("nowhere/a.csv")}, path("nowhere/a.csv"),
                 "cannot be written: No such file or directory");
-  expectRefused({"combustion", "--simulate", "--cycles", "2", "--plot", path("out.png")}, path("out-pressure.png"),
+  expectUndrawn({"combustion", "--simulate", "--cycles", "2", "--plot", path("out.png")}, path("out-pressure.png"),
                 "gnuplot cannot be started", "PATH=/nowhere");
   EXPECT_EQ(filesPresent(), std::vector<std::string>{});
 }

@@ -178,10 +178,10 @@ TEST_F(EnvelopePictureTest, NothingIsLeftAfterAFailure) {
   const std::string broken = cut(file, "cut.wav", 1);
   const std::string empty = writeAudio("empty.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_16, 1, std::vector<int16_t>{});
   const std::string badRow = writeText("bad.csv", "a\n1\nx\n");
-  expectRefused({"stats", "--plot", picture, broken}, broken, "is truncated");
+  expectRefused({"stats", "--strict", "--plot", picture, broken}, broken, "is truncated");
   expectRefused({"stats", "--plot", picture, badRow}, badRow, "not a number");
-  expectRefused({"stats", "--plot", picture, empty}, empty, "holds no samples to draw");
-  expectRefused({"stats", "--plot", picture, file}, picture, "gnuplot cannot be started", "PATH=/nowhere");
+  expectUndrawn({"stats", "--plot", picture, empty}, empty, "holds no samples to draw");
+  expectUndrawn({"stats", "--plot", picture, file}, picture, "gnuplot cannot be started", "PATH=/nowhere");
   EXPECT_EQ(filesPresent(), (std::vector<std::string>{"a.wav", "bad.csv", "cut.wav", "empty.wav"}));
 }
 
@@ -191,7 +191,7 @@ TEST_F(EnvelopePictureTest, AFailingGnuplotIsQuotedAndAnOlderPictureStays) {
   const std::string gnuplot =
       writeText("bin/gnuplot", "#!/bin/sh\necho 'line 1: out of paint' >&2\necho >&2\nexit 1\n");
   std::filesystem::permissions(gnuplot, std::filesystem::perms::owner_all);
-  expectRefused({"stats", "--plot", picture, file}, picture, "gnuplot failed: line 1: out of paint",
+  expectUndrawn({"stats", "--plot", picture, file}, picture, "gnuplot failed: line 1: out of paint",
                 "PATH='" + path("bin") + "'");
   EXPECT_EQ(read(picture), "an older picture");
   EXPECT_EQ(filesPresent(), (std::vector<std::string>{"a.wav", "bin", "out.png"}));

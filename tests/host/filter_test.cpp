@@ -360,7 +360,7 @@ TEST_F(FilterTest, FiniteResponsesAreSymmetricAndPassWithAGainOfOne) {
         continue;
       }
       SCOPED_TRACE(band.front() + ' ' + std::to_string(taps));
-      auto response = impulseResponse(300, with(band, {"--fir", std::to_string(taps)}));
+      auto response = impulseResponse(300, with(band, {"--fir", std::to_string(taps), "--exact"}));
       response.resize(taps);
       EXPECT_TRUE(std::ranges::equal(response, std::vector<float>(response.rbegin(), response.rend())));
       EXPECT_NEAR(std::abs(responseOf(response, passes)), 1, 1e-6);
@@ -385,9 +385,49 @@ TEST_F(FilterTest, AFiniteFilterIsAConvolution) {
   }
 }
 
+double distanceOf(const std::vector<float>& one, const std::vector<float>& other) {
+  EXPECT_EQ(one.size(), other.size());
+  double worst = 0;
+  for (size_t i = 0; i < std::min(one.size(), other.size()); ++i) {
+    worst = std::max(worst, static_cast<double>(std::abs(one[i] - other[i])));
+  }
+  return worst;
+}
+
+TEST_F(FilterTest, ManyTapsGiveWhatTheKernelGivesUnlessItIsAskedFor) {
+  for (const size_t frames : {size_t{1}, size_t{100}, blockFrames, 2 * blockFrames + 77}) {
+    const std::string file = writeAudio("n.wav", floatWav, 3, as<float>(noise(3 * frames, 24), 0x1p-23));
+    for (const char* taps : {"63", "64", "65", "129", "1001"}) {
+      const std::vector<std::string> options{"--lowpass", "3000", "--fir", taps};
+      const AudioFile quick = filter(file, options), exact = filter(file, with(options, {"--exact"}));
+      ASSERT_EQ(quick.frames(), frames);
+      EXPECT_LT(distanceOf(quick.samples, exact.samples), 1e-6) << taps;
+      if (std::atoi(taps) < 64) {
+        EXPECT_EQ(quick.samples, exact.samples) << taps;
+      } else if (frames > blockFrames) {
+        EXPECT_NE(quick.samples, exact.samples) << taps;
+      }
+    }
+  }
+}
+
+TEST_F(FilterTest, TheMostTapsAreALinearPhaseFilterStill) {
+  constexpr size_t taps = 131071, middle = taps / 2;
+  const auto response = impulseResponse(taps + 500, {"--lowpass", "1", "--fir", std::to_string(taps)});
+  ASSERT_EQ(response.size(), taps + 500);
+  for (size_t i = 0; i < taps; ++i) {
+    ASSERT_NEAR(response[i], response[taps - 1 - i], 1e-11);
+    ASSERT_LE(response[i], response[middle]);
+  }
+  for (size_t i = taps; i < response.size(); ++i) {
+    ASSERT_LT(std::abs(response[i]), 1e-15F);
+  }
+}
+
 const std::vector<std::vector<std::string>> someFilters{{"--lowpass", "3000", "--order", "5"},
                                                         {"--bandpass", "300,3400", "--order", "3"},
-                                                        {"--highpass", "2000", "--fir", "33"}};
+                                                        {"--highpass", "2000", "--fir", "33"},
+                                                        {"--bandpass", "900,4000", "--fir", "301"}};
 
 TEST_F(FilterTest, ChannelsStayApart) {
   const auto samples = as<float>(noise(5 * (blockFrames + 100), 24), 0x1p-23);
@@ -539,7 +579,11 @@ TEST_F(FilterTest, AFilterThatTakesTooLongToSettleIsNotMeasured) {
 TEST_F(FilterTest, EdgesThatCannotBeAreRefused) {
   const std::string file = writeAudio("a.wav", floatWav, 1, std::vector<float>(12, 1));
   const std::string limits = "the edges of a filter lie above 0 and below 24000 Hz";
-  for (const char* edge : {"0", "-5", "24000", "30000", "nan", "inf", "0.04"}) {
+  for (const char* edge : {"0", "-5", "nan", "inf", ""}) {
+    expectFilterMisuse("is not a number above 0", {std::string("--lowpass=") + edge, "-o", output()});
+    expectFilterMisuse("is not a number above 0", {std::string("--highpass=") + edge, "-o", output()});
+  }
+  for (const char* edge : {"24000", "30000", "0.04"}) {
     expectFilterRefused(file, limits, {std::string("--lowpass=") + edge});
     expectFilterRefused(file, limits, {std::string("--highpass=") + edge});
   }
@@ -558,7 +602,9 @@ TEST_F(FilterTest, RecordingsThatCannotBeFilteredAreRefused) {
   for (const float bad : {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity()}) {
     samples[blockFrames + 3] = bad;
     expectFilterRefused(writeAudio("bad.wav", floatWav, 1, samples),
-                        "sample " + std::to_string(blockFrames + 3) + " is not a finite number", {"--lowpass", "100"});
+                        "sample " + std::to_string(blockFrames + 3) +
+                            " (0.08539583 s), channel 1: " + std::to_string(bad) + " is not a finite number",
+                        {"--lowpass", "100"});
   }
   EXPECT_EQ(filesPresent(), (std::vector<std::string>{"a.csv", "bad.wav"}));
 }
@@ -573,11 +619,12 @@ TEST_F(FilterTest, MisuseIsExplainedInOneLine) {
   for (const char* order : {"0", "-1", "101", "two", "2.5"}) {
     expectFilterMisuse("--order", {"--lowpass", "5", std::string("--order=") + order, "-o", wav});
   }
-  for (const char* taps : {"2", "-3", "16384", "many"}) {
+  for (const char* taps : {"2", "-3", "131072", "many"}) {
     expectFilterMisuse("--fir", {"--lowpass", "5", std::string("--fir=") + taps, "-o", wav});
   }
   expectFilterMisuse("--order", {"--lowpass", "5", "--fir", "9", "--order", "2", "-o", wav});
   expectFilterMisuse("--fir", {"--lowpass", "5", "--window", "hamming", "-o", wav});
+  expectFilterMisuse("--fir", {"--lowpass", "5", "--exact", "-o", wav});
   expectFilterMisuse("hann", {"--lowpass", "5", "--fir", "9", "--window", "hann", "-o", wav});
   expectFilterMisuse("a high-pass needs an odd number of taps: 64", {"--highpass", "5", "--fir", "64", "-o", wav});
   expectFilterMisuse("fast", {"--lowpass", "fast", "-o", wav});
@@ -593,11 +640,13 @@ TEST_F(FilterTest, MisuseIsExplainedInOneLine) {
 TEST_F(FilterTest, NothingIsLeftAfterAFailureAndAnOlderFileStays) {
   const std::string file = writeAudio("a.wav", floatWav, 1, as<float>(noise(20000, 24), 0x1p-23));
   const std::string broken = cut(file, "cut.wav", 1), older = writeText("older.wav", "an older recording");
-  expectRefused({"filter", broken, "--lowpass", "99", "-o", older, "--plot", path("out.png")}, broken, "is truncated");
-  expectRefused({"filter", file, "--lowpass", "99", "-o", older, "--plot", path("out.png")}, path("out.png"),
+  expectRefused({"filter", broken, "--lowpass", "99", "-o", path("out.wav"), "--plot", path("out.png"), "--strict"},
+                broken, "is truncated");
+  expectUndrawn({"filter", file, "--lowpass", "99", "-o", older, "--plot", path("out.png")}, path("out.png"),
                 "gnuplot cannot be started", "PATH=/nowhere");
   const std::string nowhere = path("nowhere/out.png");
-  expectRefused({"filter", file, "--lowpass", "99", "-o", older, "--plot", nowhere}, nowhere, "cannot be written");
+  expectRefused({"filter", file, "--lowpass", "99", "-o", path("out.wav"), "--plot", nowhere}, nowhere,
+                "cannot be written");
   EXPECT_EQ(read(older), "an older recording");
   EXPECT_EQ(filesPresent(), (std::vector<std::string>{"a.wav", "cut.wav", "older.wav"}));
 }

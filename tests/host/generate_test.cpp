@@ -78,10 +78,9 @@ TEST_F(GenerateTest, OptionsSetVoltageCurrentLagAndFrequency) {
     expectClose(phase.at("current_a").at("rms"), 5);
     expectClose(phase.at("power").at("active_w"), 300);
     expectClose(phase.at("power").at("reactive_var"), -600 * std::sin(60 * degree));
-    EXPECT_NEAR(
-        std::remainder(phase.at("voltage_v").at("harmonics_degrees").at(0).get<double>() + 120 * static_cast<double>(i),
-                       360),
-        0, 1e-3);
+    EXPECT_NEAR(std::remainder(
+                    phase.at("voltage_v").at("harmonics_deg").at(0).get<double>() + 120 * static_cast<double>(i), 360),
+                0, 1e-3);
   }
 }
 

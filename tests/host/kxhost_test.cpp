@@ -46,6 +46,10 @@ Outcome KxhostTest::run(const std::vector<std::string>& arguments, const std::st
   for (const std::string& argument : arguments) {
     command += ' ' + shellQuoted(argument);
   }
+  const bool writes = std::ranges::any_of(arguments, [](const std::string& argument) {
+    return argument == "-o" || argument == "--output" || argument == "--plot";
+  });
+  command += forces_ && writes ? " --force" : "";
   const int status = std::system((command + " >" + shellQuoted(out) + " 2>" + shellQuoted(err)).c_str());
   Outcome outcome{WIFEXITED(status) ? WEXITSTATUS(status) : -1, read(out), read(err)};
   std::filesystem::remove(out);
@@ -68,6 +72,16 @@ void KxhostTest::expectRefused(const std::vector<std::string>& arguments, const 
   EXPECT_EQ(outcome.out, "");
   expectOneLine(outcome.err);
   EXPECT_TRUE(outcome.err.starts_with("kxhost: " + file + ": ")) << outcome.err;
+  EXPECT_NE(outcome.err.find(reason), std::string::npos) << outcome.err;
+}
+
+void KxhostTest::expectUndrawn(const std::vector<std::string>& arguments, const std::string& output,
+                               const std::string& reason, const std::string& environment) const {
+  const Outcome outcome = run(arguments, environment);
+  EXPECT_EQ(outcome.code, 1);
+  EXPECT_NE(outcome.out, "");
+  expectOneLine(outcome.err);
+  EXPECT_TRUE(outcome.err.starts_with("kxhost: " + output + ": ")) << outcome.err;
   EXPECT_NE(outcome.err.find(reason), std::string::npos) << outcome.err;
 }
 

@@ -28,7 +28,7 @@ protected:
   /// Path of a file in the temporary directory.
   std::string path(const std::string& name) const { return (folder_ / name).string(); }
 
-  /// Runs `kxhost` with these arguments.
+  /// Runs `kxhost` with these arguments, with --force, too, where they name an output.
   /// @param environment  assignments that precede the command, as the shell takes them.
   Outcome run(const std::vector<std::string>& arguments, const std::string& environment = "") const;
 
@@ -37,6 +37,11 @@ protected:
 
   /// Expects exit code 1, nothing on standard output and one line on standard error: the file's name and what is wrong.
   void expectRefused(const std::vector<std::string>& arguments, const std::string& file, const std::string& reason,
+                     const std::string& environment = "") const;
+
+  /// Expects exit code 1, figures on standard output all the same, and one line on standard error: the output's name and
+  /// why it is not there.
+  void expectUndrawn(const std::vector<std::string>& arguments, const std::string& output, const std::string& reason,
                      const std::string& environment = "") const;
 
   /// Expects exit code 2, nothing on standard output and one line on standard error that holds `reason`.
@@ -61,6 +66,8 @@ protected:
 
   /// Names of the files in the temporary directory, sorted.
   std::vector<std::string> filesPresent() const;
+
+  bool forces_ = true;  ///< tests write the same files over and over
 
 private:
   std::filesystem::path folder_;

@@ -314,15 +314,16 @@ TEST_F(NoiseTest, MisuseIsExplainedInOneLine) {
   for (const char* rate : {"0", "-8000", "7999", "384001", "44100.5", "high"}) {
     expectNoiseMisuse("--rate", {"--pink", "--seconds", "1", std::string("--rate=") + rate, "-o", wav});
   }
-  for (const char* seed : {"-1", "one"}) {
-    expectNoiseMisuse("--seed", {"--pink", "--seconds", "1", std::string("--seed=") + seed, "-o", wav});
+  for (const char* seed : {"-1", "one", "1.5", "18446744073709551616", ""}) {
+    expectNoiseMisuse("is not a whole number from 0 to 18446744073709551615",
+                      {"--pink", "--seconds", "1", std::string("--seed=") + seed, "-o", wav});
   }
   EXPECT_EQ(filesPresent(), std::vector<std::string>{});
 }
 
 TEST_F(NoiseTest, NothingIsLeftAfterAFailure) {
   const std::string picture = path("out.png"), nowhere = path("nowhere/out.wav");
-  expectRefused({"noise", "--pink", "--seconds", "2", "-o", output(), "--plot", picture}, picture,
+  expectUndrawn({"noise", "--pink", "--seconds", "2", "-o", output(), "--plot", picture}, picture,
                 "gnuplot cannot be started", "PATH=/nowhere");
   expectRefused({"noise", "--pink", "--seconds", "2", "-o", nowhere}, nowhere, "cannot be written");
   EXPECT_EQ(filesPresent(), std::vector<std::string>{});

@@ -122,8 +122,9 @@ TEST_F(PowerInputTest, ChannelsThatCannotBeAreRefused) {
     refuse(file, "has no channel " + std::string(number) + ", they are numbered 1 to 6",
            {"--voltage", "1", std::string("--current=") + number});
   }
-  for (const char* scale : {"0,1", "1,nan", "inf,1"}) {
-    refuse(file, "is of no use", {"--scale", scale});
+  refuse(file, "is of no use", {"--scale", "0,1"});
+  for (const char* scale : {"1,nan", "inf,1"}) {
+    expectMisuse({"power", file, "--scale", scale}, "is not a finite number");
   }
   for (const char* scales : {"1", "1,2,3", "1,2,3,4,5,6,7"}) {
     refuse(file, "where 2 or 6 are needed", {"--scale", scales});
@@ -164,7 +165,7 @@ TEST_F(PowerInputTest, CorrectionCurvesThatCannotBeAreRefused) {
     expectRefused({"power", file, "--rate", "5000", "--correction", curve}, curve, reason);
   };
   refuse("f,g\n1,2\n", "is not a CSV file of three columns");
-  refuse("f,g,p\n", "holds no points");
+  refuse("f,g,p\n", "holds a header row alone, and no rows of numbers");
   refuse("f,g,p\n1,1,0\n1,2,0\n", "point 2: the frequencies do not ascend");
   refuse("f,g,p\n1,nan,0\n", "point 1 is not finite");
   refuse("f,g,p\n1,1,0\n2,x,0\n", "line 3, column g: not a number");
@@ -272,7 +273,7 @@ TEST_F(ComtradeTest, AsciiAndBinaryGiveTheFiguresOfTheSameCsv) {
 TEST_F(ComtradeTest, OtherSubcommandsReadThemToo) {
   const nlohmann::json result = stats({write("a", configuration("BINARY"), binary())}).at(0);
   EXPECT_EQ(result.at("samples"), frames);
-  EXPECT_EQ(result.at("duration"), 0.4);
+  EXPECT_EQ(result.at("duration_s"), 0.4);
   EXPECT_EQ(result.at("channels").at(3).at("name"), "IA [A]");
   double least = 0;
   for (size_t frame = 0; frame < frames; ++frame) {
@@ -424,7 +425,7 @@ TEST_F(ComtradeTest, SegmentsAndStatusChannelsAreChosenByOptions) {
   EXPECT_EQ(stats({file}).at(0).at("samples"), 300);
   const nlohmann::json first = stats({file, "--segment", "1", "--status"}).at(0);
   EXPECT_EQ(first.at("samples"), 100);
-  EXPECT_EQ(first.at("sample_rate"), 500);
+  EXPECT_EQ(first.at("sample_rate_hz"), 500);
   EXPECT_EQ(first.at("channels").size(), 9U);
   EXPECT_EQ(first.at("channels").at(7).at("name"), "S2");
   EXPECT_EQ(first.at("channels").at(7).at("minimum"), 1);

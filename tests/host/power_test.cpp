@@ -82,7 +82,7 @@ void expectHarmonics(const nlohmann::json& signal, const Signal& expected) {
       EXPECT_NEAR(rms, 0, 1e-5) << "order " << i + 1;
     } else {
       EXPECT_NEAR(rms, found->rms, 1e-6 * found->rms) << "order " << i + 1;
-      const double degrees = signal.at("harmonics_degrees").at(i).get<double>();
+      const double degrees = signal.at("harmonics_deg").at(i).get<double>();
       EXPECT_NEAR(std::remainder(degrees - found->degrees, 360), 0, 0.001) << "order " << i + 1;
     }
   }
@@ -132,7 +132,7 @@ TEST_F(PowerTest, AllOrdersUpTo50AreToldWithTheirAngles) {
   const auto near = [&](const nlohmann::json& signal, const Signal& expected) {
     for (size_t i = 0; i < expected.size(); ++i) {
       EXPECT_NEAR(signal.at("harmonics_rms").at(i).get<double>(), expected[i].rms, 1e-5) << i + 1;
-      const double degrees = signal.at("harmonics_degrees").at(i).get<double>();
+      const double degrees = signal.at("harmonics_deg").at(i).get<double>();
       EXPECT_NEAR(std::remainder(degrees - expected[i].degrees, 360), 0, 0.005) << i + 1;
       EXPECT_LE(std::abs(degrees), 180);
     }
@@ -242,7 +242,7 @@ TEST_F(PowerTest, EachWindowHasItsOwnFigures) {
   const double u = std::hypot(100, 3);
   expectClose(result.at("mean").at("phases").at(0).at("power").at("apparent_va"), (u * 10 + 2 * u * 30) / 2);
   expectClose(result.at("mean").at("phases").at(0).at("voltage_v").at("rms"), std::sqrt(2.5) * u);
-  expectClose(result.at("mean").at("phases").at(0).at("current_a").at("harmonics_degrees").at(0), -60);
+  expectClose(result.at("mean").at("phases").at(0).at("current_a").at("harmonics_deg").at(0), -60);
 }
 
 TEST_F(PowerTest, WindowsHoldTenCyclesOrTwelveOrWhatTheOptionSays) {
@@ -429,7 +429,7 @@ TEST_F(PowerTest, TheTablesNameTheirUnits) {
         "1      Ua [V]   231.1471       0.00  10.000  Ia [A]    10     -60.00  0.000  1150", "total",
         "Sequences  Positive", "Voltage/V       230", "Negative/%", "Zero/%\n",
         "Order  Frequency/Hz  Ua [V] rms/V  Angle/deg", "    3           150            23       0.00",
-        "From/s  f/Hz      U1/V", "Strongest/Hz", "u2/%", "u0/%  Flags\n"}) {
+        "From/s  f/Hz      U1/V", "u2/%", "u0/%  Strongest/Hz  Flags\n"}) {
     EXPECT_NE(outcome.out.find(line), std::string::npos) << line << "\n\n" << outcome.out;
   }
   EXPECT_EQ(run({"power", file, "--rate", "5000"}).out.find("Order"), std::string::npos);
@@ -471,7 +471,7 @@ TEST_F(PowerTest, ThreePicturesAreDrawn) {
                           "outer circle: 181.831 V", "third circle: 10 A"});
   expectTexts("harmonics", {"U1 (Ua [V])", "I3 (Ic [A])", "voltage in % of the fundamental",
                             "current in % of the fundamental", "harmonic order"});
-  expectTexts("trends", {"voltage in V", "current in A", "P in W", "Q in var", "U unbalance in %", "time in seconds",
+  expectTexts("trends", {"voltage in V", "current in A", "P in kW", "Q in kvar", "U unbalance in %", "time in seconds",
                          "phase 1", "total", "negative", "zero"});
   for (const auto& [name, width, height] :
        {std::tuple("two-phasors.png", 1300, 740), {"two-harmonics.png", 1200, 760}, {"two-trends.png", 1200, 974}}) {
@@ -523,6 +523,24 @@ TEST_F(PowerTest, PhasorsPointWhereTheyShould) {
   expectArrow("rgb(130,199,133)", 0.75, 60);
 }
 
+/// Beside each arrow its name, and with every unit the prefix that keeps numbers short.
+TEST_F(PowerTest, PicturesNamePhasorsAndPrefixedUnits) {
+  const std::string file = writeCsv(
+      "a.csv", threePhases,
+      sample({{{1, 110e3, 0}}, {{1, 110e3, -120}}, {{1, 110e3, 120}}, {{1, 90, 0}}, {{1, 90, -120}}, {{1, 0.09, 120}}},
+             5000, 50, 20));
+  EXPECT_EQ(run({"power", file, "--rate", "5000", "--plot", path("out.svg")}).code, 0);
+  const std::string phasors = read(path("out-phasors.svg")), trends = read(path("out-trends.svg"));
+  for (const char* text : {">U1<", ">U2<", ">U3<", ">I1<", ">I2<", ">I3<", "U2 (Ub [V]): 110 kV at -120.00 deg",
+                           "I3 (Ic [A]): 90 mA at 120.00 deg", "outer circle: 110 kV", "third circle: 90 A"}) {
+    EXPECT_NE(phasors.find(text), std::string::npos) << text;
+  }
+  for (const char* text : {"voltage in kV", "current in A", "P in MW"}) {
+    EXPECT_NE(trends.find(text), std::string::npos) << text;
+  }
+  EXPECT_EQ(trends.find("e+0"), std::string::npos);
+}
+
 TEST_F(PowerTest, BarsStandAtTheirOrders) {
   const std::string file = writeCsv("a.csv", threePhases, halvedVoltages());
   EXPECT_EQ(run({"power", file, "--rate", "5000", "--with-flagged", "--plot", path("out.svg")}).code, 0);
@@ -561,25 +579,26 @@ TEST_F(PowerTest, TrendsFollowTheWindows) {
   }
   EXPECT_NEAR(panes[0].x.pixelOf(0, AxisKind::linear), panes[0].left, 0.1);
   EXPECT_NEAR(panes[0].x.pixelOf(0.4, AxisKind::linear), panes[0].right, 0.1);
-  const auto expectTrend = [&](size_t pane, const std::string& title, const std::string& pointer) {
+  const auto expectTrend = [&](size_t pane, const std::string& title, const std::string& pointer, double unit = 1) {
     std::vector<Place> points;
     for (const nlohmann::json& window : windows) {
       points.push_back({0.1 + 0.2 * static_cast<double>(points.size()),
-                        window.at(nlohmann::json::json_pointer(pointer)).get<double>()});
+                        window.at(nlohmann::json::json_pointer(pointer)).get<double>() / unit});
     }
     expectMarks(panes[pane], panes[pane].curve(title), points);
     expectThrough(panes[pane], panes[pane].curve(title), points);
   };
   EXPECT_NEAR(windows[1]["phases"][1]["voltage_v"]["rms"].get<double>(), 110, 1e-3);
+  constexpr double kilo = 1000;
   for (int phase = 0; phase < 3; ++phase) {
     const std::string at = "/phases/" + std::to_string(phase), number = std::to_string(phase + 1);
     expectTrend(0, 'U' + number, at + "/voltage_v/rms");
     expectTrend(1, 'I' + number, at + "/current_a/rms");
-    expectTrend(2, "phase " + number, at + "/power/active_w");
-    expectTrend(3, "phase " + number, at + "/power/reactive_var");
+    expectTrend(2, "phase " + number, at + "/power/active_w", kilo);
+    expectTrend(3, "phase " + number, at + "/power/reactive_var", kilo);
   }
-  expectTrend(2, "total", "/total/active_w");
-  expectTrend(3, "total", "/total/reactive_var");
+  expectTrend(2, "total", "/total/active_w", kilo);
+  expectTrend(3, "total", "/total/reactive_var", kilo);
   expectTrend(4, "negative", "/voltage_sequences_v/negative_percent");
   expectTrend(4, "zero", "/voltage_sequences_v/zero_percent");
 }
@@ -625,7 +644,7 @@ TEST_F(PowerTest, NoPictureIsLeftAfterAFailure) {
   expectPowerRefused(file, "is too short", {"--rate", "5000", "--plot", path("out")});
   expectRefused({"power", file, "--rate", "5000", "--plot", path("nowhere/out")}, path("nowhere/out-phasors.png"),
                 "cannot be written: No such file or directory");
-  expectRefused({"power", file, "--rate", "5000", "--cycles", "9", "--plot", path("out.svg")}, path("out-phasors.svg"),
+  expectUndrawn({"power", file, "--rate", "5000", "--cycles", "9", "--plot", path("out.svg")}, path("out-phasors.svg"),
                 "gnuplot cannot be started", "PATH=/nowhere");
   EXPECT_EQ(filesPresent(), std::vector<std::string>{"a.csv"});
 }

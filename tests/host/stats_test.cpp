@@ -119,7 +119,7 @@ TEST_F(StatsTest, AnEmptyRecordingHasARowWithoutFigures) {
   const std::string file = writeAudio("empty.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_16, 2, std::vector<int16_t>{});
   const auto results = stats({file});
   EXPECT_EQ(results.at(0).at("samples"), 0);
-  EXPECT_EQ(results.at(0).at("duration"), 0);
+  EXPECT_EQ(results.at(0).at("duration_s"), 0);
   ASSERT_EQ(results.at(0).at("channels").size(), 2);
   for (const char* figure : {"minimum", "maximum", "average", "rms", "ac_rms", "crest_factor"}) {
     EXPECT_TRUE(results.at(0).at("channels").at(1).at(figure).is_null()) << figure;
@@ -154,8 +154,8 @@ TEST_F(StatsTest, AllContainersOfTheSameSamplesGiveTheSameFigures) {
   }
   for (const auto& result : stats(files)) {
     expectFigures(result, samples, exactSums);
-    EXPECT_EQ(result.at("sample_rate"), 48000);
-    EXPECT_EQ(result.at("duration"), 10000 / 48000.);
+    EXPECT_EQ(result.at("sample_rate_hz"), 48000);
+    EXPECT_EQ(result.at("duration_s"), 10000 / 48000.);
   }
 }
 
@@ -259,8 +259,8 @@ TEST_F(StatsTest, RawFilesOfEveryTypeAreRead) {
   };
   const auto result = rawStats("int16", writeRaw("int16.raw", shorts));
   EXPECT_EQ(result.at("container"), "raw");
-  EXPECT_EQ(result.at("sample_rate"), 12.5);
-  EXPECT_EQ(result.at("duration"), 800);
+  EXPECT_EQ(result.at("sample_rate_hz"), 12.5);
+  EXPECT_EQ(result.at("duration_s"), 800);
   expectFigures(result, shorts, exactSums);
   expectFigures(rawStats("int32", writeRaw("int32.raw", longs)), longs, doubleSums);
   expectFigures(rawStats("float", writeRaw("float.raw", floats)), floats, singleOffset);
@@ -269,14 +269,14 @@ TEST_F(StatsTest, RawFilesOfEveryTypeAreRead) {
 
 TEST_F(StatsTest, ARateOnTheCommandLineReplacesTheFilesOwn) {
   const std::string file = writeAudio("a.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_16, 1, std::vector<int16_t>(1000, 1));
-  EXPECT_EQ(stats({"--rate", "2000", file}).at(0).at("duration"), 0.5);
+  EXPECT_EQ(stats({"--rate", "2000", file}).at(0).at("duration_s"), 0.5);
 }
 
 TEST_F(StatsTest, WithoutARateThereIsNoDuration) {
   const std::string file = writeRaw("a.raw", std::vector<int16_t>(1000, 1));
   const auto result = stats({"--raw", "int16", "--channels", "1", file}).at(0);
-  EXPECT_TRUE(result.at("sample_rate").is_null());
-  EXPECT_TRUE(result.at("duration").is_null());
+  EXPECT_TRUE(result.at("sample_rate_hz").is_null());
+  EXPECT_TRUE(result.at("duration_s").is_null());
 }
 
 TEST_F(StatsTest, NumericColumnsOfACsvFileAreItsChannels) {
@@ -323,12 +323,6 @@ TEST_F(StatsTest, CsvFilesMayBeWrittenInManyWays) {
   EXPECT_EQ(quoted.at("channels").at(0).at("name"), "a, \"first\"");
 }
 
-TEST_F(StatsTest, ACsvFileWithoutRowsIsAnEmptyRecording) {
-  const auto result = stats({writeText("a.csv", "a,b\n")}).at(0);
-  EXPECT_EQ(result.at("samples"), 0);
-  EXPECT_EQ(result.at("channels").size(), 2);
-}
-
 std::vector<std::vector<std::string>> cellsOf(const std::string& table) {
   std::vector<std::vector<std::string>> rows;
   std::istringstream lines(table);
@@ -371,7 +365,7 @@ TEST_F(StatsTest, TableAndCsvSayWhatTheJsonSays) {
       EXPECT_EQ(row[1], "wav int32");
       EXPECT_EQ(row[2], std::to_string(i + 1));
       EXPECT_EQ(row[3], "1234");
-      EXPECT_NEAR(std::stod(row[4]), result.at("duration"), tolerance);
+      EXPECT_NEAR(std::stod(row[4]), result.at("duration_s"), tolerance);
       EXPECT_EQ(std::stod(row[5]), channel.at("minimum"));
       EXPECT_EQ(std::stod(row[6]), channel.at("maximum"));
       size_t column = 7;

@@ -53,6 +53,12 @@ cmake --build "$work/cpp20" >/dev/null
 for consumer in "$work"/cpp20/consumer-{sse41,portable,kxcalc}; do
   expect "$consumer" "$("$consumer")" "2.17 1 -4 8"
 done
+if [ -x "$work/prefix/bin/kxhost" ]; then # its manual pages and completions are installed with it
+  for file in man/man1/kxhost{,-generate-power,-spectrum}.1 bash-completion/completions/kxhost zsh/site-functions/_kxhost \
+    fish/vendor_completions.d/kxhost.fish; do
+    test -s "$work/prefix/share/$file"
+  done
+fi
 expect "the flickermeter of the analyses" "$("$work/cpp20/flickermeter")" "Pst 1.00"
 
 # The pkg-config files name the right folders whatever the library folder is: one or two below the prefix, or elsewhere.

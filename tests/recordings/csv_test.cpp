@@ -1,5 +1,6 @@
 #include <sys/resource.h>
 
+#include <cmath>
 #include <csignal>
 #include <limits>
 
@@ -57,11 +58,37 @@ TEST_F(CsvTest, FieldsMayBeQuotedBlankLinesAreSkippedAndReadingBeginsAnew) {
   EXPECT_EQ(recording->position(), 35 / 64.0);  // bytes of the first three lines
 }
 
-TEST_F(CsvTest, TheSeparatorIsTheOneThatTheHeaderHoldsMostOf) {
-  EXPECT_EQ(values("a;b,x;c\n1;2;3\n"), (Doubles{1, 2, 3}));
-  EXPECT_EQ(values("a\tb;x\tc\n1\t2\t3\n"), (Doubles{1, 2, 3}));
-  EXPECT_EQ(values("a\n1\n"), (Doubles{1}));
-  EXPECT_EQ(samplesOf<double>(*openRecording(write("a.tsv", "a\tb\n1\t2\n"), {}), 3), (Doubles{1, 2}));
+TEST_F(CsvTest, TextsOfAnyEndingAreTables) {
+  for (const std::string name : {"a.tsv", "a.txt", "a.DAT", "a.csv"}) {
+    const auto recording = openRecording(write(name, "a\tb\n1,5\t2\n"), {});
+    EXPECT_EQ(samplesOf<double>(*recording, 3), (Doubles{1.5, 2})) << name;
+    EXPECT_EQ(recording->format().container, name[2] == 't' && name[3] == 'x' ? "text"
+                                             : name[2] == 'D'                 ? "text"
+                                                                              : "csv");
+  }
+  EXPECT_EQ(problem(write("b.dat", std::string(100, '\0'))),
+            "is no text, its byte 1 is 0: raw samples are read with --raw and --channels");
+  write("a.cfg", "");
+  EXPECT_EQ(problem(write("a.dat", "1 2\n")), "is opened by the .cfg file beside it, or with --raw");
+}
+
+TEST_F(CsvTest, OptionsOfTextsAreForTexts) {
+  InputOptions options;
+  options.columnNumbers = {2, 1};
+  EXPECT_EQ(values("1;2,5\n3;4\n", options), (Doubles{2.5, 1, 4, 3}));
+  options.raw = "int16";
+  options.channels = 1;
+  EXPECT_EQ(refusal("1234", options), "has no named columns: --column and --columns are for text files");
+  options.columnNumbers.clear();
+  EXPECT_EQ(refusal("", options), "is empty: it holds no samples");
+}
+
+TEST_F(CsvTest, MissingSamplesAreNotedOnce) {
+  const auto recording = openRecording(write("a.csv", "u\n1\nnan\n\"\"\n2\n"), {});
+  samplesOf<double>(*recording, 2);
+  recording->rewind();
+  samplesOf<double>(*recording, 3);
+  EXPECT_EQ(recording->notes(), Names{"2 samples of channel u are missing and taken as NaN, the first one in line 3"});
 }
 
 TEST_F(CsvTest, ColumnsOfTextAreLeftOutAndNamedOnesTaken) {
@@ -72,7 +99,6 @@ TEST_F(CsvTest, ColumnsOfTextAreLeftOutAndNamedOnesTaken) {
   InputOptions options;
   options.columns = {"i", "u", "i"};
   EXPECT_EQ(values("time,u,i\nnoon,1,2\nlater,3,4\n", options), (Doubles{2, 1, 2, 4, 3, 4}));
-  EXPECT_EQ(openRecording(write("b.csv", "u,i\n"), {})->format().channels, (Names{"u", "i"}));
   options.columns = {"time"};
   EXPECT_EQ(refusal("time,u\nnoon,1\n", options), "line 2, column time: not a number: noon");
   options.columns = {"x"};
@@ -80,17 +106,8 @@ TEST_F(CsvTest, ColumnsOfTextAreLeftOutAndNamedOnesTaken) {
 }
 
 TEST_F(CsvTest, WhatCannotBeReadIsNamed) {
-  EXPECT_EQ(refusal(""), "is empty: a header row with the columns' names is needed");
-  EXPECT_EQ(refusal("\n \n"), "is empty: a header row with the columns' names is needed");
-  EXPECT_EQ(refusal("1,2\n3,4\n"), "has no header row: the first row holds numbers");
-  EXPECT_EQ(refusal("1,b\n3,4\n"), "");
-  EXPECT_EQ(refusal("a,b\nx,y\n"), "no column holds numbers");
-  EXPECT_EQ(refusal("a,b\n1,2\n\n3\n"), "line 4 has 1 fields, the header row has 2");
-  EXPECT_EQ(refusal("a,b\n1,2\n3,4,5\n"), "line 3 has 3 fields, the header row has 2");
-  EXPECT_EQ(refusal("a,b\n1,2\n3,\n"), "line 3, column b: empty");
+  EXPECT_EQ(refusal(""), "is empty: it holds no rows");
   EXPECT_EQ(refusal("a,b\n1,2\n3,4x\n"), "line 3, column b: not a number: 4x");
-  EXPECT_EQ(refusal("a,b\n1,2\n3,\"4\n"), "line 3: a quote is not closed");
-  EXPECT_EQ(refusal("a,b\n1,2\n3,\"4\"\"\n"), "line 3: a quote is not closed");
 }
 
 TEST_F(CsvTest, FieldsAndNumbers) {
@@ -99,8 +116,32 @@ TEST_F(CsvTest, FieldsAndNumbers) {
   EXPECT_EQ(*numberIn("+1.5e2"), 150);
   EXPECT_EQ(*numberIn("-0.25"), -0.25);
   EXPECT_FALSE(numberIn("") || numberIn("1 ") || numberIn("x") || numberIn("++1") || numberIn("1e999"));
+  EXPECT_EQ(*numberIn("1,5", ','), 1.5);
+  EXPECT_FALSE(numberIn("1,5") || numberIn("1.5", ',') || numberIn("+-1") || numberIn("-") || numberIn("infinit"));
+  EXPECT_EQ(*numberIn("-INF"), -INFINITY);
+  EXPECT_EQ(*numberIn("1e-400"), 0);
   EXPECT_EQ(fieldsOf("a; b ;;", ';'), (std::vector<std::string_view>{"a", "b", "", ""}));
   EXPECT_EQ(fieldsOf("", ';'), (std::vector<std::string_view>{""}));
+}
+
+TEST_F(CsvTest, QuotedFields) {
+  const auto split = [](std::string line, char separator) {
+    std::vector<std::string_view> fields;
+    const bool isClosed = splitQuotedFields(line, separator, fields);
+    return isClosed ? Names(fields.begin(), fields.end()) : Names{"open"};
+  };
+  EXPECT_EQ(split("a, \"b,\"\"c\" ,\" d \"", ','), (Names{"a", "b,\"c", " d "}));
+  EXPECT_EQ(split("\"a\"b,c", ','), (Names{"\"a\"b", "c"}));
+  EXPECT_EQ(split("", ','), Names{""});
+  EXPECT_EQ(split(",", ','), (Names{"", ""}));
+  EXPECT_EQ(split("a\t \tb", '\t'), (Names{"a", "", "b"}));
+  EXPECT_EQ(split(" \t", '\t'), (Names{"", ""}));
+  EXPECT_EQ(split("  a \t b\t", ' '), (Names{"a", "b"}));
+  EXPECT_EQ(split(" \"a b\" c", ' '), (Names{"a b", "c"}));
+  EXPECT_EQ(split("  ", ' '), Names{});
+  EXPECT_EQ(split("a,\"b", ','), Names{"open"});
+  EXPECT_EQ(split("a,\"b\"\"", ','), Names{"open"});
+  EXPECT_EQ(split("a,\"", ','), Names{"open"});
 }
 
 TEST_F(CsvTest, WrittenFilesAreComplete) {
@@ -156,7 +197,9 @@ TEST_F(CsvTest, PressuresOverTheCrankAngle) {
   EXPECT_EQ(table.angles, angles);
   EXPECT_EQ(table.columns, 2U);
   EXPECT_EQ(table.pressures, (std::vector<float>{1, 0.1F, 2, 0.2F, 3, 0.3F}));
-  const PressureTable one = readPressureTable(path("p.csv"), {"angle", "cycle 2"}, 6);
+  InputOptions chosen;
+  chosen.columns = {"angle", "cycle 2"};
+  const PressureTable one = readPressureTable(path("p.csv"), chosen, 6);
   EXPECT_EQ(one.pressures, (std::vector<float>{0.1F, 0.2F, 0.3F}));
   std::string many = "a,p\n";
   for (int i = 0; i < 5000; ++i) {
@@ -173,20 +216,34 @@ TEST_F(CsvTest, PressuresOverTheCrankAngle) {
 }
 
 TEST_F(CsvTest, PressuresThatCannotBeAreNamed) {
-  const auto refused = [&](const std::string& text, size_t most = 100) {
+  const auto refused = [&](const std::string& text, size_t rows, size_t most = 100) {
     const std::string file = write("p.csv", text);
-    return problemOf(file, [&] { readPressureTable(file, {}, most); });
+    const PressureTable table = readPressureTable(file, {}, most);
+    EXPECT_EQ(table.angles.size(), rows);
+    EXPECT_EQ(table.pressures.size() / table.columns, rows);
+    return table.problem.substr(std::min(table.problem.size(), file.size() + 2));
   };
-  EXPECT_EQ(refused("t,a,p\nx,1,2\n"),
-            "data row 1: column t holds text and is left out, which only --column can allow");
-  EXPECT_EQ(refused("a\n1\n"), "has one column: a crank angle and at least one pressure are needed");
-  EXPECT_EQ(refused("a,p\n1,2\n1e10,3\n"), "data row 2: column a: 1e+10 is no crank angle");
-  EXPECT_EQ(refused("a,p\n1,2\nnan,3\n"), "data row 2: column a: nan is no crank angle");
-  EXPECT_EQ(refused("a,p,q\n1,2,3\n2,3,-1e10\n"), "data row 2: column q: -1e+10 is no pressure");
-  EXPECT_EQ(refused("a,p,q\n1,inf,3\n"), "data row 1: column p: inf is no pressure");
-  EXPECT_EQ(refused("a,p\n1e9,-1e9\n"), "");
-  EXPECT_EQ(refused("a,p,q\n1,2,3\n2,3,4\n", 3), "holds more than 3 samples");
-  EXPECT_EQ(refused("a,p,q\n1,2,3\n2,3,4\n", 4), "");
+  const std::string file = write("one.csv", "a\n1\n");
+  EXPECT_EQ(problemOf(file, [&] { readPressureTable(file, {}, 9); }),
+            "has one column: a crank angle and at least one pressure are needed");
+  EXPECT_EQ(refused("a,p\n1,2\n1e10,3\n", 1), "data row 2: column a: 1e+10 is no crank angle");
+  EXPECT_EQ(refused("a,p\n1,2\nnan,3\n", 1), "line 3, channel a: nan is not a finite number");
+  EXPECT_EQ(refused("a,p,q\n1,2,3\n2,3,-1e10\n", 1), "data row 2: column q: -1e+10 is no pressure");
+  EXPECT_EQ(refused("a,p,q\n1,inf,3\n", 0), "line 2, channel p: inf is not a finite number");
+  EXPECT_EQ(refused("a,p\n1,2\n3,x\n", 1), "line 3, column p: not a number: x");
+  EXPECT_EQ(refused("a,p\n1e9,-1e9\n", 1), "");
+  EXPECT_EQ(refused("a,p,q\n1,2,3\n2,3,4\n", 2, 3), "holds more than 3 samples");
+  EXPECT_EQ(refused("a,p,q\n1,2,3\n2,3,4\n", 2, 4), "");
+}
+
+TEST_F(CsvTest, PressuresNeedNoHeader) {
+  InputOptions input;
+  const PressureTable table = readPressureTable(write("p.txt", "% bench 3\n-1,5 2,25 3\n0,0 4 5\n"), input, 9);
+  EXPECT_EQ(table.angles, (Doubles{-1.5, 0}));
+  EXPECT_EQ(table.pressures, (std::vector<float>{2.25F, 3, 4, 5}));
+  EXPECT_TRUE(table.notes.empty() && table.problem.empty());
+  EXPECT_EQ(readPressureTable(write("t.csv", "t,p,state\n0,1,on\n1,2,off\n"), input, 9).notes,
+            Names{"column state holds text and is left out"});
 }
 
 }  // namespace

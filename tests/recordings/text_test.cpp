@@ -45,6 +45,17 @@ TEST(LineReader, LinesEndInLineFeedsWithOrWithoutCarriageReturns) {
             (Lines{{"abc", true, 1, 4}, {"abc", false, 2, 9}, {"abc", true, 3, 13}}));
 }
 
+TEST(LineReader, CarriageReturnsAloneMayEndLines) {
+  const std::string text = "a\rbc\r\rd";
+  MemoryBytes bytes("text", text);
+  LineReader reader(bytes, {0, text.size()}, 9, LineReader::EndMark::isText, 0, '\r');
+  std::string all;
+  while (*reader.next()) {
+    all += std::to_string(reader.number()) + std::string(reader.line()) + ' ';
+  }
+  EXPECT_EQ(all, "1a 2bc 3 4d ");
+}
+
 TEST(LineReader, LinesGoOnFromPieceToPiece) {
   for (const size_t length : {65535U, 65536U, 65537U, 200000U}) {
     const std::string text = std::string(length, 'a') + "\nb\x1A";

@@ -111,6 +111,43 @@ TEST_F(CycleAnalysisTest, FiguresOfACycle) {
   EXPECT_EQ(analysis.angles(), angles_);
 }
 
+TEST_F(CycleAnalysisTest, OfEqualPeaksTheFirstIsNamed) {
+  options_.pegging = Pegging::none;
+  for (const size_t first : {0U, 1U, 5U, 6U, 7U}) {
+    std::vector<float> raw(angles_.size(), 1);
+    raw[first] = raw[first + 1] = raw[8] = raw[100] = 9;
+    EXPECT_EQ(*make().feed(raw).peakAngle, angles_[first]);
+  }
+}
+
+TEST_F(CycleAnalysisTest, TheRiseIsLookedForInItsWindow) {
+  options_.pegging = Pegging::none;
+  std::vector<float> raw = cycle(500, 0);
+  raw[106] = 90;  // at -148 degrees, where a sensor may see a valve close
+  EXPECT_EQ(make().feed(raw).rise.angle, 0);
+  options_.rise = {-180, 180};
+  EXPECT_EQ(make().feed(raw).rise.angle, -150);
+  options_.rise = {0, 3};
+  EXPECT_EQ(problem(), "holds less than 3 samples of a cycle from 0 to 3 degrees");
+  options_ = {};
+  options_.burn = {0, 3};
+  EXPECT_EQ(problem(), "holds less than 3 samples of a cycle from 0 to 3 degrees");
+}
+
+TEST_F(CycleAnalysisTest, NetWorkAndHeatAreThoseOfTheCycle) {
+  options_.pegging = Pegging::none;
+  const std::vector<float> raw = cycle(500, 0);  // the pressure triples after top dead centre
+  const CycleFigures figures = make().feed(raw);
+  expectClose(*figures.netMeanEffectivePressure, *netMeanEffectivePressure(engine, angles_, raw));
+  ASSERT_TRUE(figures.burn);
+  EXPECT_NEAR(figures.burn->angle50, 1, 1e-3);
+  options_.heatExponents = HeatExponents{1.25, 1.35};
+  const auto given = heatRelease(engine, angles_, raw, options_.burn, *options_.heatExponents);
+  EXPECT_EQ(make().feed(raw).burn->heat, given->heat);
+  EXPECT_NE(given->heat, figures.burn->heat);
+  EXPECT_FALSE(make().feed(std::vector<float>(angles_.size(), -1)).burn);
+}
+
 TEST_F(CycleAnalysisTest, CyclesAreAveragedAndTheirExtremesKept) {
   options_.pegging = Pegging::none;
   options_.window = 2;

@@ -99,20 +99,60 @@ TEST(MeanEffectivePressure, BeyondTheClosedCycleNothingCountsAndItsEndsAreCutToT
   expectClose(grossMeanEffectivePressure(engine, angles, samples), (expected + more) / engine.displacement());
 }
 
+/// The area within the closed curve, by its corners' coordinates (Gauss), in place of the sum of trapezoids.
+TEST(NetMeanEffectivePressure, ItIsTheAreaOfTheDiagram) {
+  for (const double step : {0.2, 1.0, 3.0}) {
+    const auto open = anglesFrom(-360, 360 - step, step), closed = anglesFrom(-360, 360, step);
+    const auto pressure = [](double angle) {
+      return 3 + std::cos(angle * 0.0087) * 2 + angle / 500 + (angle > 0 ? 4 : 0);
+    };
+    const auto samples = samplesOf(open, pressure);
+    long double area = 0;
+    for (size_t i = 0; i < open.size(); ++i) {
+      const size_t next = (i + 1) % open.size();
+      area += engine.volume(open[next]) * static_cast<long double>(samples[i]) -
+              engine.volume(open[i]) * static_cast<long double>(samples[next]);
+    }
+    const double expected = static_cast<double>(area / 2) / engine.displacement();
+    ASSERT_TRUE(netMeanEffectivePressure(engine, open, samples));
+    expectClose(*netMeanEffectivePressure(engine, open, samples), expected);
+    auto both = samples;
+    both.push_back(samples.front());
+    expectClose(*netMeanEffectivePressure(engine, closed, both), expected);
+  }
+}
+
+TEST(NetMeanEffectivePressure, AllFourStrokesAreNeeded) {
+  const auto flat = [](double first, double last) {
+    const auto angles = anglesFrom(first, last, 1);
+    return netMeanEffectivePressure(engine, angles, std::vector<float>(angles.size(), 5));
+  };
+  EXPECT_NEAR(*flat(-360, 359), 0, 1e-12);
+  EXPECT_NEAR(*flat(-360, 360), 0, 1e-12);
+  EXPECT_NEAR(*flat(-359.5, 359.5), 0, 1e-12);
+  EXPECT_FALSE(flat(-360, 358) || flat(-180, 180));
+}
+
 TEST(SteepestRise, DifferencesAreTakenOverTwoSteps) {
   const std::vector<double> angles{-182, -180, -100, -98, -96, 0, 178, 180, 182};
   const std::vector<float> pressures{0, 100, 101, 103, 111, 112, 0, 2, 900};
-  const PressureRise rise = steepestRise(angles, pressures);
+  const PressureRise rise = steepestRise(angles, pressures, closedCycle);
   EXPECT_EQ(rise.angle, -98);
   expectClose(rise.steepness, 2.5);
   const auto even = anglesFrom(-180, 180, 1);
-  const PressureRise cubic = steepestRise(even, samplesOf(even, [](double angle) { return -angle * angle; }));
+  const PressureRise cubic =
+      steepestRise(even, samplesOf(even, [](double angle) { return -angle * angle; }), closedCycle);
   EXPECT_EQ(cubic.angle, -179);
   expectClose(cubic.steepness, 358);
   // What is steeper outside, or from inside to outside, does not count.
-  const PressureRise outside =
-      steepestRise({-182, -180, -178, -176, 176, 178, 180, 182}, std::vector<float>{0, 90, 91, 91, 91, 92, 93, 300});
+  const PressureRise outside = steepestRise({-182, -180, -178, -176, 176, 178, 180, 182},
+                                            std::vector<float>{0, 90, 91, 91, 91, 92, 93, 300}, closedCycle);
   EXPECT_EQ(outside.angle, 178);
+  const PressureRise window =
+      steepestRise(even, samplesOf(even, [](double angle) { return -angle * angle; }), {-60, 60});
+  EXPECT_EQ(window.angle, -59);
+  EXPECT_EQ(steepestRise({-2, -1, 0, 1, 2}, std::vector<float>{0, 1, 2, 3, 4}, {-2, 2}).angle,
+            -1);  // the first of equal ones
   expectClose(outside.steepness, 0.5);
 }
 

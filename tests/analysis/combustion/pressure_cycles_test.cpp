@@ -79,6 +79,82 @@ TEST(PressureCycles, ALongRunIsCutIntoCompleteCycles) {
   EXPECT_EQ(far->cycles.cycle(1).front(), 36 + 72);
 }
 
+/// A pressure that is its angle's number of steps from -360 degrees, wherever the angles begin.
+std::vector<float> places(const std::vector<double>& angles, double step, double tdc = 0) {
+  std::vector<float> pressures;
+  for (const double angle : angles) {
+    const double turn = std::fmod(angle - tdc + 360 + 7200 + 1e-6, 720);
+    pressures.push_back(static_cast<float>(std::floor(turn / step + 1e-3)));
+  }
+  return pressures;
+}
+
+TEST(PressureCycles, AWholeCycleMayLieAnywhere) {
+  for (const double step : {0.2, 0.5, 1.0, 2.0}) {
+    const auto length = static_cast<size_t>(std::lround(720 / step));
+    for (const double first : {-180.0, 0.0, -360.0, -720.0, 360.0, 540.0, -356.0, 90.0}) {
+      SCOPED_TRACE(testing::Message() << first << " by " << step);
+      const auto angles = anglesOf(first, step, length);
+      const auto cut = cyclesOf(angles, places(angles, step), 1);
+      ASSERT_TRUE(cut) << cut.problem();
+      EXPECT_EQ(cut->leftOut, 0U);
+      ASSERT_EQ(cut->cycles.samples, numbered(length));
+      for (size_t i = 0; i < length; ++i) {
+        EXPECT_NEAR(cut->cycles.angles[i], -360 + static_cast<double>(i) * step, 1e-9);
+      }
+    }
+  }
+  // An angle that is there at both ends counts once; the rows of several cycles turn together.
+  const auto angles = anglesOf(-180, 10, 73);
+  std::vector<float> pressures;
+  for (const float place : places(angles, 10)) {
+    pressures.insert(pressures.end(), {place, 100 + place});
+  }
+  const auto cut = cyclesOf(angles, pressures, 2);
+  ASSERT_TRUE(cut) << cut.problem();
+  EXPECT_EQ(cut->leftOut, 2U);
+  EXPECT_EQ(cut->cycles.count(), 2U);
+  EXPECT_EQ(cut->cycles.cycle(1)[0], 100);
+  EXPECT_EQ(cut->cycles.cycle(0)[71], 71);
+  EXPECT_EQ(cut->cycles.angles.size(), 72U);
+}
+
+TEST(PressureCycles, TheTopDeadCentreMayLieElsewhere) {
+  for (const double tdc : {360.0, -0.7, 0.35, 12.0, -720.0}) {
+    SCOPED_TRACE(tdc);
+    const auto angles = anglesOf(0, 0.5, 1440);
+    const auto cut = cyclesOf(angles, places(angles, 0.5, tdc), 1, tdc);
+    ASSERT_TRUE(cut) << cut.problem();
+    EXPECT_EQ(cut->cycles.samples, numbered(1440));
+    EXPECT_NEAR(cut->cycles.angles[720], 0, 0.36);
+    EXPECT_NEAR(std::remainder(cut->cycles.angles[720] + tdc, 0.5), 0, 1e-9);
+  }
+  const auto closed = cyclesOf(anglesOf(180, 1, 361), numbered(361), 1, 360);
+  ASSERT_TRUE(closed) << closed.problem();
+  EXPECT_EQ(closed->cycles.angles, anglesOf(-180, 1, 361));
+  EXPECT_EQ(closed->cycles.samples, numbered(361));
+}
+
+TEST(PressureCycles, AnglesThatBeginAnewRunOn) {
+  std::vector<double> angles;
+  for (int i = 0; i < 3 * 144; ++i) {
+    angles.push_back(-180 + (i % 144) * 5);
+  }
+  const auto cut = cyclesOf(angles, numbered(angles.size()), 1);
+  ASSERT_TRUE(cut) << cut.problem();
+  EXPECT_EQ(cut->cycles.count(), 2U);
+  EXPECT_EQ(cut->cycles.samples.front(), 108);
+  EXPECT_EQ(cut->leftOut, 144U);
+  EXPECT_EQ(cut->cycles.angles, anglesOf(-360, 5, 144));
+}
+
+TEST(PressureCycles, TheFirstRowsAreCheckedWhileMoreMayCome) {
+  EXPECT_EQ(problemOf(checkedAngles({})), "");
+  EXPECT_EQ(problemOf(checkedAngles({5})), "");
+  EXPECT_EQ(problemOf(checkedAngles({358, 359, -360, -359})), "");
+  EXPECT_EQ(problemOf(checkedAngles({0, 1, 1, 2})), "data row 3: the crank angle does not rise");
+}
+
 TEST(PressureCycles, RowsThatCannotBeAreNamed) {
   const auto problem = [](const std::vector<double>& angles, size_t columns = 1) {
     return problemOf(cyclesOf(angles, std::vector<float>(angles.size() * columns), columns));
@@ -92,13 +168,23 @@ TEST(PressureCycles, RowsThatCannotBeAreNamed) {
   EXPECT_EQ(problem({0, 1, 1, 2}), "data row 3: the crank angle does not rise");
   EXPECT_EQ(problem({0, 1, NAN, 2}), "data row 3: the crank angle does not rise");
   EXPECT_EQ(problem({0, -1}), "data row 2: the crank angle does not rise");
-  EXPECT_EQ(problem({0, 1, 2.2}), "data row 3: the crank angle steps by 1.2 degrees, the rows before by 1");
+  EXPECT_EQ(problem({0, 1, 2.2}), "data row 3: the crank angle steps by 1.2 degrees, most others by 1");
+  EXPECT_EQ(problem({0, 3, 4, 5, 6}), "data row 2: the crank angle steps by 3 degrees, most others by 1");
+  EXPECT_EQ(problem({NAN, NAN, 1}), "data row 2: the crank angle does not rise");
+  EXPECT_EQ(problem({0, 1, 2, 3, -355, -354}), "data row 5: the crank angle does not rise");
   EXPECT_EQ(problem({0, 1, 2.05, 2.97}), "");
-  EXPECT_EQ(problem(anglesOf(-361, 1, 100)), "data row 1: the crank angle lies outside of -360 to 360 degrees");
+  constexpr const char* neither = " degrees: that is neither a whole cycle nor one within -360 to 360 degrees";
+  EXPECT_EQ(problem(anglesOf(-361, 1, 100)), "the crank angle runs from -361 to -262" + std::string(neither));
   EXPECT_EQ(problem(anglesOf(-360.09, 1, 100)), "");
-  EXPECT_EQ(problem(anglesOf(300, 1, 62)), "data row 62: the crank angle lies outside of -360 to 360 degrees");
+  EXPECT_EQ(problem(anglesOf(300, 1, 62)), "the crank angle runs from 300 to 361" + std::string(neither));
   EXPECT_EQ(problem(anglesOf(300.09, 1, 61)), "");
-  EXPECT_EQ(problem(anglesOf(-360, 10, 80), 2), "data row 80: the crank angle lies outside of -360 to 360 degrees");
+  EXPECT_EQ(problem(anglesOf(180, 1, 361)), "the crank angle runs from 180 to 540" + std::string(neither));
+  EXPECT_EQ(problem(anglesOf(-360, 10, 80), 2),
+            "the crank angle runs over 790 degrees: columns of pressures are one cycle each, of 720");
+  EXPECT_EQ(problemOf(cyclesOf({0, 1}, std::vector<float>(2), 1, 721)),
+            "top dead centre is 721: it lies from -720 to 720 degrees");
+  EXPECT_EQ(problemOf(cyclesOf({0, 1}, std::vector<float>(2), 1, NAN)),
+            "top dead centre is nan: it lies from -720 to 720 degrees");
   EXPECT_EQ(problem(anglesOf(-360, 7, 200)),
             "720 degrees are not a whole number of steps of 7: the cycles' samples do not meet");
   EXPECT_EQ(problem(anglesOf(-180, 10, 80)), "holds no complete cycle from -360 to 360 degrees");

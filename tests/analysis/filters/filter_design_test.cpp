@@ -179,10 +179,10 @@ TEST(FilterDesign, SettingsThatCannotBeAreNamed) {
   EXPECT_EQ(problemOf(butterworth({0, 0.1}, 100)), "");
   const auto taps = [](PassBand band, size_t count) { return problemOf(windowedSinc(band, count, Window::hamming)); };
   EXPECT_EQ(taps({0, NAN}, 3), "high edge is nan" + away);
-  EXPECT_EQ(taps({0, 0.1}, 2), "taps is 2: they are from 3 to 16383");
-  EXPECT_EQ(taps({0, 0.1}, 16384), "taps is 16384: they are from 3 to 16383");
+  EXPECT_EQ(taps({0, 0.1}, 2), "taps is 2: they are from 3 to 131071");
+  EXPECT_EQ(taps({0, 0.1}, 131072), "taps is 131072: they are from 3 to 131071");
   EXPECT_EQ(taps({0, 0.1}, 3), "");
-  EXPECT_EQ(taps({0, 0.1}, 16383), "");
+  EXPECT_EQ(taps({0, 0.1}, 131071), "");
   EXPECT_EQ(taps({0.1, 0.5}, 64), "taps is 64: a high-pass needs an odd number");
   EXPECT_EQ(taps({0.1, 0.5}, 65), "");
   EXPECT_EQ(taps({0.1, 0.101}, 5), "5 taps are too few for this band");

@@ -21,7 +21,7 @@ TEST(Response, AMeasuredOneIsTheDesignedOne) {
   for (const FilterDesign& design :
        {FilterDesign(*butterworth({0.05, 0.3}, 2)), FilterDesign(*butterworth({0, 0.2}, 3))}) {
     for (const size_t period : std::to_array<size_t>({2, 3, 1000, 1024})) {
-      auto filter = StreamFilter::create(linkedFunctions, design);
+      auto filter = FilteredStream::create(linkedFunctions, design);
       const auto curve = measuredResponse(*filter, period, 48000);
       ASSERT_TRUE(curve) << curve.problem();
       ASSERT_EQ(curve->size(), period / 2);
@@ -35,8 +35,24 @@ TEST(Response, AMeasuredOneIsTheDesignedOne) {
   }
 }
 
+TEST(Response, ALongFiniteOneIsMeasuredInEitherWayAndLeftAtRest) {
+  const FilterDesign design = *windowedSinc({0.1, 0.2}, 301, Window::hamming);
+  for (const FilterWay way : {FilterWay::quickest, FilterWay::kernels}) {
+    auto filter = FilteredStream::create(linkedFunctions, design, way);
+    const double rounding = way == FilterWay::quickest ? 1e-12 : 1e-6;
+    for (int repetition = 0; repetition < 2; ++repetition) {
+      const auto curve = measuredResponse(*filter, 4096, 48000);
+      ASSERT_EQ(curve->size(), 2048U);
+      for (size_t i = 0; i + 1 < curve->size(); ++i) {
+        const double expected = std::abs(responseOf(design, static_cast<double>(i + 1) / 4096));
+        ASSERT_NEAR(std::pow(10, (*curve)[i].decibels / 20), expected, rounding);
+      }
+    }
+  }
+}
+
 TEST(Response, SettingsThatCannotBeAreNamed) {
-  auto filter = StreamFilter::create(linkedFunctions, std::vector<float>{1});
+  auto filter = FilteredStream::create(linkedFunctions, std::vector<float>{1});
   EXPECT_EQ(problemOf(measuredResponse(*filter, 1, 1)), "period is 1: at least 2 samples are needed");
   EXPECT_EQ(problemOf(measuredResponse(*filter, 2, 0)), "rate is 0: it is above 0 Hz");
   EXPECT_EQ(problemOf(measuredResponse(*filter, 2, INFINITY)), "rate is inf: it is above 0 Hz");
@@ -50,6 +66,7 @@ TEST(Response, PeriodsResolveTheBand) {
   EXPECT_EQ(periodFor(std::vector<float>(2048), {0, 0.1}), 16384);
   EXPECT_EQ(periodFor(std::vector<float>(2049), {0, 0.1}), 32768);
   EXPECT_EQ(periodFor(std::vector<float>(16383), {0, 0.1}), 131072);
+  EXPECT_EQ(periodFor(std::vector<float>(131071), {0, 0.1}), 1048576);
   EXPECT_EQ(periodFor(recursive, {0, 0.1}), 16384);
   EXPECT_EQ(periodFor(recursive, {0, 0x1p-7}), 16384);
   EXPECT_EQ(periodFor(recursive, {0, 0x1p-8}), 32768);

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <numbers>
@@ -82,6 +83,29 @@ TEST(FlickerStandardPoints, AMeterFindsThePointsToBeOne) {
       const auto found = measureStandardPoint(linkedFunctions, point, 4000);
       ASSERT_TRUE(found) << found.problem();
       EXPECT_NEAR(*found, 1, point.tolerance() / 100);
+    }
+  }
+}
+
+/// A lamp at the other mains, for which there are no tables: what its low-pass leaves alone is felt as at the lamp's own.
+TEST(FlickerStandardPoints, ALampAtTheOtherMainsFindsThemToo) {
+  constexpr double rate = 4000, settling = 20;
+  for (const auto& [lamp, mains] : {std::pair(Lamp::volts230, 60.0), {Lamp::volts120, 50.0}}) {
+    for (const FlickerStandardPoint& point : flickerStandardPoints(FlickerSeries::sinusoidal, lamp)) {
+      if (point.modulation != 1 && point.modulation != 8.8 && point.modulation != 20) {
+        continue;
+      }
+      auto meter = Flickermeter::create(linkedFunctions, {lamp, mains}, rate);
+      ASSERT_TRUE(meter);
+      std::vector<float> voltage;
+      for (double time = 0; time < settling + 5; time += 1 / rate) {
+        const double level = 1 + point.change / 200 * std::sin(2 * pi * std::fmod(point.modulation * time, 1));
+        voltage.push_back(static_cast<float>(level * std::sin(2 * pi * std::fmod(mains * time, 1))));
+      }
+      const auto sensation = meter->feed(voltage);
+      ASSERT_TRUE(sensation);
+      const float largest = *std::max_element(sensation->begin() + static_cast<int>(settling * rate), sensation->end());
+      EXPECT_NEAR(largest, 1, 0.02) << settingText({lamp, mains}) << ' ' << point.modulation;
     }
   }
 }

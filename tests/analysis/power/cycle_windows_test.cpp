@@ -94,14 +94,34 @@ TEST(CycleWindows, OthersAreInterpolated) {
     const CycleWindow& window = found.windows[i];
     EXPECT_NEAR(window.begin, static_cast<double>(i) * length, 1e-3);
     EXPECT_NEAR(window.length, length, 1e-3);
-    ASSERT_EQ(window.samples[0].size(), 2541U);
+    ASSERT_EQ(window.samples[0].size(), 2560U);  // of 2541.3 in the stream
     for (size_t n = 0; n < window.samples[0].size(); ++n) {
-      const double turns = 10.0 * static_cast<double>(n) / 2541;
+      const double turns = 10.0 * static_cast<double>(n) / 2560;
       double expected = 0;
       for (const MainsPart& part : voltage.parts) {
         expected += part.amplitude * std::sin(2 * std::numbers::pi * (part.order * turns + part.degrees / 360));
       }
       ASSERT_NEAR(window.samples[0][n], expected, 1e-4) << i << ' ' << n;
+    }
+  }
+}
+
+/// Interpolated windows have even numbers of samples without large prime factors, none fewer than the stream has.
+TEST(CycleWindows, InterpolatedOnesAreTransformedQuickly) {
+  for (const double rate : {1000.0, 10007.0, 44100.0}) {
+    for (const double frequency : {43.21, 50.013, 57.77, 61.9}) {
+      const MainsVoltage voltage{.rate = rate, .cycles = steady(frequency)};
+      const CycleWindow window = cut(std::array{voltage.samples(0.5)}, {.rate = rate}).windows.at(0);
+      size_t count = window.samples[0].size();
+      EXPECT_GE(static_cast<double>(count), window.length - 1);
+      EXPECT_LE(static_cast<double>(count), window.length * 1.1);
+      EXPECT_EQ(count % 2, 0U);
+      for (const size_t factor : {2U, 3U, 5U}) {
+        while (count % factor == 0) {
+          count /= factor;
+        }
+      }
+      EXPECT_EQ(count, 1U) << window.samples[0].size();
     }
   }
 }

@@ -30,7 +30,7 @@ AveragedSpectrum spectrumOf(SpectrumWindow window, const std::vector<Sine>& sine
   std::vector<double> samples(20000, offset);
   for (size_t n = 0; n < samples.size(); ++n) {
     for (const Sine& sine : sines) {
-      const double turns = std::fmod(sine.frequency * static_cast<double>(n) / rate, 1);
+      const double turns = std::fmod(sine.frequency * static_cast<double>(n), rate) / rate;
       samples[n] += sine.amplitude * std::sin(2 * std::numbers::pi * turns + 1);
     }
     samples[n] += noise * normal(random);

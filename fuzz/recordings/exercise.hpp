@@ -1,27 +1,28 @@
-// The readers of recordings on any bytes: they come to an end in bounded memory, say in one sentence what is wrong, and give the
-// same frames in blocks of any size, from the beginning on as often as asked.
+// What all readers of recordings are to keep on any bytes: they come to an end in bounded memory, say in one sentence what is
+// wrong, and give the same frames in blocks of any size, from the beginning on as often as asked.
+#pragma once
+
+#include <algorithm>
 #include <cmath>
-#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "recordings/comtrade_reader.hpp"
+#include "recordings/byte_source.hpp"
 
-namespace {
+namespace kxrecordings {
 
-using namespace kxrecordings;
-
-void require(bool holds, const std::string& what) {
+inline void require(bool holds, const std::string& what) {
   if (!holds) {
     std::fprintf(stderr, "A reader is wrong: %s\n", what.c_str());
     std::abort();
   }
 }
 
-void requireSentence(const std::string& sentence) {
+inline void requireSentence(const std::string& sentence) {
   require(!sentence.empty() && sentence.find('\n') == std::string::npos && sentence.size() < 2000,
           "not one sentence: " + sentence);
 }
@@ -32,7 +33,8 @@ struct Reading {
   std::string problem;
 };
 
-Reading readingOf(ComtradeReader& reader, size_t frames) {
+template <class Reader>
+Reading readingOf(Reader& reader, size_t frames) {
   Reading reading;
   std::vector<double> block(frames * reader.format().channels.size());
   while (true) {
@@ -52,7 +54,7 @@ Reading readingOf(ComtradeReader& reader, size_t frames) {
 }
 
 /// Frames before a problem that are not handed over depend on the size of the blocks.
-void requireSame(const Reading& one, const Reading& other) {
+inline void requireSame(const Reading& one, const Reading& other) {
   require(one.problem == other.problem, one.problem + " became " + other.problem);
   require(!one.problem.empty() || one.values.size() == other.values.size(), "another number of values");
   for (size_t i = 0; i < std::min(one.values.size(), other.values.size()); ++i) {
@@ -61,7 +63,8 @@ void requireSame(const Reading& one, const Reading& other) {
   }
 }
 
-void exercise(Result<ComtradeReader> reader) {
+template <class Reader>
+void exercise(Result<Reader> reader) {
   if (!reader) {
     requireSentence(reader.problem());
     return;
@@ -75,28 +78,8 @@ void exercise(Result<ComtradeReader> reader) {
   require(reader->notes().size() < 20, "many notes");
 }
 
-std::unique_ptr<ByteSource> bytesOf(std::string_view bytes) {
+inline std::unique_ptr<ByteSource> bytesOf(std::string_view bytes) {
   return std::make_unique<MemoryBytes>("fuzzed", bytes);
 }
 
-}  // namespace
-
-/// The first byte holds the options. A file of two parts has a form feed between them, others are one file.
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  if (size == 0) {
-    return 0;
-  }
-  const std::string_view bytes(reinterpret_cast<const char*>(data) + 1, size - 1);
-  InputOptions options;
-  options.status = (data[0] & 1) != 0;
-  if ((data[0] & 2) != 0) {
-    options.segment = data[0] >> 4;
-  }
-  const size_t border = bytes.find('\f');
-  if (border == std::string_view::npos) {
-    exercise(ComtradeReader::open(bytesOf(bytes), options));
-  } else {
-    exercise(ComtradeReader::open(bytesOf(bytes.substr(0, border)), bytesOf(bytes.substr(border + 1)), options));
-  }
-  return 0;
-}
+}  // namespace kxrecordings
