@@ -84,6 +84,16 @@ def test_scale_is_that_of_numpy(case):
     np.testing.assert_allclose(out, x * 0.3, rtol=1e-6, atol=1e-30)
 
 
+@pytest.mark.parametrize(
+    "dtype", ["uint8", "int8", "int16", "uint16", "int32", "uint32", "int64", "float32", "float64"]
+)
+def test_scale_keeps_the_type(dtype):
+    x = np.arange(12).astype(dtype).reshape(3, 4)
+    result = kxcalc.scale(x[:, ::2], 2, 1)
+    assert result.dtype == (np.float32 if dtype == "float32" else np.float64)
+    np.testing.assert_array_equal(result, x[:, ::2] * 2.0 + 1)
+
+
 @given(arrays_with_axis(["float32"], 0))
 def test_sine_and_arctangent_are_those_of_numpy(case):
     x, _ = case

@@ -290,6 +290,17 @@ def test_recursive_filter(library, random, dtype, filter_type, order):
     same(taps, its)
 
 
+def test_recursive_filter_needs_the_room_that_it_writes():
+    x, gains = np.zeros(3), np.ones(2)
+    for size, order, kind in ((23, 2, 3), (24, 1, 0), (0, 2, 3)):
+        with pytest.raises(ValueError, match="section_taps has"):
+            kernels.IIRFilter_double(x, gains, np.zeros(size), filter_type=kind, section_order=order)
+    with pytest.raises(ValueError, match="section_taps is not aligned to 16 bytes"):
+        kernels.IIRFilter_double(x, gains, np.zeros(25)[1:])
+    with pytest.raises(ValueError, match="section_order is -1"):
+        kernels.IIRFilter_double(x, gains, np.zeros(24), filter_type=0, section_order=-1)
+
+
 def test_other_filters(library, random):
     x, state, its = samples(random, "float64", 100), np.zeros(8), np.zeros(8)
     expected = np.array([library("kxcalcPinkFilter_double", its, c_double(v), result=c_double) for v in x])
