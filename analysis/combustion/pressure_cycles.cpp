@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <optional>
 #include <string>
 #include <utility>
@@ -52,7 +53,7 @@ double usualStep(const std::vector<double>& angles) {
     }
   }
   if (steps.empty()) {
-    return NAN;
+    return std::numeric_limits<double>::quiet_NaN();
   }
   const auto middle = steps.begin() + static_cast<std::ptrdiff_t>((steps.size() - 1) / 2);
   std::nth_element(steps.begin(), middle, steps.end());

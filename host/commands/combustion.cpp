@@ -237,7 +237,8 @@ int runCombustion(const Functions& functions, const CombustionOptions& options) 
   if (!options.output.empty()) {
     output.emplace(options.output);
   }
-  const auto [cycles, leftOut] = cyclesFor(options);
+  const CutCycles cut = cyclesFor(options);
+  const PressureCycles& cycles = cut.cycles;
   CycleAnalysis analysis =
       required(CycleAnalysis::create(functions, options.engine, options.analysis, cycles.angles), options.source());
   std::vector<CycleFigures> figures;
@@ -252,9 +253,9 @@ int runCombustion(const Functions& functions, const CombustionOptions& options) 
       pictures->draw(functions, titleOf(options, cycles), analysis, figures);
     }
   });
-  if (leftOut > 0) {
+  if (cut.leftOut > 0) {
     printNotes(options.file,
-               {fmt::format("{} samples outside of the {} complete cycles are left out", leftOut, cycles.count())});
+               {fmt::format("{} samples outside of the {} complete cycles are left out", cut.leftOut, cycles.count())});
   }
   if (options.json) {
     printJson(jsonOf(options, cycles, analysis, figures));
