@@ -10,7 +10,7 @@ namespace {
 std::vector<std::string> columnsOf(std::vector<std::string> channels) {
   for (std::string& name : channels) {
     if (name.find_first_not_of("0123456789") == std::string::npos) {
-      name = "channel " + name;
+      name.insert(0, "channel ");
     }
   }
   return channels;

@@ -13,7 +13,7 @@ constexpr double shape = 0.1102 * (KaiserSinc::attenuation - 8.7);
 
 /// Half of the length that the transition takes, as samples on one side.
 size_t halfFor(Transition transition) {
-  constexpr double step = KaiserSinc::blockLength / 2;
+  constexpr double step = KaiserSinc::blockLength / 2.0;
   const double length = (KaiserSinc::attenuation - 7.95) / (2.285 * 2 * pi * (transition.stop - transition.pass));
   return static_cast<size_t>(step * std::ceil(length / 2 / step));
 }

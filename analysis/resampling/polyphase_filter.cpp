@@ -54,7 +54,8 @@ PolyphaseFilter::PolyphaseFilter(RateRatio ratio, Transition transition) : next_
   isInterpolated_ = ratio.outputs > mostCoefficients / length_;
   const double phases = isInterpolated_ ? std::ceil(rowsACycle * transition.edge()) : outputs;
   rowsAPart_ = phases / outputs;
-  for (double row = isInterpolated_ ? -1 : 0; row < phases + (isInterpolated_ ? 2 : 0); ++row) {
+  const int behind = static_cast<int>(phases) + (isInterpolated_ ? 2 : 0);
+  for (int row = isInterpolated_ ? -1 : 0; row < behind; ++row) {
     const std::vector<double> coefficients = sinc.coefficientsAt(row / phases);
     rows_.insert(rows_.end(), coefficients.begin(), coefficients.end());
   }

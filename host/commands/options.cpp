@@ -16,7 +16,7 @@ namespace {
 
 /// A check of numbers; an empty text is none.
 /// @param says  what is wrong with a text that isRight() does not find a number that may be.
-CLI::Validator numberThat(std::function<bool(double)> isRight, const std::string& says) {
+CLI::Validator numberThat(const std::function<bool(double)>& isRight, const std::string& says) {
   return {[=](const std::string& text) {
             const auto number = numberIn(text);
             return number && isRight(*number) ? "" : fmt::format("{} {}", text.empty() ? "nothing" : text, says);

@@ -80,6 +80,7 @@ void addChannelsOption(CLI::App& command, std::vector<int>& channels, const std:
 
 std::vector<size_t> channelIndices(const std::string& file, const Format& format, const std::vector<int>& channels) {
   std::vector<size_t> indices;
+  indices.reserve(channels.size());
   for (const int channel : channels) {
     indices.push_back(channelIndex(file, format, channel));
   }

@@ -20,6 +20,7 @@ double lowestShown(const PassBand& band, double rate) {
 
 std::string listOf(const std::vector<double>& frequencies) {
   std::vector<std::string> list;
+  list.reserve(frequencies.size());
   for (const double frequency : frequencies) {
     list.push_back(fmt::format("{:.6g} Hz", frequency));
   }

@@ -38,7 +38,7 @@ void addSignals(std::vector<DayFigure>& figures, const PowerReport& report, Sign
   const auto& names = isVoltage ? report.voltageNames : report.currentNames;
   for (size_t i = 0; i < names.size(); ++i) {
     const std::string letter = fmt::format("{}{}", isVoltage ? 'U' : 'I', i + 1);
-    figures.push_back({letter + '/' + unit, word + "_rms", unit, names[i],
+    figures.push_back({fmt::format("{}/{}", letter, unit), word + "_rms", unit, names[i],
                        [=](const PowerWindow& w) { return std::optional((w.phases[i].*signal).rms); }});
     figures.push_back({"THD " + letter + "/%", word + "_thd", "%", names[i],
                        [=](const PowerWindow& w) { return percentOf((w.phases[i].*signal).distortion()); }});
