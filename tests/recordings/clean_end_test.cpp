@@ -36,9 +36,9 @@ protected:
       std::this_thread::sleep_for(2ms);
     }
     kill(process, signal);
-    int status = 0;
-    waitpid(process, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    int ending = 0;
+    waitpid(process, &ending, 0);
+    return WIFEXITED(ending) ? WEXITSTATUS(ending) : -1;
   }
 
   static void runShell(const std::string& script) {
