@@ -40,6 +40,7 @@ struct OverlapSave::Responses {
       : transform(transformLength(responses.front().size())), past(responses.front().size() - 1), step(everyOf) {
     const size_t length = transform.length();
     block = (length - past) / 2 * 2;
+    full = past + 2 * block;
     for (const std::vector<double>& response : responses) {
       Spectrum& spectrum = spectra.emplace_back(Spectrum{response, std::vector<double>(length)});
       spectrum.real.resize(length);
@@ -53,12 +54,13 @@ struct OverlapSave::Responses {
   ConvolutionTransform transform;
   size_t past, step;
   size_t block;  // outputs that a transform gives; even, so that each begins with an output that is wanted
+  size_t full;   // of the window: two blocks, and what precedes them
   std::vector<Spectrum> spectra;
 };
 
 OverlapSave::OverlapSave(const std::vector<std::vector<double>>& responses, size_t step)
     : responses_(std::make_shared<const Responses>(responses, step)),
-      window_(responses_->past + 2 * responses_->block),
+      window_(responses_->block + responses_->transform.length()),
       real_(responses_->transform.length()),
       imaginary_(real_.size()),
       productReal_(real_.size()),
@@ -71,13 +73,13 @@ size_t OverlapSave::past() const {
 template <class T>
 void OverlapSave::feed(std::span<const T> values, std::vector<double>& outputs) {
   while (!values.empty()) {
-    const auto part = values.first(std::min(values.size(), window_.size() - filled_));
+    const auto part = values.first(std::min(values.size(), responses_->full - filled_));
     std::ranges::copy(part, window_.begin() + static_cast<std::ptrdiff_t>(filled_));
     filled_ += part.size();
     values = values.subspan(part.size());
-    if (filled_ == window_.size()) {
+    if (filled_ == responses_->full) {
       convolve(outputs);
-      std::copy(window_.end() - static_cast<std::ptrdiff_t>(past()), window_.end(), window_.begin());
+      std::copy_n(window_.begin() + static_cast<std::ptrdiff_t>(filled_ - past()), past(), window_.begin());
       filled_ = past();
     }
   }
@@ -95,7 +97,7 @@ void OverlapSave::finish(std::vector<double>& outputs) {
 }
 
 void OverlapSave::convolve(std::vector<double>& outputs) {
-  const auto& [transform, past, step, block, spectra] = *responses_;
+  const auto& [transform, past, step, block, full, spectra] = *responses_;
   std::copy_n(window_.begin(), real_.size(), real_.begin());
   std::copy_n(window_.begin() + static_cast<std::ptrdiff_t>(block), real_.size(), imaginary_.begin());
   transform.forward(real_.data(), imaginary_.data());

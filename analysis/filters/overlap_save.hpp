@@ -38,7 +38,7 @@ private:
 
   std::shared_ptr<const Responses> responses_;
   size_t filled_ = 0;           // so much of the window
-  std::vector<double> window_;  // two blocks, and what precedes them
+  std::vector<double> window_;  // what two transforms take: its last value, which no output takes, may stay 0
   std::vector<double> real_, imaginary_;
   std::vector<double> productReal_, productImaginary_;
 };
