@@ -108,7 +108,7 @@ complete -o default -F _{program} {program}
 
 std::string zshCompletion(const CommandWords& program) {
   const auto functionOf = [](const CommandWords& command) { return '_' + command.name('_'); };
-  // Within a specification, brackets and colons stand for something.
+  // In what zsh is told of an option, brackets and colons stand for something.
   const auto escaped = [](const std::string& text) {
     std::string result;
     for (const char c : text) {
