@@ -116,31 +116,24 @@ void defineCombustion(nb::module_& kernels) {
       },
       "raw"_a, "start"_a, "end"_a, "offset"_a, nb::kw_only(), "out"_a = nb::none());
 
-  constexpr const char* buffer = "buffer\n    Shape (n,), aligned to 16 bytes.\n";
-  defineKernel(
-      kernels, "def CADoubleArrToSingleArrInplace(buffer: float64[]) -> None",
-      std::string("Round doubles to singles, packed at the start of the same memory: `buffer.view(\"f4\")[:n]`.\n\n"
-                  "Parameters\n----------\n") +
-          buffer,
-      [](nb::handle object) {
-        const Output<double> memory(object, "buffer");
-        memory.requireAlignment(2 * sizeof(double));
-        const Unlocked unlocked(memory.size());
-        functions().kxcalcCADoubleArrToSingleArrInplace(memory.data(), memory.count());
-      },
-      "buffer"_a);
-  defineKernel(
-      kernels, "def CASingleArrToDoubleArrInplace(buffer: float64[]) -> None",
-      std::string("Widen singles, `buffer.view(\"f4\")[:n]`, to doubles that fill the same memory.\n\n"
-                  "Parameters\n----------\n") +
-          buffer,
-      [](nb::handle object) {
-        const Output<double> memory(object, "buffer");
-        memory.requireAlignment(2 * sizeof(double));
-        const Unlocked unlocked(memory.size());
-        functions().kxcalcCASingleArrToDoubleArrInplace(memory.data(), memory.count());
-      },
-      "buffer"_a);
+  const auto defineInPlace = [&](const char* signature, const char* summary, auto convert) {
+    defineKernel(
+        kernels, signature,
+        std::string(summary) + "\n\nParameters\n----------\nbuffer\n    Shape (n,), aligned to 16 bytes.\n",
+        [convert](nb::handle object) {
+          const Output<double> memory(object, "buffer");
+          memory.requireAlignment(2 * sizeof(double));
+          const Unlocked unlocked(memory.size());
+          (functions().*convert)(memory.data(), memory.count());
+        },
+        "buffer"_a);
+  };
+  defineInPlace("def CADoubleArrToSingleArrInplace(buffer: float64[]) -> None",
+                "Round doubles to singles, packed at the start of the same memory: `buffer.view(\"f4\")[:n]`.",
+                &kxcalc::Functions::kxcalcCADoubleArrToSingleArrInplace);
+  defineInPlace("def CASingleArrToDoubleArrInplace(buffer: float64[]) -> None",
+                "Widen singles, `buffer.view(\"f4\")[:n]`, to doubles that fill the same memory.",
+                &kxcalc::Functions::kxcalcCASingleArrToDoubleArrInplace);
 
   defineKernel(
       kernels,

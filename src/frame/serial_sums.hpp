@@ -166,6 +166,7 @@ KXCALC_INLINE Number addInOrder(Number sum, const Terms& terms, size_t begin, si
   return sum;
 }
 
+/// Whether the next terms are for the blocks. One that is negative is not: the sum could leave its binade and come back.
 template <size_t count, class Terms>
 KXCALC_INLINE bool onlyRise(const Terms& terms, size_t i) {
   if constexpr (requires { terms.template onlyRise<count>(i); }) {
@@ -212,7 +213,7 @@ KXCALC_INLINE typename Format::Number serialSum(const Terms& terms, size_t count
   return addInOrder(sum, terms, i, count);
 }
 
-/// The same where nothing is quicker than the chain with vectors of 16 bytes.
+/// The same of terms whose chain nothing outruns with vectors of 16 bytes: builds that have no wider ones add in order.
 template <class Format, class Terms>
 KXCALC_INLINE typename Format::Number serialSumIfWide(const Terms& terms, size_t count) {
   if constexpr (widestBytes > 16) {

@@ -20,6 +20,19 @@ namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 using Names = std::vector<std::string>;
 
+/// Goes on as kxhost, in a process that was made for it.
+void becomeKxhost(const std::vector<std::string>& arguments) {
+  std::vector<char*> words;
+  std::string program = KXHOST_PROGRAM;
+  words.push_back(program.data());
+  for (const std::string& argument : arguments) {
+    words.push_back(const_cast<char*>(argument.c_str()));
+  }
+  words.push_back(nullptr);
+  execv(program.c_str(), words.data());
+  _exit(127);
+}
+
 class EndsTest : public KxhostTest {
 protected:
   EndsTest() { forces_ = false; }
@@ -56,15 +69,7 @@ protected:
                environment.substr(environment.find('=') + 1).c_str(), 1);
       }
       prepare();
-      std::vector<char*> words;
-      std::string program = KXHOST_PROGRAM;
-      words.push_back(program.data());
-      for (const std::string& argument : arguments) {
-        words.push_back(const_cast<char*>(argument.c_str()));
-      }
-      words.push_back(nullptr);
-      execv(program.c_str(), words.data());
-      _exit(127);
+      becomeKxhost(arguments);
     }
     return process;
   }
@@ -236,15 +241,7 @@ std::pair<std::string, int> onTerminal(const std::vector<std::string>& arguments
   int terminal = 0;
   const pid_t process = forkpty(&terminal, nullptr, nullptr, nullptr);
   if (process == 0) {
-    std::vector<char*> words;
-    std::string program = KXHOST_PROGRAM;
-    words.push_back(program.data());
-    for (const std::string& argument : arguments) {
-      words.push_back(const_cast<char*>(argument.c_str()));
-    }
-    words.push_back(nullptr);
-    execv(program.c_str(), words.data());
-    _exit(127);
+    becomeKxhost(arguments);
   }
   std::string said;
   char piece[256];

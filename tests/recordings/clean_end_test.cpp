@@ -41,6 +41,22 @@ protected:
     return WIFEXITED(ending) ? WEXITSTATUS(ending) : -1;
   }
 
+  [[noreturn]] void makeAndRemoveWorkplaces() const {
+    write("ready", "");
+    while (true) {
+      const Workplace workplace(path("")), other(path(""));
+      std::ofstream(workplace.path() / Workplace::draft) << "x";
+    }
+  }
+
+  /// Interrupts that work some moments after it has begun with it; only the file that told so may stay.
+  void expectCleanEnd(const std::function<void()>& work, int moment) const {
+    int looked = 0;
+    EXPECT_EQ(endOf(SIGTERM, work, [&] { return fs::exists(path("ready")) && ++looked > moment / 10; }), 128 + SIGTERM);
+    EXPECT_EQ(filesPresent(), 1U);
+    fs::remove(path("ready"));
+  }
+
   static void runShell(const std::string& script) {
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
@@ -75,41 +91,25 @@ TEST_F(CleanEndTest, ASignalRemovesAllWorkplaces) {
 
 TEST_F(CleanEndTest, AtEachMomentOfTheirLives) {
   for (int moment = 0; moment < 60; ++moment) {
-    int beginning = 0;
     const auto work = [&] {
       const Workplace stays(path(""));
-      write("ready", "");
-      while (true) {
-        const Workplace workplace(path("")), other(path(""));
-        std::ofstream(workplace.path() / Workplace::draft) << "x";
-      }
+      makeAndRemoveWorkplaces();
     };
-    EXPECT_EQ(endOf(SIGTERM, work, [&] { return fs::exists(path("ready")) && ++beginning > moment / 10; }),
-              128 + SIGTERM);
-    EXPECT_EQ(filesPresent(), 1U);
-    fs::remove(path("ready"));
+    expectCleanEnd(work, moment);
   }
 }
 
 TEST_F(CleanEndTest, WhichThreadEverIsInterrupted) {
   for (int moment = 0; moment < 60; ++moment) {
-    int beginning = 0;
     const auto work = [&] {
       sigset_t signal;
       sigemptyset(&signal);
       sigaddset(&signal, SIGTERM);
       std::thread waiting([] { pause(); });  // takes the signal, as the other one does not
       pthread_sigmask(SIG_BLOCK, &signal, nullptr);
-      write("ready", "");
-      while (true) {
-        const Workplace workplace(path("")), other(path(""));
-        std::ofstream(workplace.path() / Workplace::draft) << "x";
-      }
+      makeAndRemoveWorkplaces();
     };
-    EXPECT_EQ(endOf(SIGTERM, work, [&] { return fs::exists(path("ready")) && ++beginning > moment / 10; }),
-              128 + SIGTERM);
-    EXPECT_EQ(filesPresent(), 1U);
-    fs::remove(path("ready"));
+    expectCleanEnd(work, moment);
   }
 }
 
